@@ -280,17 +280,23 @@ class VL_API V_File {
 
   private:
     friend class V_VantorInit;
+    friend class V_FileDirectoryChange;
     friend class V_FileStream;
     friend class V_UnbufferedFileStream;
 
     V_File();
     ~V_File();
+    void release();
 
     // Names (file/paths.cpp)
     static void relativeToAbsolutePath(char *out, const char *name);
     static void absolutePathToDirStructure(char *out, const char *path);
     static void checkPathExistence(const char *path);
     static void resetCurrentDirectory();
+    static bool isResolvedDirectory(const char *path);
+
+    // Single files (file/plain_files.cpp)
+    void loadBounded(void *buffer, const char *name, unsigned int size, unsigned int bufferSize);
 
     // Archives (file/archive*.cpp)
     static void createArchiveLists();

@@ -4,9 +4,9 @@
 //
 // Paths given to and reported by these functions are zero-terminated, use the backslash (a slash is taken
 // alike) and name files without regard to the case of A-Z. A system without drives presents its tree as the
-// one drive C: (the root directory is `C:\`); a path without a drive or a leading backslash is relative to the
-// process's current directory. Path results hold at most maxPath characters; what does not fit is refused,
-// never cut. Nothing here throws the library's exceptions: failure is a false or null result.
+// one drive C: (the root directory is `C:\`); a path without a drive or a leading backslash is relative to
+// the process's current directory. Path results hold at most maxPath characters; what does not fit is
+// refused, never cut. Nothing here throws the library's exceptions: failure is a false or null result.
 #pragma once
 
 #include <cstdint>
@@ -29,8 +29,8 @@ bool currentDirectory(PathBuffer &out);
 /// Makes `path` the process's current directory. False when it is not a directory that can be entered.
 bool setCurrentDirectory(const char *path);
 
-/// The absolute form of `path` (drive, single backslashes, "." and ".." resolved by text alone); the file need
-/// not exist. False when it does not fit or `path` is empty.
+/// The absolute form of `path` (drive, single backslashes, "." and ".." resolved by text alone); the file
+/// need not exist. False when it does not fit or `path` is empty.
 bool fullPath(PathBuffer &out, const char *path);
 
 enum class FileKind { None, File, Directory };
@@ -143,14 +143,14 @@ std::uint32_t milliseconds();
 /// Whether the operating system saves the SSE registers of a thread.
 bool savesSseState();
 
-/// Tells the user of a fatal failure and, where the system has such a thing, waits for the answer. Here: title
-/// and text on standard error.
+/// Tells the user of a fatal failure and, where the system has such a thing, waits for the answer. Here:
+/// title and text on standard error.
 void messageBox(const char *title, const char *text);
 
 // ---- Random numbers ------------------------------------------------------------------------------------
 
-/// The runtime's generator, one per thread, start state 1: state = state * 214013 + 2531011 modulo 2^32, and a
-/// draw is bits 16 to 30 of the new state, 0 to 32767.
+/// The runtime's generator, one per thread, start state 1: state = state * 214013 + 2531011 modulo 2^32, and
+/// a draw is bits 16 to 30 of the new state, 0 to 32767.
 void seedRandom(std::uint32_t seed);
 int drawRandom();
 

@@ -1,0 +1,64 @@
+// Counted allocation of the library's own objects and arrays, and the guard that turns the standard library's
+// report of exhausted memory into the library's.
+#pragma once
+
+#include "vl/core/memory.h"
+
+#include <cstddef>
+#include <limits>
+#include <memory>
+#include <new>
+#include <utility>
+
+namespace vl {
+
+/// A counted allocation (V_Memory) of an object, constructed with `arguments`.
+template <class T, class... Arguments>
+T *newCounted(Arguments &&...arguments) {
+    void *block = V_Memory::allocateCounted(sizeof(T));
+    try {
+        return new (block) T(std::forward<Arguments>(arguments)...);
+    } catch (...) {
+        V_Memory::freeCounted(block);
+        throw;
+    }
+}
+
+/// Destroys and releases (counted) an object of newCounted; null is ignored.
+template <class T>
+void deleteCounted(T *object) noexcept {
+    if (object) {
+        object->~T();
+        V_Memory::freeCounted(object);
+    }
+}
+
+/// A counted allocation of `count` unconstructed elements. Throws V_MemoryException_Allocation, also when the
+/// array would not fit the 32 bits of a size.
+template <class T>
+T *allocateArray(std::size_t count) {
+    if (count > std::numeric_limits<unsigned int>::max() / sizeof(T))
+        V_throw(V_MemoryException_Allocation());
+    return static_cast<T *>(V_Memory::allocateCounted(static_cast<unsigned int>(count * sizeof(T))));
+}
+
+struct CountedRelease {
+    void operator()(void *block) const noexcept { V_Memory::freeCounted(block); }
+};
+
+/// Owns a counted block of plain elements until it is released to its user.
+template <class T>
+using CountedArray = std::unique_ptr<T[], CountedRelease>;
+
+/// Runs `action`; std::bad_alloc, as containers of the standard library throw it, becomes
+/// V_MemoryException_Allocation.
+template <class Action>
+decltype(auto) reportingExhaustion(Action &&action) {
+    try {
+        return std::forward<Action>(action)();
+    } catch (const std::bad_alloc &) {
+        V_throw(V_MemoryException_Allocation());
+    }
+}
+
+} // namespace vl

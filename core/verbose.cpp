@@ -1,0 +1,84 @@
+// The verbose log of the system object: a text file, appended to and flushed text by text, and its mirror.
+
+#include "vl/core/system.h"
+
+#include "core/log_lines.h"
+
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <ctime>
+
+void V_System::verbose(const char *format, ...) {
+    if (m_bVerboseCeased)
+        return;
+    if (!m_verboseStream.is_open()) {
+        m_verboseStream.clear();
+        m_verboseStream.open(m_pVerboseFileName, std::ios::out | std::ios::app);
+        if (!m_verboseStream.is_open())
+            return;
+    }
+    if (!m_bVerboseHeaderWritten) {
+        m_bVerboseHeaderWritten = true;
+        const std::time_t now = std::time(nullptr);
+        verbose("\n %s", std::asctime(std::localtime(&now)));
+        verbose("%s", vl::doubleLine);
+        verbose("\n\n");
+    }
+
+    char text[1024];
+    std::va_list arguments;
+    va_start(arguments, format);
+    if (std::vsnprintf(text, sizeof text, format, arguments) < 0)
+        text[0] = 0;
+    va_end(arguments);
+
+    m_verboseStream << text << std::flush;
+    m_verboseStream.clear(); // a full disk today must not silence the log for ever
+    if (m_pfVerboseCallback)
+        m_pfVerboseCallback(text);
+}
+
+V_System::VerboseCallback V_System::setVerboseCallback(VerboseCallback callback) {
+    VerboseCallback previous = m_pfVerboseCallback;
+    m_pfVerboseCallback = callback;
+    return previous;
+}
+
+void V_System::ceaseVerbose(int deleteFile) {
+    m_verboseStream.close();
+    if (deleteFile)
+        std::remove(m_pVerboseFileName);
+    m_bVerboseCeased = true;
+}
+
+void V_System::clearVerbose() {
+    if (m_bVerboseCeased)
+        return;
+    m_verboseStream.close();
+    m_verboseStream.clear();
+    m_verboseStream.open(m_pVerboseFileName, std::ios::out | std::ios::trunc);
+    m_bVerboseHeaderWritten = false;
+}
+
+void V_System::dump() {
+    static constexpr char heading[] = "\n Deinit routines:  ";
+    constexpr int width = sizeof heading - 2; // without the line feed and the terminating zero
+
+    verbose("System Object\n");
+    verbose("%s", vl::singleLine);
+    verbose("%s", heading);
+    if (m_deinitList.getCount() == 0)
+        verbose("-\n");
+    for (DEINIT *record = m_deinitList.getFirst(); record; record = m_deinitList.getNext(record)) {
+        if (record != m_deinitList.getFirst())
+            verbose("%*s", width, "");
+        verbose("%8llx - \"",
+                static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(record->function)));
+        if (record->name)
+            verbose("%s", record->name);
+        verbose("\"\n");
+    }
+    verbose("%s", vl::singleLine);
+    verbose("\n\n\n");
+}

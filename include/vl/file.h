@@ -1,0 +1,376 @@
+// The file system: one name space over the disk and the archives.
+//
+// A name is resolved against the library's own current directory, then looked up on disk, then in the active
+// archives. In the usual mode, AH_ARCHIVES, names are virtual paths below the local root (the executable's
+// directory): `\data\car.txt` is, on disk, the local root followed by that path, and in an archive the file
+// car.txt of the directory `\data\`. A file on disk hides an archived one of the same name.
+//
+// Names and paths are zero-terminated, hold at most 255 characters, use the backslash (slashes are taken
+// alike) and ignore the case of A-Z. Resolving a name removes `.\` elements, lets `..` remove the element
+// before it (above the root it stays at the root) and refuses what grows too long with
+// V_FileException_PathTooLong. Every function that takes a name may throw that, and
+// V_FileException_FilenameTooLong when that limit is enabled. Sizes and offsets are in bytes and 32 bits
+// wide; larger files are refused with V_FileException_FileTooLarge. Exhausted memory throws
+// V_MemoryException_Allocation.
+//
+// Nothing here is synchronised: all calls are expected from one thread at a time.
+#pragma once
+
+#include "vl/core/export.h"
+#include "vl/core/list.h"
+#include "vl/core/string.h"
+#include "vl/file/exception.h"
+#include "vl/file/stream.h"
+
+namespace vl::platform {
+class Enumeration;
+}
+
+class VL_API V_File {
+  public:
+    /// Given as a size: all of the file.
+    static constexpr unsigned int WHOLE_FILE = 0xFFFFFFFF;
+
+    /// How names are resolved, and whether archives take part.
+    enum ArchiveHandling {
+        AH_DIRECTORIES = 0, ///< the disk only; names are operating-system paths
+        AH_ARCHIVES = 1,    ///< names are virtual paths below the local root, on disk and in archives
+        /// The disk only, as AH_DIRECTORIES, but a name cannot carry a drive of its own: every name is joined
+        /// to the current directory, or to its drive when it begins with a backslash.
+        AH_LOCAL_ROOT = 2
+    };
+
+    /// Where a name is found.
+    enum Location {
+        LOC_NONE = 0,
+        LOC_ARCHIVE = 1, ///< a file or directory inside an active archive
+        LOC_DISK = 2     ///< a file or directory on disk
+    };
+
+    /// How an archived file is stored.
+    enum Method {
+        METHOD_LZSS = 1,           ///< an LZSS container
+        METHOD_LZSS_SCRAMBLED = 2, ///< the same, scrambled
+        METHOD_STORED = 3          ///< as it is
+    };
+
+    /// A calendar time as archives store it, UTC.
+    struct CalendarTime {
+        unsigned short year, month, dayOfWeek, day, hour, minute, second, milliseconds;
+    };
+
+    /// One file of a loaded archive.
+    struct VASFileEntry {
+        const char *key;         ///< five digits of dirIndex, then the name: "00003readme.txt"
+        unsigned int size;       ///< unpacked
+        unsigned int offset;     ///< of the stored bytes, from the start of the archive
+        unsigned int storedSize; ///< of the stored bytes
+        unsigned int reserved;   ///< not examined
+        unsigned int dirIndex;   ///< the VASDirectoryEntry::index of its directory
+        unsigned int seed;       ///< of the scrambling, METHOD_LZSS_SCRAMBLED only
+        unsigned int method;     ///< a Method; another value reads as nothing
+        CalendarTime time;       ///< of the last write
+    };
+
+    /// One directory of a loaded archive.
+    struct VASDirectoryEntry {
+        const char *key;            ///< its path: "\data\maps\"
+        unsigned char reserved[16]; ///< not examined
+        int index;                  ///< position in the archive's directory region
+    };
+
+    /// The header of an archive file, unscrambled.
+    struct VASHeader {
+        unsigned int tag, seed, fileCount, dirCount, fileInfoSize, dirInfoSize;
+        float version;
+        unsigned int headerCRC; ///< 0 once it has been checked
+        unsigned int fileInfoCRC, dirInfoCRC, archiverID;
+    };
+
+    /// The tables of one loaded archive; all pointers are owned.
+    struct V_VASArchive {
+        char *archivePath; ///< absolute path of the archive file
+        VASHeader header;
+        VASFileEntry *files;     ///< fileCount entries, sorted by key
+        VASDirectoryEntry *dirs; ///< dirCount entries, sorted by key
+        char *fileNames;         ///< the keys of the files
+        char *dirNames;          ///< the keys of the directories
+        void *index;             ///< private: what speeds the lookup
+    };
+
+    /// The answer of a lookup.
+    struct V_VASFind {
+        V_VASArchive *archive; ///< null when nothing was found
+        VASFileEntry *file;    ///< null for a directory
+        VASDirectoryEntry *dir;
+    };
+
+    /// Version of archives that this library reads: 1.2.
+    static const float VAS_ARCHIVE_VERSION;
+
+    V_File(const V_File &) = delete;
+    V_File &operator=(const V_File &) = delete;
+
+    // ---- Names and directories -----------------------------------------------------------------------
+
+    /// The resolved path of `name`. Valid until the next call.
+    const char *getFullPathName(const char *name);
+
+    /// Sets `out` to the directory part of the resolved path, trailing backslash included, or to its file
+    /// part. A path without a backslash is given whole by both.
+    void getPath(const char *name, V_String &out) const;
+    void getFilename(const char *name, V_String &out) const;
+
+    /// Makes `dir` the library's current directory; "." and "" change nothing, "\" is the root. Throws
+    /// V_FileException_DirectoryNotFound with the resolved path when it is neither on disk nor in an active
+    /// archive; nothing has changed then.
+    void changeDirectory(const char *dir);
+
+    /// The library's current directory, always ending with a backslash: a virtual path in AH_ARCHIVES mode,
+    /// an operating-system path in the other modes. Valid, and kept up to date, as long as the file system.
+    const char *getCurrentDirectory() const { return m_path; }
+
+    /// The process's current directory as it was before the library was started.
+    const char *getStartupDirectory() const { return m_strStartupDirectory; }
+
+    /// Makes `dir` (an operating-system path, relative to the process's current directory) the local root and
+    /// the process's current directory, and loads the archives found there instead of the earlier ones.
+    /// Throws V_FileException_DirectoryNotFound when it cannot be entered: the root is unchanged but no
+    /// archives are loaded. Also throws what loading an archive throws.
+    void setFileSystemRoot(const char *dir);
+
+    /// When enabled, names whose file part is longer than 42 characters are refused with
+    /// V_FileException_FilenameTooLong. Off at start.
+    void enableFilenameLengthLimitation(bool enable) { sm_bFilenameLengthLimitationEnabled = enable; }
+    bool isFilenameLengthLimitationEnabled() const { return sm_bFilenameLengthLimitationEnabled; }
+
+    /// Where `name` is found; the disk is asked first.
+    Location where(const char *name);
+
+    /// 1 when the name is found at all, else 0.
+    int exists(const char *name);
+
+    /// 1 when the name is a directory on disk or in an active archive, else 0.
+    int isDirectory(const char *name);
+
+    // ---- Files ---------------------------------------------------------------------------------------
+
+    /// Size in bytes, unpacked. Throws V_FileException_FileNotFound (with the upper-cased resolved path).
+    unsigned int size(const char *name);
+
+    /// Reads a file into `buffer`. From disk: `size` bytes from its start (all for WHOLE_FILE); fewer throw
+    /// V_FileException_UnableToReadData with the disk path.
+    /// CAUTION: of an ARCHIVED file ALL bytes are written, WHATEVER `size` SAYS: the buffer must hold
+    /// File->size(name) bytes. Use the allocating load when in doubt.
+    /// Throws V_FileException_FileNotFound, V_FileException_ArchiveNotFound (the archive has vanished),
+    /// V_FileException_UnableToReadData (the archive is cut short) and V_FileException_FileCorrupted (the
+    /// archived data is damaged), the last two with the resolved path. After an exception the buffer may be
+    /// partly written.
+    void load(void *buffer, const char *name, unsigned int size);
+
+    /// Reads a file into a new block of `size` bytes (of the file's size for WHOLE_FILE), to be released with
+    /// free. An archived file that is larger is cut to `size`; one that is smaller leaves the rest 0; a
+    /// disk file that is smaller throws V_FileException_UnableToReadData. A size of 0 throws
+    /// V_FileException_FileCorrupted, so an empty file cannot be loaded this way. Otherwise throws as the
+    /// load above. `owner` is a label without effect.
+    char *load(const char *owner, const char *name, unsigned int size);
+    char *load(const char *name, unsigned int size);
+
+    /// Releases a block of load, compress, decompress, encrypt or decrypt; null is ignored.
+    void free(char *buffer);
+
+    /// Writes a file on disk, creating its directory (not the directory's parents) when it is missing. With
+    /// override on (the start setting) an existing disk file is replaced, otherwise it is left alone. Returns
+    /// 1, or 0 when nothing was written because of that or because the file cannot be opened. Also 0 when the
+    /// disk does not take every byte; what it took stays.
+    int save(const char *name, const void *data, unsigned int size);
+
+    /// Writes behind the end of a file on disk, creating it as save does when it is missing. 1 or 0 as save.
+    int append(const char *name, const void *data, unsigned int size);
+
+    /// Deletes a file on disk: 1, or 0 when nothing was deleted. Archived files are never touched.
+    int del(const char *name);
+
+    /// Whether save replaces existing files (non-zero).
+    void setOverride(int override) { m_iOverride = override; }
+
+    /// Time of the last write, UTC, as a number that orders times but is no count of seconds:
+    /// (((((year - 1995) * 12 + month) * 31 + day) * 24 + hour) * 60 + minute) * 60 + second, modulo 2^32.
+    /// 0 when the file is not found.
+    unsigned int timeStamp(const char *name);
+
+    /// Finds a name that does not exist on disk: writes `format` (printf, one int) with 0, 1, 2, ... into
+    /// `out` until it does. `out` holds 256 characters. Returns 1; or 0 with an empty `out` when the format
+    /// gives the same name again. Throws V_FileException_PathTooLong when a name does not fit.
+    int tmpName(char *out, const char *format);
+
+    // ---- Search --------------------------------------------------------------------------------------
+
+    /// Starts a search for the names in one directory that match `pattern` (an optional directory, then a
+    /// name with the wildcards * and ?) and returns the first, or null. The names are bare, of files and of
+    /// directories: first those on disk, sorted; then the subdirectories of each active archive; then their
+    /// files. A name found in several places is returned for each. Valid until the next call of either.
+    const char *findFirst(const char *pattern);
+
+    /// The next name, null when there are no more.
+    const char *findNext();
+
+    // ---- Archives ------------------------------------------------------------------------------------
+
+    /// Sets how names are resolved (ArchiveHandling) and resets the current directory: `\` for AH_ARCHIVES,
+    /// the local root otherwise. Archives are parked while the mode is not AH_ARCHIVES.
+    void setArchiveHandling(int mode);
+    int getArchiveHandling() const { return m_archiveHandling; }
+
+    /// Loads the archive `name` (relative to the local root) in front of all others, replacing an earlier
+    /// priority archive. Throws V_FileException_ArchiveNotFound, V_FileException_UnableToReadData,
+    /// V_FileException_ArchiveCorrupted or V_FileException_ArchiveVersionConflict; no priority archive is
+    /// enabled then.
+    void enablePriorityArchive(const char *name);
+
+    /// Unloads the priority archive, wherever it is (also while archives are parked). After setFileSystemRoot
+    /// or setSecondaryArchiveSearchPath, which unload it with the others, this only clears the flag.
+    void disablePriorityArchive() const;
+    bool isPriorityArchiveEnabled() const { return sm_bPriorityArchiveEnabled; }
+
+    /// The name last given to enablePriorityArchive.
+    const char *getPriorityArchive() const { return sm_strPriorityArchive; }
+
+    /// Sets a second directory whose archives are loaded behind those of the local root ("" for none), then
+    /// loads all archives anew. Returns whether that directory holds any. Throws what loading an archive
+    /// throws.
+    bool setSecondaryArchiveSearchPath(const char *dir);
+    const char *getSecondaryArchiveSearchPath() const { return sm_strSecondaryArchiveSearchPath; }
+
+    /// How a file is stored (Method): METHOD_STORED on disk; -1 when it is not found or is a directory.
+    int getMethod(const char *name);
+
+    /// Throws V_FileException_IncompatibleArchiverID, naming the first active archive that was not built for
+    /// `id`.
+    void verifyArchiverID(int id) const;
+
+    // ---- Containers and checksums --------------------------------------------------------------------
+
+    /// A new "VA->" container holding `size` bytes compressed by LZSS; release it with free. 0 bytes give a
+    /// container of size 0. `owner` is a label without effect.
+    void *compress(const char *owner, const void *data, unsigned int size);
+    void *compress(const void *data, unsigned int size);
+
+    /// The content of a "VA->" container in a new block; release it with free. The container's length is not
+    /// known here, so its `packedSize` is trusted: the caller vouches that so many bytes are there.
+    /// Everything else is checked: a wrong magic or code that does not decode to exactly `size` bytes throws
+    /// V_FileException_FileCorrupted with "VA->".
+    void *decompress(const char *owner, const void *container);
+    void *decompress(const void *container);
+
+    /// A new "VC->" container of `size` + 16 bytes holding the data scrambled under a fresh random seed;
+    /// release it with free. It hides, it does not secure. Throws V_FileException_FileTooLarge when `size` +
+    /// 16 does not fit 32 bits.
+    void *encrypt(const char *owner, const void *data, unsigned int size);
+    void *encrypt(const void *data, unsigned int size);
+
+    /// The content of a "VC->" container in a new block; release it with free. As with decompress the `size`
+    /// field is trusted; a wrong magic, or a `totalSize` that is not `size` + 16, throws
+    /// V_FileException_FileCorrupted with "VC->".
+    void *decrypt(const char *owner, const void *container);
+    void *decrypt(const void *container);
+
+    /// CRC-32 as in IEEE 802.3 and zlib; 0 for 0 bytes.
+    unsigned int CRC32(const void *data, unsigned int size);
+
+  private:
+    friend class V_VantorInit;
+    friend class V_FileStream;
+    friend class V_UnbufferedFileStream;
+
+    V_File();
+    ~V_File();
+
+    // Names (file/paths.cpp)
+    static void relativeToAbsolutePath(char *out, const char *name);
+    static void absolutePathToDirStructure(char *out, const char *path);
+    static void checkPathExistence(const char *path);
+    static void resetCurrentDirectory();
+
+    // Archives (file/archive*.cpp)
+    static void createArchiveLists();
+    static void deleteArchiveLists();
+    bool loadArchives();
+    void unloadArchives();
+    static void releaseArchive(V_DLList<V_VASArchive> &list, V_VASArchive *archive);
+    static V_VASArchive *findPriorityArchive(V_DLList<V_VASArchive> *&list);
+    void loadArchive(V_VASArchive *archive, const char *name);
+    void loadArchiveHeader(V_VASArchive *archive, const char *name);
+    static void searchFile(V_VASFind *result, const char *path);
+    static void searchDir(V_VASFind *result, const char *path);
+    static void readEntry(const V_VASFind &entry, const char *resolvedPath, void *buffer,
+                          unsigned int bufferSize);
+
+    // Containers (file/containers.cpp)
+    static void decryptWithSeed(unsigned char *data, int size, int seed);
+
+    // Search (file/search.cpp)
+    static int xstricmp(const char *pattern, const char *name);
+
+    // Per object: the running search, and the override setting.
+    char m_strPattern[256];
+    unsigned int m_uStage;
+    unsigned int m_uIndex;
+    char m_findData[256]; ///< the name found on disk
+    vl::platform::Enumeration *m_hFind;
+    V_VASArchive *m_pArchive;
+    char m_strSearchDir[256];
+    char m_strDiskPattern[256];
+    char m_strResult[256];
+    int m_iNoDirYet;
+    char m_strDirKey[16];
+    int *m_pDirIDCursor;
+    int m_iOverride;
+
+    // Per process.
+    static unsigned int instance;
+    static int m_archiveHandling;
+    static char m_strStartupDirectory[256];
+    static char m_originalLocalDirPath[256];
+    static char m_path[256];
+    static char *m_pathName;
+    static unsigned int m_uPathLen;
+    static bool sm_bFilenameLengthLimitationEnabled;
+    static V_DLList<V_VASArchive> *VASArchiveList;
+    static V_DLList<V_VASArchive> *VASArchiveListSwap;
+    static V_DLList<int> *m_findDirIDList;
+    static bool sm_bPriorityArchiveEnabled;
+    static V_VASArchive *sm_pPriorityArchive; ///< while it is loaded, in whichever list
+    static char sm_strPriorityArchive[256];
+    static char sm_strSecondaryArchiveSearchPath[256];
+};
+
+/// The file system; null before start-up and after shutdown.
+extern VL_API V_File *File;
+
+/// Changes the library's current directory for the length of a scope.
+class VL_API V_FileDirectoryChange {
+  public:
+    V_FileDirectoryChange();
+    /// As construct.
+    explicit V_FileDirectoryChange(const V_String &dir);
+    /// Changes back. Never throws: should the earlier directory be gone, the current one becomes the root.
+    ~V_FileDirectoryChange();
+
+    /// Undoes a change in force, then remembers the current directory and changes to `dir`. Throws as
+    /// V_File::changeDirectory, the earlier directory being back.
+    void construct(const V_String &dir);
+    /// Undoes the change, if one is in force. Throws as V_File::changeDirectory when the earlier directory is
+    /// gone.
+    void destruct();
+    /// Whether a change is in force.
+    bool isConstructed() const { return m_bConstructed; }
+
+  private:
+    V_FileDirectoryChange(const V_FileDirectoryChange &) = delete;
+    V_FileDirectoryChange &operator=(const V_FileDirectoryChange &) = delete;
+    void initializeMembers();
+
+    V_String m_strPrevious;
+    bool m_bConstructed;
+};

@@ -1,0 +1,6 @@
+// The Vantor library, whole. math_types.h is not included: it is for programs without the engine's math
+// types.
+#pragma once
+
+#include "vl/core.h"
+#include "vl/file.h"

@@ -269,9 +269,9 @@ class VL_API V_File {
     void *encrypt(const char *owner, const void *data, unsigned int size);
     void *encrypt(const void *data, unsigned int size);
 
-    /// The content of a "VC->" container in a new block; release it with free. As with decompress the `size`
-    /// field is trusted; a wrong magic, or a `totalSize` that is not `size` + 16, throws
-    /// V_FileException_FileCorrupted with "VC->".
+    /// The content of a "VC->" container in a new block; release it with free. Nothing of the container is
+    /// examined: a damaged or foreign one gives wrong bytes, and the caller vouches that the `size` bytes are
+    /// there. Keep a CRC32 beside it where damage must be noticed.
     void *decrypt(const char *owner, const void *container);
     void *decrypt(const void *container);
 

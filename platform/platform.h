@@ -147,6 +147,9 @@ bool savesSseState();
 /// title and text on standard error.
 void messageBox(const char *title, const char *text);
 
+/// Whether standard error is watched at a terminal (asked by the tool, for its progress line).
+bool standardErrorIsTerminal();
+
 // ---- Random numbers ------------------------------------------------------------------------------------
 
 /// The runtime's generator, one per thread, start state 1: state = state * 214013 + 2531011 modulo 2^32, and

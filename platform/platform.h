@@ -75,8 +75,9 @@ class Enumeration;
 /// Starts to enumerate the names of one directory that match the wildcards `*` and `?` of the last element of
 /// `pattern` ("*" and "*.*" match every name), without "." and "..". Names come sorted by their upper-cased
 /// form, so the order is the same on every machine; names of more than maxPath characters are left out. The
-/// names are those of the moment of the call. Null when the directory cannot be read or no memory is left.
-Enumeration *startEnumeration(const char *pattern);
+/// names are those of the moment of the call. Null when the directory cannot be read or no memory is left;
+/// `outOfMemory`, where given, tells which.
+Enumeration *startEnumeration(const char *pattern, bool *outOfMemory = nullptr);
 
 /// The next bare name, or null at the end. Valid until endEnumeration.
 const char *nextName(Enumeration *enumeration);

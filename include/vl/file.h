@@ -22,9 +22,12 @@
 #include "vl/file/exception.h"
 #include "vl/file/stream.h"
 
-namespace vl::platform {
+namespace vl {
+class ArchiveAccess;
+namespace platform {
 class Enumeration;
 }
+} // namespace vl
 
 class VL_API V_File {
   public:
@@ -283,6 +286,7 @@ class VL_API V_File {
     friend class V_FileDirectoryChange;
     friend class V_FileStream;
     friend class V_UnbufferedFileStream;
+    friend class vl::ArchiveAccess;
 
     V_File();
     ~V_File();
@@ -308,7 +312,8 @@ class VL_API V_File {
     bool loadArchivesOf(const char *directory);
     void unloadArchives();
     V_VASArchive *loadArchive(V_DLList<V_VASArchive> &list, Place place, const char *name);
-    void loadArchiveHeader(V_VASArchive *archive, const char *name);
+    static void loadArchiveHeader(V_VASArchive *archive, const char *name);
+    static void releaseArchiveTables(const V_VASArchive &archive);
     static void searchFile(V_VASFind *result, const char *path);
     static void searchDir(V_VASFind *result, const char *path);
     static void readEntry(const V_VASFind &entry, const char *resolvedPath, void *buffer,

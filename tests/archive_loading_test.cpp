@@ -14,7 +14,7 @@ namespace {
 class ArchiveLoading : public LibraryTest {
   protected:
     // Loads what the root holds now.
-    void reload() { File->setFileSystemRoot(engineRoot().c_str()); }
+    void reload() { File->setFileSystemRoot(m_strRoot.c_str()); }
 
     std::string fullPath(const std::string &name) { return engineRoot() + "\\" + name; }
 
@@ -23,6 +23,8 @@ class ArchiveLoading : public LibraryTest {
         std::filesystem::create_directories((root() / path).parent_path());
         ArchiveBuilder().add("\\who", content).write(root() / path);
     }
+
+    const std::string m_strRoot = engineRoot();
 
     // Counted allocations that have not been released.
     static int outstanding() { return V_Memory::getNewCount() - V_Memory::getDeleteCount(); }
@@ -104,7 +106,7 @@ TEST_F(ArchiveLoading, CutShortAnywhereSaysSo) {
         if (length >= whole.size() - dataSize + 6) {
             EXPECT_EQ(loaded("b.txt"), "second");
         }
-        char buffer[64];
+        unsigned char buffer[64];
         EXPECT_EQ(messageOf<V_FileException_UnableToReadData>([&] { File->load(buffer, "data/a.txt", 0); }),
                   "Unable to read data from \"\\data\\a.txt\"");
     }

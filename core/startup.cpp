@@ -5,6 +5,7 @@
 #include "platform/platform.h"
 #include "vl/core/memory.h"
 #include "vl/core/system.h"
+#include "vl/file.h"
 
 #include <cstdio>
 #include <new>
@@ -20,16 +21,46 @@ V_VantorInit::V_VantorInit() {
     if (vl::platform::computerName(computer))
         std::snprintf(verboseFileName, sizeof verboseFileName, "verbose_%s.txt", computer);
 
-    void *block = V_Memory::allocateCounted(sizeof(V_System));
-    Sys = new (block) V_System(verboseFileName);
+    try {
+        construct(Sys, [&](void *block) { return new (block) V_System(verboseFileName); });
+        construct(File, [](void *block) { return new (block) V_File; });
+    } catch (...) {
+        stop();
+        throw;
+    }
 }
 
 V_VantorInit::~V_VantorInit() {
-    if (--count != 0)
-        return;
+    if (count == 1)
+        stop();
+    else
+        --count;
+}
 
-    Sys->cleanupAllocations();
-    Sys->~V_System();
-    V_Memory::freeCounted(Sys);
-    Sys = nullptr;
+template <class T, class Construct>
+void V_VantorInit::construct(T *&object, Construct inBlock) {
+    void *block = V_Memory::allocateCounted(sizeof(T));
+    try {
+        object = inBlock(block);
+    } catch (...) {
+        V_Memory::freeCounted(block);
+        throw;
+    }
+}
+
+template <class T>
+void V_VantorInit::destroy(T *&object) {
+    if (!object)
+        return;
+    object->~T();
+    V_Memory::freeCounted(object);
+    object = nullptr;
+}
+
+void V_VantorInit::stop() {
+    --count;
+    destroy(File);
+    if (Sys)
+        Sys->cleanupAllocations();
+    destroy(Sys);
 }

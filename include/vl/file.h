@@ -22,9 +22,12 @@
 #include "vl/file/exception.h"
 #include "vl/file/stream.h"
 
-namespace vl::platform {
+namespace vl {
+class ArchiveAccess;
+namespace platform {
 class Enumeration;
 }
+} // namespace vl
 
 class VL_API V_File {
   public:
@@ -95,7 +98,7 @@ class VL_API V_File {
         VASDirectoryEntry *dirs; ///< dirCount entries, sorted by key
         char *fileNames;         ///< the keys of the files
         char *dirNames;          ///< the keys of the directories
-        void *index;             ///< private: what speeds the lookup
+        unsigned int *index;     ///< private: speeds the lookup; null when binary search serves
     };
 
     /// The answer of a lookup.
@@ -269,9 +272,9 @@ class VL_API V_File {
     void *encrypt(const char *owner, const void *data, unsigned int size);
     void *encrypt(const void *data, unsigned int size);
 
-    /// The content of a "VC->" container in a new block; release it with free. As with decompress the `size`
-    /// field is trusted; a wrong magic, or a `totalSize` that is not `size` + 16, throws
-    /// V_FileException_FileCorrupted with "VC->".
+    /// The content of a "VC->" container in a new block; release it with free. Nothing of the container is
+    /// examined: a damaged or foreign one gives wrong bytes, and the caller vouches that the `size` bytes are
+    /// there. Keep a CRC32 beside it where damage must be noticed.
     void *decrypt(const char *owner, const void *container);
     void *decrypt(const void *container);
 
@@ -280,27 +283,37 @@ class VL_API V_File {
 
   private:
     friend class V_VantorInit;
+    friend class V_FileDirectoryChange;
     friend class V_FileStream;
     friend class V_UnbufferedFileStream;
+    friend class vl::ArchiveAccess;
 
     V_File();
     ~V_File();
+    void release();
 
     // Names (file/paths.cpp)
     static void relativeToAbsolutePath(char *out, const char *name);
     static void absolutePathToDirStructure(char *out, const char *path);
     static void checkPathExistence(const char *path);
     static void resetCurrentDirectory();
+    static bool isResolvedDirectory(const char *path);
+
+    // Single files (file/plain_files.cpp)
+    void loadBounded(void *buffer, const char *name, unsigned int size, unsigned int bufferSize);
 
     // Archives (file/archive*.cpp)
+    enum class Place { First, Last };
     static void createArchiveLists();
     static void deleteArchiveLists();
-    bool loadArchives();
-    void unloadArchives();
+    static void releaseArchives(V_DLList<V_VASArchive> &list);
     static void releaseArchive(V_DLList<V_VASArchive> &list, V_VASArchive *archive);
-    static V_VASArchive *findPriorityArchive(V_DLList<V_VASArchive> *&list);
-    void loadArchive(V_VASArchive *archive, const char *name);
-    void loadArchiveHeader(V_VASArchive *archive, const char *name);
+    bool loadArchives();
+    bool loadArchivesOf(const char *directory);
+    void unloadArchives();
+    V_VASArchive *loadArchive(V_DLList<V_VASArchive> &list, Place place, const char *name);
+    static void loadArchiveHeader(V_VASArchive *archive, const char *name);
+    static void releaseArchiveTables(const V_VASArchive &archive);
     static void searchFile(V_VASFind *result, const char *path);
     static void searchDir(V_VASFind *result, const char *path);
     static void readEntry(const V_VASFind &entry, const char *resolvedPath, void *buffer,

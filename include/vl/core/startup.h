@@ -19,4 +19,11 @@ class VL_API V_VantorInit {
     V_VantorInit &operator=(const V_VantorInit &) = delete;
 
     static int count; ///< live V_VantorInit objects
+
+  private:
+    template <class T, class Construct>
+    static void construct(T *&object, Construct inBlock);
+    template <class T>
+    static void destroy(T *&object);
+    static void stop();
 };

@@ -16,7 +16,7 @@ class VL_API V_FileException : public V_Exception {};
 /// "File %s not found": neither on disk nor in an active archive.
 VL_FILE_EXCEPTION(V_FileException_FileNotFound);
 /// "File %s is corrupted": an empty file given to the allocating load, or damaged data in an archived file or
-/// in a container ("VA->", "VC->"), which is then named by its magic.
+/// in a compressed container, which is then named by its magic "VA->".
 VL_FILE_EXCEPTION(V_FileException_FileCorrupted);
 /// "File %s is not a stream": an unbuffered stream on an archived file that is not stored raw.
 VL_FILE_EXCEPTION(V_FileException_FileNotAStream);

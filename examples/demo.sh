@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# The demo: real files travel through the library. demo.sh BUILD_DIRECTORY
+set -euo pipefail
+build=$1
+vl=$build/bin/vl
+work=$build/demo
+rm -rf "$work"
+mkdir -p "$work"
+
+# The system's headers, less the few that differ from a neighbour only in case (the library ignores case).
+tree=/usr/include
+echo "Packing $tree, once per storage method:"
+for method in stored lzss scrambled; do
+    mkdir "$work/$method"
+    "$vl" archive create "$work/$method/HEADERS.VAS" "$tree" --method "$method" --exclude 'linux/netfilter*/*' \
+        --seed 1 --archiver-id 7
+done
+echo
+"$build/examples/load_archive" "$tree" "$work/stored" "$work/lzss" "$work/scrambled"

@@ -1,0 +1,77 @@
+// Containers in memory: compressed ("VA->") and scrambled ("VC->"), and the checksum, as clients use them.
+
+#include "vl/file.h"
+
+#include "core/counted.h"
+#include "file/crc32.h"
+#include "file/little_endian.h"
+#include "file/lzss.h"
+#include "file/scramble.h"
+#include "platform/platform.h"
+
+#include <cstdint>
+#include <cstring>
+
+using Bytes = vl::CountedArray<std::uint8_t>;
+
+void *V_File::compress(const char *, const void *data, unsigned int size) {
+    Bytes scratch(vl::allocateArray<std::uint8_t>(vl::lzssBound(size)));
+    const std::uint64_t packedSize =
+        vl::lzssEncode(static_cast<const std::uint8_t *>(data), size, scratch.get() + vl::kLzssHeaderSize);
+    const std::uint64_t total = packedSize + vl::kLzssHeaderSize;
+    vl::lzssWriteHeader(scratch.get(), {size, static_cast<std::uint32_t>(packedSize)});
+    Bytes container(vl::allocateArray<std::uint8_t>(total));
+    std::memcpy(container.get(), scratch.get(), total);
+    return container.release();
+}
+
+void *V_File::compress(const void *data, unsigned int size) { return compress("Vantor Library", data, size); }
+
+void *V_File::decompress(const char *, const void *container) {
+    const auto *bytes = static_cast<const std::uint8_t *>(container);
+    vl::LzssHeader header;
+    if (!vl::lzssReadHeader(bytes, header))
+        V_throw(V_FileException_FileCorrupted(vl::kLzssMagic));
+    Bytes data(vl::allocateArray<std::uint8_t>(header.size));
+    if (!vl::lzssDecode(bytes + vl::kLzssHeaderSize, header.packedSize, data.get(), header.size))
+        V_throw(V_FileException_FileCorrupted(vl::kLzssMagic));
+    return data.release();
+}
+
+void *V_File::decompress(const void *container) { return decompress("Vantor Library", container); }
+
+void *V_File::encrypt(const char *, const void *data, unsigned int size) {
+    if (size > WHOLE_FILE - vl::kScrambleHeaderSize)
+        V_throw(V_FileException_FileTooLarge(vl::kScrambleMagic));
+    const std::uint32_t seed = static_cast<std::uint32_t>(vl::platform::drawRandom()) * 0x20004;
+    const auto total = static_cast<std::uint32_t>(size + vl::kScrambleHeaderSize);
+
+    Bytes container(vl::allocateArray<std::uint8_t>(total));
+    std::memcpy(container.get(), vl::kScrambleMagic, 4);
+    vl::storeLe32(container.get() + 4, size);
+    vl::storeLe32(container.get() + 8, total);
+    vl::storeLe32(container.get() + 12, seed);
+    vl::scramble(static_cast<const std::uint8_t *>(data), container.get() + vl::kScrambleHeaderSize, size,
+                 static_cast<std::int32_t>(seed));
+    return container.release();
+}
+
+void *V_File::encrypt(const void *data, unsigned int size) { return encrypt("Vantor Library", data, size); }
+
+void *V_File::decrypt(const char *, const void *container) {
+    const auto *bytes = static_cast<const std::uint8_t *>(container);
+    const std::uint32_t size = vl::loadLe32(bytes + 4);
+    Bytes data(vl::allocateArray<std::uint8_t>(size));
+    vl::unscramble(bytes + vl::kScrambleHeaderSize, data.get(), size,
+                   static_cast<std::int32_t>(vl::loadLe32(bytes + 12)));
+    return data.release();
+}
+
+void *V_File::decrypt(const void *container) { return decrypt("Vantor Library", container); }
+
+unsigned int V_File::CRC32(const void *data, unsigned int size) { return vl::crc32(data, size); }
+
+void V_File::decryptWithSeed(unsigned char *data, int size, int seed) {
+    if (size > 0)
+        vl::unscramble(data, data, static_cast<std::size_t>(size), seed == 0 ? 1 : seed);
+}

@@ -1,0 +1,91 @@
+// The file system's life: where its local root is, and what it creates and releases.
+
+#include "vl/file.h"
+
+#include "file/path_text.h"
+#include "platform/platform.h"
+
+#include <algorithm>
+#include <cstring>
+
+using vl::PathText;
+using vl::platform::PathBuffer;
+
+V_File *File = nullptr;
+unsigned int V_File::instance = 0;
+
+namespace {
+
+/// The directory of the program that a command line names, which may be quoted.
+void directoryOfProgram(PathBuffer &out, const char *commandLine) {
+    const bool quoted = *commandLine == '"';
+    const char *begin = commandLine + quoted;
+    const char *end = std::strchr(begin, quoted ? '"' : ' ');
+    if (!end)
+        end = begin + std::strlen(begin);
+    PathText path(out, commandLine);
+    path.append(begin, static_cast<std::size_t>(end - begin));
+    const std::size_t length = vl::directoryLength(out);
+    const bool driveRoot = length == 3 && out[1] == ':';
+    path.cutTo(length == 0 || driveRoot ? length : length - 1);
+}
+
+/// Makes a directory the process's current directory and tells the name the system gives it. `out` holds the
+/// earlier one, which is kept when that fails.
+void enterDirectory(char (&out)[256], const char *dir) {
+    if (!vl::platform::setCurrentDirectory(dir))
+        V_throw(V_FileException_DirectoryNotFound(dir));
+    PathBuffer current;
+    if (!vl::platform::currentDirectory(current)) {
+        vl::platform::setCurrentDirectory(out);
+        V_throw(V_FileException_PathTooLong(dir));
+    }
+    std::memcpy(out, current, sizeof out);
+}
+
+} // namespace
+
+V_File::V_File()
+    : m_strPattern(), m_findData(), m_strSearchDir(), m_strDiskPattern(), m_strResult(), m_strDirKey() {
+    m_uStage = 3;
+    m_uIndex = 0;
+    m_hFind = nullptr;
+    m_pArchive = nullptr;
+    m_iNoDirYet = 1;
+    m_pDirIDCursor = nullptr;
+    m_iOverride = 1;
+
+    try {
+        if (instance++ == 0)
+            createArchiveLists();
+        if (!vl::platform::currentDirectory(m_strStartupDirectory))
+            m_strStartupDirectory[0] = 0; // the process's business; nothing here depends on it
+        PathBuffer program;
+        directoryOfProgram(program, vl::platform::commandLine());
+        // A program path without a directory was found in the current one.
+        enterDirectory(m_originalLocalDirPath, program[0] ? program : ".");
+        loadArchives();
+    } catch (...) {
+        release();
+        throw;
+    }
+}
+
+V_File::~V_File() { release(); }
+
+void V_File::release() {
+    vl::platform::endEnumeration(m_hFind);
+    m_hFind = nullptr;
+    if (--instance != 0)
+        return;
+    V_REALLOCATE_DELETE(m_pathName);
+    m_pathName = nullptr;
+    m_uPathLen = 0;
+    deleteArchiveLists();
+}
+
+void V_File::setFileSystemRoot(const char *dir) {
+    unloadArchives();
+    enterDirectory(m_originalLocalDirPath, dir);
+    loadArchives();
+}

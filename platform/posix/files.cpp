@@ -1,0 +1,137 @@
+// Files and directories by name, and what standard input and output cannot say about an open file.
+
+#include "platform/posix/system.h"
+
+#include "platform/platform.h"
+#include "platform/posix/spelling.h"
+
+#include <cstdint>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <stdio_ext.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace vl::platform {
+
+namespace {
+
+/// The flags of open for a mode of fopen; -1 for what is no mode.
+int openFlags(const char *mode) {
+    const bool update = std::strchr(mode, '+') != nullptr;
+    for (const char *p = mode; *p != '\0'; ++p)
+        if (p == mode ? !std::strchr("rwa", *p) : !std::strchr("+bt", *p))
+            return -1;
+    const int access = update ? O_RDWR : *mode == 'r' ? O_RDONLY : O_WRONLY;
+    switch (*mode) {
+    case 'r':
+        return access;
+    case 'w':
+        return access | O_CREAT | O_TRUNC;
+    case 'a':
+        return access | O_CREAT | O_APPEND;
+    default:
+        return -1;
+    }
+}
+
+/// Opens a file (never a directory); -1 on failure.
+int openDescriptor(const char *path, int flags) {
+    SystemPath system;
+    if (!toSystemPath(system, path) || system.endsInSeparator)
+        return -1;
+    int descriptor = -1;
+    const auto openExisting = [&](const char *text) {
+        descriptor = open(text, (flags & ~O_CREAT) | O_CLOEXEC);
+        return descriptor >= 0;
+    };
+    if (withSpelling(system, openExisting) == Spelling::Missing && (flags & O_CREAT) != 0)
+        descriptor = open(system.text, flags | O_CLOEXEC, 0666);
+
+    struct stat info;
+    if (descriptor >= 0 && (fstat(descriptor, &info) != 0 || S_ISDIR(info.st_mode))) {
+        close(descriptor);
+        return -1;
+    }
+    return descriptor;
+}
+
+} // namespace
+
+FileKind fileKind(const char *path) {
+    SystemPath system;
+    struct stat info;
+    if (!toSystemPath(system, path) ||
+        withSpelling(system, [&](const char *text) { return stat(text, &info) == 0; }) != Spelling::Found)
+        return FileKind::None;
+    if (S_ISDIR(info.st_mode))
+        return FileKind::Directory;
+    return system.endsInSeparator ? FileKind::None : FileKind::File;
+}
+
+bool createDirectory(const char *path) {
+    SystemPath system;
+    return toSystemPath(system, path) && findSpelling(system) == Spelling::Missing &&
+           mkdir(system.text, 0777) == 0;
+}
+
+bool removeFile(const char *path) {
+    SystemPath system;
+    return toSystemPath(system, path) && !system.endsInSeparator &&
+           withSpelling(system, [](const char *text) { return unlink(text) == 0; }) == Spelling::Found;
+}
+
+std::FILE *openFile(const char *path, const char *mode) {
+    const int flags = openFlags(mode);
+    const int descriptor = flags == -1 ? -1 : openDescriptor(path, flags);
+    if (descriptor < 0)
+        return nullptr;
+    std::FILE *const file = fdopen(descriptor, mode);
+    if (!file)
+        close(descriptor);
+    return file;
+}
+
+bool fileLength(std::FILE *file, std::uint64_t &length) {
+    // The system knows nothing yet of what still waits in the buffer.
+    if (__fpending(file) != 0 && std::fflush(file) != 0)
+        return false;
+    struct stat info;
+    if (fstat(fileno(file), &info) != 0 || !S_ISREG(info.st_mode))
+        return false;
+    length = static_cast<std::uint64_t>(info.st_size);
+    return true;
+}
+
+bool seekFile(std::FILE *file, std::uint64_t position) {
+    return position <= INT64_MAX && fseeko(file, static_cast<off_t>(position), SEEK_SET) == 0;
+}
+
+bool lastWriteTime(const char *path, CalendarTime &time) {
+    // Without O_NONBLOCK a pipe would wait for its writer.
+    const int descriptor = openDescriptor(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    if (descriptor < 0)
+        return false;
+    struct stat info;
+    const bool known = fstat(descriptor, &info) == 0;
+    close(descriptor);
+
+    std::tm calendar;
+    if (!known || !gmtime_r(&info.st_mtim.tv_sec, &calendar))
+        return false;
+    const int year = calendar.tm_year + 1900;
+    if (year < 0 || year > UINT16_MAX)
+        return false;
+    time.year = static_cast<std::uint16_t>(year);
+    time.month = static_cast<std::uint16_t>(calendar.tm_mon + 1);
+    time.dayOfWeek = static_cast<std::uint16_t>(calendar.tm_wday);
+    time.day = static_cast<std::uint16_t>(calendar.tm_mday);
+    time.hour = static_cast<std::uint16_t>(calendar.tm_hour);
+    time.minute = static_cast<std::uint16_t>(calendar.tm_min);
+    time.second = static_cast<std::uint16_t>(calendar.tm_sec);
+    time.milliseconds = static_cast<std::uint16_t>(info.st_mtim.tv_nsec / 1000000);
+    return true;
+}
+
+} // namespace vl::platform

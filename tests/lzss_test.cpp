@@ -1,0 +1,201 @@
+// LZSS: known code streams, and a plain second implementation of the format as judge over generated data.
+
+#include "file/lzss.h"
+#include "tests/support/plain_lzss.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using Random = std::independent_bits_engine<std::mt19937, 32, std::uint32_t>;
+
+Bytes bytesOf(const std::string &text) { return Bytes(text.begin(), text.end()); }
+
+Bytes encoded(const Bytes &data) {
+    const auto size = static_cast<std::uint32_t>(data.size());
+    Bytes out(vl::lzssBound(size) - vl::kLzssHeaderSize);
+    out.resize(vl::lzssEncode(data.data(), size, out.data()));
+    return out;
+}
+
+// Heap blocks of the exact sizes, so that the address sanitizer sees a single byte too many.
+bool decodes(const Bytes &code, Bytes &out) {
+    const Bytes exact(code);
+    return vl::lzssDecode(exact.data(), exact.size(), out.data(), out.size());
+}
+
+enum Kind { kRandom, kTwoLetters, kRuns, kWords, kSpaces, kRepeats, kKinds };
+
+Bytes generated(int kind, std::size_t size, unsigned seed) {
+    static const char *const words[] = {"int ",  "return ", "    ", "\n", "const ",
+                                        "value", " = ",     ";\n",  "("};
+    Random random(seed);
+    Bytes data;
+    const std::size_t period = 1 + random() % 40;
+    while (data.size() < size) {
+        const unsigned r = random();
+        switch (kind) {
+        case kRandom:
+            data.push_back(static_cast<std::uint8_t>(r));
+            break;
+        case kTwoLetters:
+            data.push_back(static_cast<std::uint8_t>('a' + (r >> 8) % 2));
+            break;
+        case kRuns:
+            data.insert(data.end(), 1 + (r >> 8) % 60, static_cast<std::uint8_t>(r % 4 * 0x20));
+            break;
+        case kWords:
+            for (const char *c = words[r % 9]; *c; ++c)
+                data.push_back(static_cast<std::uint8_t>(*c));
+            break;
+        case kSpaces:
+            data.push_back(r % 16 ? ' ' : static_cast<std::uint8_t>(r >> 8));
+            break;
+        case kRepeats:
+            data.push_back(data.size() < period || r % 300 == 0 ? static_cast<std::uint8_t>(r >> 16)
+                                                                : data[data.size() - period]);
+            break;
+        }
+    }
+    data.resize(size);
+    return data;
+}
+
+// Sizes: every small one, then around the ring's size and some beyond it.
+template <typename Check>
+void forGeneratedData(Check check) {
+    for (int kind = 0; kind < kKinds; ++kind) {
+        for (unsigned size = 0; size <= 300; ++size)
+            check(generated(kind, size, size * 7 + 1));
+        for (const unsigned size : {4077u, 4078u, 4079u, 4095u, 4096u, 4097u, 8192u, 70001u})
+            check(generated(kind, size, size));
+        if (testing::Test::HasFatalFailure())
+            FAIL() << "kind " << kind;
+    }
+}
+
+TEST(Lzss, KnownCode) {
+    EXPECT_EQ(encoded({}), Bytes{});
+    EXPECT_EQ(encoded(bytesOf("abc")), (Bytes{0x07, 'a', 'b', 'c'}));
+    EXPECT_EQ(encoded(bytesOf("   ")), (Bytes{0x00, 0xDC, 0xF0}));
+    EXPECT_EQ(encoded(bytesOf("abcdefgh")), (Bytes{0xFF, 'a', 'b', 'c', 'd', 'e', 'f', 'g', 'h'}));
+    EXPECT_EQ(encoded(Bytes(18, ' ')), (Bytes{0x00, 0xDC, 0xFF}));
+    const Bytes run = encoded(Bytes(100, 'a'));
+    EXPECT_EQ(run.size(), 14u);
+    EXPECT_EQ(Bytes(run.begin(), run.begin() + 4), (Bytes{0x01, 'a', 0xEE, 0xFF}));
+}
+
+TEST(Lzss, HeaderIsLittleEndianAndNeedsItsMagic) {
+    Bytes container(vl::kLzssHeaderSize);
+    vl::lzssWriteHeader(container.data(), {0x01020304, 0xFFFEFDFC});
+    EXPECT_EQ(container, (Bytes{'V', 'A', '-', '>', 4, 3, 2, 1, 0xFC, 0xFD, 0xFE, 0xFF}));
+    vl::LzssHeader header;
+    EXPECT_TRUE(vl::lzssReadHeader(container.data(), header));
+    EXPECT_EQ(header.size, 0x01020304u);
+    EXPECT_EQ(header.packedSize, 0xFFFEFDFCu);
+    container[1] = 'C';
+    EXPECT_FALSE(vl::lzssReadHeader(container.data(), header));
+}
+
+TEST(Lzss, BoundHoldsIncompressibleDataOfEverySize) {
+    EXPECT_EQ(vl::lzssBound(0), 4096u);
+    EXPECT_EQ(vl::lzssBound(9), 4096u + 10);
+    for (std::uint64_t size = 0; size <= 0xFFFFFFFF; size += 1 + size / 3)
+        for (const std::uint64_t near : {size, 0xFFFFFFFF - size})
+            ASSERT_GE(vl::lzssBound(static_cast<std::uint32_t>(near)),
+                      vl::kLzssHeaderSize + near + (near + 7) / 8);
+}
+
+TEST(Lzss, CodeIsThatOfThePlainEncoder) {
+    forGeneratedData([](const Bytes &data) {
+        const Bytes code = encoded(data);
+        ASSERT_TRUE(code == plain::encode(data.data(), data.size())) << data.size() << " bytes";
+        Bytes out(data.size(), 0xEE);
+        ASSERT_TRUE(decodes(code, out) && out == data) << data.size() << " bytes";
+    });
+}
+
+// Whatever the code and the room, the decoder agrees with the plain one on bytes and verdict.
+TEST(Lzss, DamagedCodeIsJudgedAsThePlainDecoderDoes) {
+    Random random(7);
+    for (int round = 0; round < 3000; ++round) {
+        const Bytes data = generated(round % kKinds, random() % 6000, random());
+        Bytes code = encoded(data);
+        Bytes out(data.size());
+        switch (round / kKinds % 4) {
+        case 0:
+            code.resize(random() % (code.size() + 1));
+            break;
+        case 1:
+            code.push_back(static_cast<std::uint8_t>(random()));
+            break;
+        case 2:
+            out.resize(out.size() + random() % 3 - std::min<std::size_t>(out.size(), 1));
+            break;
+        case 3:
+            code = generated(static_cast<int>(random() % kKinds), random() % 6000, random());
+            break;
+        }
+        for (unsigned flips = random() % 3; flips > 0 && !code.empty(); --flips)
+            code[random() % code.size()] ^= static_cast<std::uint8_t>(1 << random() % 8);
+        Bytes expected(out.size());
+        bool whole = false;
+        const std::size_t count =
+            plain::decode(code.data(), code.size(), expected.data(), expected.size(), whole);
+        ASSERT_EQ(decodes(code, out), whole && count == out.size()) << "round " << round;
+        ASSERT_TRUE(
+            std::equal(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(count), expected.begin()))
+            << "round " << round;
+    }
+}
+
+TEST(LzssStream, PiecesOfAnySizeMakeUpTheWhole) {
+    Random random(8);
+    forGeneratedData([&](const Bytes &data) {
+        const Bytes code = encoded(data);
+        // Piece sizes up to a limit for each direction: 1 byte at a time, a few, or far more than the fast
+        // path needs.
+        const std::size_t limits[] = {1, 30, 9000};
+        const std::size_t inLimit = limits[random() % 3];
+        const std::size_t outLimit = limits[random() % 3];
+        vl::LzssStreamDecoder decoder;
+        Bytes out;
+        std::size_t read = 0;
+        while (out.size() < data.size()) {
+            const Bytes in(code.begin() + static_cast<std::ptrdiff_t>(read),
+                           code.begin() + static_cast<std::ptrdiff_t>(
+                                              std::min(code.size(), read + random() % (inLimit + 1))));
+            Bytes piece(1 + random() % outLimit);
+            const auto progress = decoder.decode(in.data(), in.size(), piece.data(), piece.size());
+            ASSERT_TRUE(progress.produced == piece.size() || progress.consumed == in.size());
+            read += progress.consumed;
+            out.insert(out.end(), piece.begin(),
+                       piece.begin() + static_cast<std::ptrdiff_t>(progress.produced));
+        }
+        ASSERT_TRUE(out == data) << data.size() << " bytes in pieces of up to " << inLimit << " and "
+                                 << outLimit;
+        ASSERT_TRUE(read == code.size() && decoder.atItemBoundary());
+    });
+}
+
+TEST(LzssStream, TellsWhatIsUnfinishedAndStartsAnewAfterReset) {
+    const Bytes code = {0x01, 'a', 0xEE, 0xF0}; // a, then three more
+    Bytes out(4);
+    vl::LzssStreamDecoder decoder;
+    EXPECT_EQ(decoder.decode(code.data(), 3, out.data(), 4).produced, 1u);
+    EXPECT_FALSE(decoder.atItemBoundary()); // half a pair
+    EXPECT_EQ(decoder.decode(code.data() + 3, 1, out.data() + 1, 2).produced, 2u);
+    EXPECT_FALSE(decoder.atItemBoundary()); // a byte of the match is due
+    decoder.reset();
+    EXPECT_EQ(decoder.decode(code.data(), 4, out.data(), 4).produced, 4u);
+    EXPECT_EQ(out, bytesOf("aaaa"));
+    EXPECT_TRUE(decoder.atItemBoundary());
+}
+
+} // namespace

@@ -1,0 +1,91 @@
+// Scrambling: known bytes, and the transform as it is defined, one byte at a time, as judge.
+
+#include "file/scramble.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using Random = std::independent_bits_engine<std::mt19937, 32, std::uint32_t>;
+
+// 64-bit arithmetic and rotations spelled out.
+Bytes scrambledPlainly(const Bytes &plain, std::int64_t state) {
+    Bytes stored;
+    for (std::size_t i = 0; i < plain.size(); ++i) {
+        state = state * 171 - state / 177 * 30269;
+        const unsigned mixed = ((plain[i] - static_cast<unsigned>(state)) & 0xFF) ^ ((i + 3) * 6 % 256);
+        const std::size_t rotation = i % 5;
+        stored.push_back(static_cast<std::uint8_t>(mixed >> rotation | mixed << (8 - rotation)));
+    }
+    return stored;
+}
+
+Bytes randomBytes(std::size_t size, unsigned seed) {
+    Random random(seed);
+    Bytes bytes(size);
+    for (std::uint8_t &b : bytes)
+        b = static_cast<std::uint8_t>(random());
+    return bytes;
+}
+
+TEST(Scramble, KnownStatesAndBytes) {
+    const std::int32_t states[] = {1, 171, 29241, 5826, 27638, 4134};
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(vl::scrambleStep(states[i]), states[i + 1]);
+    EXPECT_EQ(vl::scrambleStep(0), 0);
+    EXPECT_EQ(vl::scrambleStep(static_cast<std::int32_t>(0xFFFFFFFC)), -684);
+
+    Bytes bytes = {'a', 'b', 'c'};
+    vl::scramble(bytes.data(), bytes.data(), bytes.size(), 1);
+    EXPECT_EQ(bytes, (Bytes{0xA4, 0x98, 0xEF}));
+    vl::unscramble(bytes.data(), bytes.data(), bytes.size(), 1);
+    EXPECT_EQ(bytes, (Bytes{'a', 'b', 'c'}));
+}
+
+// Seeds that start in the cycle, fall into it early or late, or never (multiples of 30269), over more than
+// two rounds of it.
+TEST(Scramble, AgreesWithTheDefinitionForEveryKindOfSeed) {
+    Random random(2);
+    std::vector<std::int32_t> seeds = {0,       1,           -1,    -4,     30268,
+                                       30269,   -30269,      60538, 131076, INT_MAX,
+                                       INT_MIN, INT_MIN + 1, 30240, -31000, INT_MAX / 30269 * 30269};
+    for (int i = 0; i < 40; ++i)
+        seeds.push_back(static_cast<std::int32_t>(random()));
+    const Bytes plain = randomBytes(70001, 3);
+    for (const std::int32_t seed : seeds) {
+        const Bytes expected = scrambledPlainly(plain, seed);
+        Bytes bytes(plain.size());
+        vl::scramble(plain.data(), bytes.data(), plain.size(), seed);
+        ASSERT_TRUE(bytes == expected) << "seed " << seed;
+        vl::unscramble(bytes.data(), bytes.data(), bytes.size(), seed);
+        ASSERT_TRUE(bytes == plain) << "seed " << seed;
+    }
+}
+
+TEST(Scramble, PiecesOfAnySizeMakeUpTheWhole) {
+    Random random(4);
+    const Bytes plain = randomBytes(40000, 5);
+    for (const std::int32_t seed : {0, 1, 264, -977, INT_MIN}) {
+        const Bytes expected = scrambledPlainly(plain, seed);
+        vl::Scrambler forth(seed);
+        vl::Scrambler back(seed);
+        Bytes bytes = plain;
+        for (std::size_t at = 0; at < bytes.size();) {
+            const std::size_t wanted = random() % 3 ? random() % 7 : random() % 2000;
+            const std::size_t piece = std::min(wanted, bytes.size() - at);
+            forth.scramble(bytes.data() + at, bytes.data() + at, piece);
+            ASSERT_TRUE(std::equal(&bytes[at], &bytes[at] + piece, &expected[at])) << seed << " at " << at;
+            back.unscramble(bytes.data() + at, bytes.data() + at, piece);
+            at += piece;
+        }
+        ASSERT_TRUE(bytes == plain) << "seed " << seed;
+    }
+}
+
+} // namespace

@@ -23,6 +23,13 @@ namespace {
 constexpr unsigned kNil = kLzssRingSize;
 constexpr unsigned kMask = kLzssRingSize - 1;
 
+// What a link holds: the node it leads to in the low 16 bits and, above, bytes 1 to 6 of that node's string
+// (byte 0 is the same in all of a tree), big-endian, so that most comparisons need nothing but the link.
+using Link = std::uint64_t;
+constexpr Link kNilLink = kNil;
+
+constexpr unsigned node(Link link) { return static_cast<std::uint16_t>(link); }
+
 class Encoder {
   public:
     std::uint64_t encode(const std::uint8_t *data, std::uint32_t size, std::uint8_t *out);
@@ -37,22 +44,22 @@ class Encoder {
     static constexpr unsigned kRoots = 2 * (kLzssRingSize + 1);
     static constexpr unsigned left(unsigned p) { return 2 * p; }
     static constexpr unsigned right(unsigned p) { return 2 * p + 1; }
-    void link(unsigned slot, unsigned p) {
-        sons[slot] = static_cast<std::uint16_t>(p);
-        dad[p] = static_cast<std::uint16_t>(slot);
+    void setLink(unsigned slot, Link link) {
+        sons[slot] = link;
+        dad[node(link)] = static_cast<std::uint16_t>(slot);
     }
 
     static constexpr std::uint16_t kNoLink = 0xFFFF;
 
     std::uint8_t text_buf[kLzssRingSize + kLzssLongestMatch - 1]; // positions 4096 on mirror 0 to 16
-    std::uint16_t sons[kRoots + 256];                             // what each link points to
-    std::uint16_t dad[kLzssRingSize + 1]; // the link that points to each node, kNoLink outside the trees
+    Link sons[kRoots + 256];
+    std::uint16_t dad[kLzssRingSize + 1]; // number of the link that leads to each node, kNoLink outside the trees
     unsigned match_length;
     unsigned match_position;
 };
 
 void Encoder::initTree() {
-    std::fill(sons + kRoots, sons + kRoots + 256, std::uint16_t{kNil});
+    std::fill(sons + kRoots, sons + kRoots + 256, kNilLink);
     std::fill(dad, dad + kLzssRingSize, kNoLink);
 }
 
@@ -60,69 +67,68 @@ void Encoder::initTree() {
 // the root. A string equal in all 18 bytes is replaced: the newer position lives longer.
 void Encoder::insertNode(unsigned r) {
     const std::uint8_t *const key = text_buf + r;
-    const std::uint64_t keyHead = loadBe64(key + 1);
-    unsigned longest = 0;
+    const Link own = (loadBe64(key + 1) & ~Link{0xFFFF}) | r;
+    std::uint64_t longest = 0;
+    std::uint64_t order = std::uint64_t{kLzssRingSize} << 16;
     unsigned slot = kRoots + key[0];
-    sons[left(r)] = sons[right(r)] = kNil;
-    for (;;) {
-        const unsigned p = sons[slot];
-        if (p == kNil)
-            break;
-        const std::uint8_t *const text = text_buf + p;
-        const std::uint64_t textHead = loadBe64(text + 1);
-        unsigned length;
-        unsigned goRight;
-        if (keyHead != textHead) {
-            length = 1 + static_cast<unsigned>(std::countl_zero(keyHead ^ textHead)) / 8;
-            goRight = keyHead > textHead;
-        } else {
-            const std::uint64_t keyTail = loadBe64(key + 9);
-            const std::uint64_t textTail = loadBe64(text + 9);
-            length = 9 + static_cast<unsigned>(std::countl_zero(keyTail ^ textTail)) / 8;
+    Link link = sons[slot];
+    sons[left(r)] = sons[right(r)] = kNilLink;
+    while (node(link) != kNil) {
+        const unsigned p = node(link);
+        unsigned length = 1 + static_cast<unsigned>(std::countl_zero(own ^ link)) / 8;
+        unsigned goRight = own > link;
+        if (length > 6) [[unlikely]] {
+            const std::uint8_t *const text = text_buf + p;
+            std::uint64_t keyTail = loadBe64(key + 7);
+            std::uint64_t textTail = loadBe64(text + 7);
+            length = 7;
+            if (keyTail == textTail) {
+                keyTail = loadBe64(key + 10);
+                textTail = loadBe64(text + 10);
+                length = 10;
+            }
+            length += static_cast<unsigned>(std::countl_zero(keyTail ^ textTail)) / 8;
             goRight = keyTail > textTail;
-            if (length == kLzssLongestMatch - 1) {
-                if (key[17] == text[17]) {
-                    match_length = kLzssLongestMatch;
-                    match_position = p;
-                    link(left(r), sons[left(p)]);
-                    link(right(r), sons[right(p)]);
-                    link(slot, r);
-                    dad[p] = kNoLink;
-                    return;
-                }
-                goRight = key[17] > text[17];
+            if (length == kLzssLongestMatch) {
+                match_length = kLzssLongestMatch;
+                match_position = p;
+                setLink(left(r), sons[left(p)]);
+                setLink(right(r), sons[right(p)]);
+                setLink(slot, own);
+                dad[p] = kNoLink;
+                return;
             }
         }
-        if (length > longest) {
-            longest = length;
-            match_position = p;
-        }
+        longest = std::max(longest, (std::uint64_t{length} << 32) + order + p);
+        order -= 1 << 16;
         slot = 2 * p + goRight;
+        link = sons[slot];
     }
-    match_length = longest;
-    link(slot, r);
+    match_length = static_cast<unsigned>(longest >> 32);
+    match_position = longest & kMask;
+    setLink(slot, own);
 }
 
 void Encoder::deleteNode(unsigned p) {
     const unsigned slot = dad[p];
     if (slot == kNoLink)
         return;
-    const unsigned smaller = sons[left(p)];
-    const unsigned greater = sons[right(p)];
-    unsigned q = smaller;
-    if (smaller == kNil) {
+    const Link smaller = sons[left(p)];
+    const Link greater = sons[right(p)];
+    Link q = smaller;
+    if (node(smaller) == kNil) {
         q = greater;
-    } else if (greater != kNil) {
-        if (sons[right(q)] != kNil) {
+    } else if (node(greater) != kNil) {
+        if (node(sons[right(node(q))]) != kNil) {
             do
-                q = sons[right(q)];
-            while (sons[right(q)] != kNil);
-            link(dad[q], sons[left(q)]);
-            link(left(q), smaller);
+                q = sons[right(node(q))];
+            while (node(sons[right(node(q))]) != kNil);
+            setLink(dad[node(q)], sons[left(node(q))]);
+            setLink(left(node(q)), smaller);
         }
-        link(right(q), greater);
+        setLink(right(node(q)), greater);
     }
-    link(slot, q);
+    setLink(slot, q);
     dad[p] = kNoLink;
 }
 

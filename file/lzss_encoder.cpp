@@ -3,10 +3,12 @@
 // Every ring position in the window is a node of a binary search tree that orders the 18-byte strings
 // starting there; there is one tree per first byte. The tree is never balanced, and which of several equally
 // long matches is taken depends on its shape, so the order in which nodes are visited, replaced and removed
-// is part of the format's reproducible output. Two things make the walk quick without changing it:
-//  - a node's two links lie side by side, and each node knows the link that points to it, so neither
+// is part of the format's reproducible output. Three things make the walks quick without changing them:
+//  - a node's two links lie side by side, and each node knows the link that leads to it, so neither
 //    descending nor relinking needs to ask "left or right?";
-//  - strings are compared as big-endian integers, so one comparison gives both direction and length.
+//  - each link carries the first bytes of the string it leads to, so that going down one level takes one
+//    load and one comparison, which gives direction and length of the match;
+//  - up to four strings that belong to different trees go down together.
 
 #include "file/lzss.h"
 
@@ -40,12 +42,11 @@ class MatchTree {
   public:
     void initTree();
 
-    // Inserts the string at ring position r and finds the longest match for it; among equals the one nearest
-    // the root. A string equal in all 18 bytes is replaced: the newer position lives longer.
-    Match insertNode(unsigned r);
-
-    // The same for two strings of different trees, at once: neither descent waits for the other.
-    void insertNodes(const unsigned (&r)[2], Match (&matches)[2]);
+    // Inserts the kCount strings from ring position r on and finds the longest match for each; among equals
+    // the one nearest the root. A string equal in all 18 bytes is replaced: the newer position lives longer.
+    // Several at once, which must belong to different trees, keep each other from waiting.
+    template <unsigned kCount>
+    void insertNodes(unsigned r, Match (&matches)[kCount]);
 
     void deleteNode(unsigned p);
 
@@ -85,7 +86,7 @@ class MatchTree {
 };
 
 void MatchTree::initTree() {
-    std::fill(sons + kRoots, sons + kRoots + 256, kNilLink);
+    std::fill(sons + left(kNil), sons + kRoots + 256, kNilLink);
     std::fill(dad, dad + kLzssRingSize, kNoLink);
 }
 
@@ -97,14 +98,16 @@ inline MatchTree::Descent MatchTree::start(unsigned r) {
             0,   std::uint64_t{kLzssRingSize} << 16};
 }
 
-// Compares with one node and goes on to its child. False when there is none, or the node was replaced.
+// Compares with one node and goes on to its child; at the end of the branch, where the link is nil, nothing
+// changes any more. True while there is something to compare with.
 inline bool MatchTree::step(Descent &descent) {
     const unsigned p = node(descent.link);
-    if (p == kNil)
-        return false;
+    const bool going = p != kNil;
     unsigned length = 1 + static_cast<unsigned>(std::countl_zero(descent.own ^ descent.link)) / 8;
     unsigned goRight = descent.own > descent.link;
     if (length > 6) [[unlikely]] {
+        if (!going)
+            return false;
         const std::uint8_t *const text = text_buf + p;
         std::uint64_t keyTail = loadBe64(descent.key + 7);
         std::uint64_t textTail = loadBe64(text + 7);
@@ -122,14 +125,18 @@ inline bool MatchTree::step(Descent &descent) {
             setLink(right(r), sons[right(p)]);
             dad[p] = kNoLink;
             descent.longest = (std::uint64_t{length} << 32) + p;
+            descent.link = kNilLink;
             return false;
         }
     }
-    descent.longest = std::max(descent.longest, (std::uint64_t{length} << 32) + descent.nearness + p);
+    const std::uint64_t mask = std::uint64_t{0} - going;
+    descent.longest =
+        std::max(descent.longest, ((std::uint64_t{length} << 32) + descent.nearness + p) & mask);
     descent.nearness -= 1 << 16;
-    descent.slot = 2 * p + goRight;
-    descent.link = sons[descent.slot];
-    return true;
+    const unsigned child = 2 * p + goRight;
+    descent.link = sons[child];
+    descent.slot ^= (descent.slot ^ child) & static_cast<unsigned>(mask);
+    return going;
 }
 
 inline Match MatchTree::end(const Descent &descent) {
@@ -137,28 +144,20 @@ inline Match MatchTree::end(const Descent &descent) {
     return {static_cast<unsigned>(descent.longest >> 32), static_cast<unsigned>(descent.longest & kMask)};
 }
 
-Match MatchTree::insertNode(unsigned r) {
-    Descent descent = start(r);
-    while (step(descent)) {
-    }
-    return end(descent);
-}
-
-void MatchTree::insertNodes(const unsigned (&r)[2], Match (&matches)[2]) {
-    Descent first = start(r[0]);
-    Descent second = start(r[1]);
-    bool firstGoesOn = true;
-    bool secondGoesOn = true;
-    while (firstGoesOn & secondGoesOn) {
-        firstGoesOn = step(first);
-        secondGoesOn = step(second);
-    }
-    while (firstGoesOn)
-        firstGoesOn = step(first);
-    while (secondGoesOn)
-        secondGoesOn = step(second);
-    matches[0] = end(first);
-    matches[1] = end(second);
+template <unsigned kCount>
+void MatchTree::insertNodes(unsigned r, Match (&matches)[kCount]) {
+    Descent descents[kCount];
+    for (unsigned i = 0; i < kCount; ++i)
+        descents[i] = start((r + i) & kMask);
+    bool going;
+    do {
+        going = false;
+#pragma GCC unroll 4
+        for (Descent &descent : descents)
+            going |= step(descent);
+    } while (going);
+    for (unsigned i = 0; i < kCount; ++i)
+        matches[i] = end(descents[i]);
 }
 
 void MatchTree::deleteNode(unsigned p) {
@@ -226,62 +225,88 @@ class Encoder {
     std::uint64_t encode(const std::uint8_t *data, std::uint32_t size, std::uint8_t *out);
 
   private:
-    // The oldest position leaves the window and takes the byte that enters the look-ahead.
-    void replaceOldest(std::uint8_t byte) {
-        tree.deleteNode(s);
-        tree.text_buf[s] = byte;
-        if (s < kLzssLongestMatch - 1)
-            tree.text_buf[s + kLzssRingSize] = byte;
-        s = next(s);
-    }
+    static unsigned after(unsigned position, unsigned count) { return (position + count) & kMask; }
 
-    static unsigned next(unsigned position) { return (position + 1) & kMask; }
+    void deleteOldest() {
+        tree.deleteNode(s);
+        s = after(s, 1);
+    }
+    bool independent(unsigned count) const;
+    template <unsigned kCount>
+    void advance(const std::uint8_t *data, ItemWriter &writer);
 
     MatchTree tree;
-    unsigned s; // the oldest position
+    unsigned s; // the oldest position: leaves the window, takes the byte that enters the look-ahead
+    unsigned r; // the position last inserted; r + 18 is s
 };
+
+// Whether the next `count` positions can be inserted at once. The trees grow and shrink in the same order
+// whatever items are written, and trees of different first bytes have nothing to do with each other: so they
+// can if every string goes into a tree of its own, and into none that a deletion due after it would change.
+bool Encoder::independent(unsigned count) const {
+    const std::uint8_t *const text = tree.text_buf;
+    bool result = true;
+    for (unsigned later = 1; later < count; ++later)
+        for (unsigned i = 0; i < later; ++i) {
+            const std::uint8_t inserted = text[after(r, 1 + i)];
+            result &= inserted != text[after(r, 1 + later)] && inserted != text[after(s, later)];
+        }
+    return result;
+}
+
+// Takes kCount bytes into the look-ahead and moves on to the positions that become codable.
+template <unsigned kCount>
+void Encoder::advance(const std::uint8_t *data, ItemWriter &writer) {
+    for (unsigned i = 0; i < kCount; ++i) {
+        tree.text_buf[s] = data[i];
+        if (s < kLzssLongestMatch - 1)
+            tree.text_buf[s + kLzssRingSize] = data[i];
+        deleteOldest();
+    }
+    Match matches[kCount];
+    tree.insertNodes(after(r, 1), matches);
+    for (const Match &match : matches) {
+        r = after(r, 1);
+        writer.position(tree.text_buf[r], match, kLzssLongestMatch);
+    }
+}
 
 std::uint64_t Encoder::encode(const std::uint8_t *data, std::uint32_t size, std::uint8_t *out) {
     unsigned ahead = std::min(size, kLzssLongestMatch);
     if (ahead == 0)
         return 0;
     const std::uint8_t *const end = data + size;
-    std::uint8_t *const text = tree.text_buf;
-    unsigned r = kLzssFirstPosition; // the position being coded
     s = 0;
+    r = kLzssFirstPosition;
     tree.initTree();
     std::fill(std::begin(tree.text_buf), std::end(tree.text_buf), kLzssInitialFill);
-    std::memcpy(text + r, data, ahead);
+    std::memcpy(tree.text_buf + r, data, ahead);
     data += ahead;
+    Match match[1];
     for (unsigned i = 1; i <= kLzssLongestMatch; ++i)
-        tree.insertNode(r - i);
-
+        tree.insertNodes(r - i, match);
+    tree.insertNodes(r, match);
     ItemWriter writer(out);
-    writer.position(text[r], tree.insertNode(r), ahead);
+    writer.position(tree.text_buf[r], match[0], ahead);
+
     while (data != end) {
-        // The trees grow and shrink in the same order whatever is coded, and trees of different first bytes
-        // have nothing to do with each other. So two positions are inserted at once unless the trees that
-        // change (by the second deletion and the two insertions) are the same.
-        const unsigned pair[2] = {next(r), next(next(r))};
-        if (end - data >= 2 && text[pair[0]] != text[pair[1]] && text[pair[0]] != text[next(s)]) {
-            replaceOldest(*data++);
-            replaceOldest(*data++);
-            Match matches[2];
-            tree.insertNodes(pair, matches);
-            writer.position(text[pair[0]], matches[0], ahead);
-            writer.position(text[pair[1]], matches[1], ahead);
-            r = pair[1];
+        const std::ptrdiff_t left = end - data;
+        if (left >= 4 && independent(4)) {
+            advance<4>(data, writer);
+            data += 4;
+        } else if (left >= 2 && independent(2)) {
+            advance<2>(data, writer);
+            data += 2;
         } else {
-            replaceOldest(*data++);
-            r = pair[0];
-            writer.position(text[r], tree.insertNode(r), ahead);
+            advance<1>(data, writer);
+            data += 1;
         }
     }
     while (--ahead > 0) {
-        tree.deleteNode(s);
-        s = next(s);
-        r = next(r);
-        writer.position(text[r], tree.insertNode(r), ahead);
+        deleteOldest();
+        r = after(r, 1);
+        tree.insertNodes(r, match);
+        writer.position(tree.text_buf[r], match[0], ahead);
     }
     return static_cast<std::uint64_t>(writer.end() - out);
 }

@@ -60,20 +60,23 @@ constexpr Cycle kCycle;
 constexpr Pattern kPattern;
 
 constexpr std::uint8_t byte(unsigned value) { return static_cast<std::uint8_t>(value); }
+constexpr std::uint16_t word(unsigned value) { return static_cast<std::uint16_t>(value); }
 
 // A byte rotated by n is the high or the low byte of it times 1 << n; multiplication, unlike shifting by a
 // different count per byte, exists in wide registers everywhere.
 struct Scramble {
-    static std::uint8_t apply(unsigned plain, unsigned key, unsigned i) {
-        const unsigned turned = (byte(plain - key) ^ kPattern.mask[i]) * kPattern.right[i];
+    static constexpr const std::uint16_t *kFactors = kPattern.right;
+    static std::uint8_t apply(unsigned plain, unsigned key, unsigned mask, unsigned factor) {
+        const std::uint16_t turned = word((byte(plain - key) ^ mask) * factor);
         return byte(turned | turned >> 8);
     }
 };
 
 struct Unscramble {
-    static std::uint8_t apply(unsigned stored, unsigned key, unsigned i) {
-        const unsigned turned = stored * kPattern.left[i];
-        return byte((byte(turned | turned >> 8) ^ kPattern.mask[i]) + key);
+    static constexpr const std::uint16_t *kFactors = kPattern.left;
+    static std::uint8_t apply(unsigned stored, unsigned key, unsigned mask, unsigned factor) {
+        const std::uint16_t turned = word(stored * factor);
+        return byte((byte(turned | turned >> 8) ^ mask) + key);
     }
 };
 
@@ -81,11 +84,14 @@ struct Unscramble {
 // source and target are apart.
 template <typename Transform>
 void transformBlock(const std::uint8_t *source, std::uint8_t *target, unsigned phase, unsigned index) {
+    const std::int16_t *const keys = kCycle.state + index;
+    const std::uint8_t *const masks = kPattern.mask + phase;
+    const std::uint16_t *const factors = Transform::kFactors + phase;
     std::uint8_t in[kBlock];
     std::uint8_t out[kBlock];
     std::memcpy(in, source, kBlock);
-    for (unsigned i = 0; i < kBlock; ++i)
-        out[i] = Transform::apply(in[i], static_cast<std::uint16_t>(kCycle.state[index + i]), phase + i);
+    for (int i = 0; i < static_cast<int>(kBlock); ++i)
+        out[i] = Transform::apply(in[i], static_cast<std::uint16_t>(keys[i]), masks[i], factors[i]);
     std::memcpy(target, out, kBlock);
 }
 
@@ -94,8 +100,8 @@ void transformBlock(const std::uint8_t *source, std::uint8_t *target, unsigned p
 template <typename Transform>
 void Scrambler::run(const std::uint8_t *source, std::uint8_t *target, std::size_t size) {
     while (size > 0) {
-        unsigned index = kCycle.indexOf[Cycle::residue(m_iState)];
-        if (kCycle.state[index] == m_iState) {
+        unsigned index = size < kBlock ? 0 : kCycle.indexOf[Cycle::residue(m_iState)];
+        if (size >= kBlock && kCycle.state[index] == m_iState) {
             for (; size >= kBlock; size -= kBlock, source += kBlock, target += kBlock) {
                 transformBlock<Transform>(source, target, m_uPhase, index + 1);
                 m_uPhase = (m_uPhase + kBlock) % kPeriod;
@@ -105,7 +111,8 @@ void Scrambler::run(const std::uint8_t *source, std::uint8_t *target, std::size_
         }
         for (std::size_t i = std::min<std::size_t>(size, kBlock); i > 0; --i, --size) {
             m_iState = scrambleStep(m_iState);
-            *target++ = Transform::apply(*source++, static_cast<unsigned>(m_iState), m_uPhase);
+            *target++ = Transform::apply(*source++, static_cast<unsigned>(m_iState), kPattern.mask[m_uPhase],
+                                         Transform::kFactors[m_uPhase]);
             m_uPhase = m_uPhase + 1 == kPeriod ? 0 : m_uPhase + 1;
         }
     }

@@ -58,6 +58,7 @@ struct Pattern {
 
 constexpr Cycle kCycle;
 constexpr Pattern kPattern;
+static_assert(kCycle.state[kCycleLength] == kCycle.state[0], "the cycle closes");
 
 constexpr std::uint8_t byte(unsigned value) { return static_cast<std::uint8_t>(value); }
 constexpr std::uint16_t word(unsigned value) { return static_cast<std::uint16_t>(value); }

@@ -22,9 +22,12 @@
 #include "vl/file/exception.h"
 #include "vl/file/stream.h"
 
-namespace vl::platform {
+namespace vl {
+class ArchiveAccess;
+namespace platform {
 class Enumeration;
 }
+} // namespace vl
 
 class VL_API V_File {
   public:
@@ -95,7 +98,7 @@ class VL_API V_File {
         VASDirectoryEntry *dirs; ///< dirCount entries, sorted by key
         char *fileNames;         ///< the keys of the files
         char *dirNames;          ///< the keys of the directories
-        void *index;             ///< private: what speeds the lookup
+        unsigned int *index;     ///< private: speeds the lookup; null when binary search serves
     };
 
     /// The answer of a lookup.
@@ -283,6 +286,7 @@ class VL_API V_File {
     friend class V_FileDirectoryChange;
     friend class V_FileStream;
     friend class V_UnbufferedFileStream;
+    friend class vl::ArchiveAccess;
 
     V_File();
     ~V_File();
@@ -299,14 +303,17 @@ class VL_API V_File {
     void loadBounded(void *buffer, const char *name, unsigned int size, unsigned int bufferSize);
 
     // Archives (file/archive*.cpp)
+    enum class Place { First, Last };
     static void createArchiveLists();
     static void deleteArchiveLists();
-    bool loadArchives();
-    void unloadArchives();
+    static void releaseArchives(V_DLList<V_VASArchive> &list);
     static void releaseArchive(V_DLList<V_VASArchive> &list, V_VASArchive *archive);
-    static V_VASArchive *findPriorityArchive(V_DLList<V_VASArchive> *&list);
-    void loadArchive(V_VASArchive *archive, const char *name);
-    void loadArchiveHeader(V_VASArchive *archive, const char *name);
+    bool loadArchives();
+    bool loadArchivesOf(const char *directory);
+    void unloadArchives();
+    V_VASArchive *loadArchive(V_DLList<V_VASArchive> &list, Place place, const char *name);
+    static void loadArchiveHeader(V_VASArchive *archive, const char *name);
+    static void releaseArchiveTables(const V_VASArchive &archive);
     static void searchFile(V_VASFind *result, const char *path);
     static void searchDir(V_VASFind *result, const char *path);
     static void readEntry(const V_VASFind &entry, const char *resolvedPath, void *buffer,

@@ -82,12 +82,13 @@ void LzssStreamDecoder::decodeGroups(Cursor &cursor) const {
     const std::uint8_t *in = cursor.in;
     std::uint8_t *const out = cursor.out;
     std::size_t produced = cursor.produced;
-    if (cursor.outSize < kGroupOutput)
+    if (cursor.outSize < kGroupOutput || static_cast<std::size_t>(cursor.inEnd - in) < kGroupInput)
         return;
+    const std::uint8_t *const lastIn = cursor.inEnd - kGroupInput;
     const std::size_t last = kEarly ? std::min<std::size_t>(cursor.outSize - kGroupOutput, kLzssRingSize - 1)
                                     : cursor.outSize - kGroupOutput;
     const unsigned bias = m_uPosition - 1;
-    while (static_cast<std::size_t>(cursor.inEnd - in) >= kGroupInput && produced <= last) {
+    while (in <= lastIn && produced <= last) {
         unsigned flags = *in++;
         if (flags == 0xFF) {
             std::memcpy(out + produced, in, 8);
@@ -96,25 +97,28 @@ void LzssStreamDecoder::decodeGroups(Cursor &cursor) const {
             continue;
         }
         for (int item = 0; item < 8; ++item, flags >>= 1) {
-            const unsigned literal = flags & 1;
+            // All ones for a match, 0 for a literal: half of the items are mispredicted when they are branched on.
+            const std::size_t match = static_cast<std::size_t>(flags & 1) - 1;
             const unsigned pair = loadLe16(in);
             const unsigned position = (pair & 0xFF) | (pair >> 4 & 0xF00);
             const std::size_t distance = ((static_cast<unsigned>(produced) + bias - position) & kMask) + 1;
-            const std::size_t length = literal ? 1 : (pair >> 8 & 0x0F) + kLzssThreshold + 1;
+            const std::size_t length = 1 + (((pair >> 8 & 0x0F) + kLzssThreshold) & match);
             std::uint8_t *const to = out + produced;
-            if (kEarly && distance > produced && !literal) {
+            if (kEarly && distance > produced && match) {
                 if (distance - produced >= kLzssLongestMatch) {
                     copyLongest(to, m_ring + position);
                 } else {
-                    Cursor match{in, in, out, produced, cursor.outSize};
-                    copyMatch(match, position, length);
+                    Cursor crossing{in, in, out, produced, cursor.outSize};
+                    copyMatch(crossing, position, length);
                 }
-            } else if (distance < kWide && !literal) [[unlikely]] {
+            } else if (distance < kWide && match) [[unlikely]] {
                 repeatPattern(to, distance);
             } else {
-                copyLongest(to, literal ? in : to - distance);
+                const std::uintptr_t from = (reinterpret_cast<std::uintptr_t>(to - distance) & match) |
+                                            (reinterpret_cast<std::uintptr_t>(in) & ~match);
+                copyLongest(to, reinterpret_cast<const std::uint8_t *>(from));
             }
-            in += 2 - literal;
+            in += 1 - static_cast<std::ptrdiff_t>(match);
             produced += length;
         }
     }

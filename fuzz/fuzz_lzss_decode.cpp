@@ -28,7 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     vl::LzssStreamDecoder decoder;
     std::vector<std::uint8_t> streamed;
     std::size_t read = 0;
-    for (bool stuck = false; !stuck;) {
+    for (bool ended = outSize == 0; !ended;) {
         pieces = pieces * 1103515245 + 12345;
         const std::size_t wanted = std::min<std::size_t>(outSize - streamed.size(), pieces >> 16 & 0x3FF);
         const std::size_t given = std::min<std::size_t>(code.size() - read, pieces >> 26);
@@ -37,8 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         const auto progress = decoder.decode(in.data(), given, piece.data(), wanted);
         read += progress.consumed;
         streamed.insert(streamed.end(), piece.data(), piece.data() + progress.produced);
-        stuck = (streamed.size() == outSize || read == code.size()) && progress.produced == 0 && wanted > 0;
-        stuck = stuck || streamed.size() == outSize;
+        ended = streamed.size() == outSize || (read == code.size() && wanted > 0 && progress.produced == 0);
     }
     if (streamed != expected)
         std::abort();

@@ -55,9 +55,9 @@ V_File::V_File()
     m_pDirIDCursor = nullptr;
     m_iOverride = 1;
 
-    if (instance++ == 0)
-        createArchiveLists();
     try {
+        if (instance++ == 0)
+            createArchiveLists();
         if (!vl::platform::currentDirectory(m_strStartupDirectory))
             m_strStartupDirectory[0] = 0; // the process's business; nothing here depends on it
         PathBuffer program;

@@ -3,31 +3,20 @@
 #include "vl/file.h"
 
 #include "core/counted.h"
+#include "file/open_file.h"
 #include "file/path_text.h"
 #include "platform/platform.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <memory>
 
+using vl::OpenFile;
+using vl::openUnbuffered;
 using vl::PathText;
 using vl::platform::PathBuffer;
 
 namespace {
-
-struct CloseFile {
-    void operator()(std::FILE *file) const { std::fclose(file); }
-};
-using OpenFile = std::unique_ptr<std::FILE, CloseFile>;
-
-/// Opens a file for one transfer of the caller's own block, so standard I/O need not buffer it.
-OpenFile openUnbuffered(const char *path, const char *mode) {
-    OpenFile file(vl::platform::openFile(path, mode));
-    if (file)
-        std::setvbuf(file.get(), nullptr, _IONBF, 0);
-    return file;
-}
 
 unsigned int lengthOf(std::FILE *file, const char *path) {
     std::uint64_t length = 0;

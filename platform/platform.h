@@ -75,8 +75,9 @@ class Enumeration;
 /// Starts to enumerate the names of one directory that match the wildcards `*` and `?` of the last element of
 /// `pattern` ("*" and "*.*" match every name), without "." and "..". Names come sorted by their upper-cased
 /// form, so the order is the same on every machine; names of more than maxPath characters are left out. The
-/// names are those of the moment of the call. Null when the directory cannot be read or no memory is left.
-Enumeration *startEnumeration(const char *pattern);
+/// names are those of the moment of the call. Null when the directory cannot be read or no memory is left;
+/// `outOfMemory`, where given, tells which.
+Enumeration *startEnumeration(const char *pattern, bool *outOfMemory = nullptr);
 
 /// The next bare name, or null at the end. Valid until endEnumeration.
 const char *nextName(Enumeration *enumeration);
@@ -146,6 +147,9 @@ bool savesSseState();
 /// Tells the user of a fatal failure and, where the system has such a thing, waits for the answer. Here:
 /// title and text on standard error.
 void messageBox(const char *title, const char *text);
+
+/// Whether standard error is watched at a terminal (asked by the tool, for its progress line).
+bool standardErrorIsTerminal();
 
 // ---- Random numbers ------------------------------------------------------------------------------------
 

@@ -95,7 +95,7 @@ class VL_API V_File {
         VASDirectoryEntry *dirs; ///< dirCount entries, sorted by key
         char *fileNames;         ///< the keys of the files
         char *dirNames;          ///< the keys of the directories
-        void *index;             ///< private: what speeds the lookup
+        unsigned int *index;     ///< private: speeds the lookup; null when binary search serves
     };
 
     /// The answer of a lookup.
@@ -299,13 +299,15 @@ class VL_API V_File {
     void loadBounded(void *buffer, const char *name, unsigned int size, unsigned int bufferSize);
 
     // Archives (file/archive*.cpp)
+    enum class Place { First, Last };
     static void createArchiveLists();
     static void deleteArchiveLists();
-    bool loadArchives();
-    void unloadArchives();
+    static void releaseArchives(V_DLList<V_VASArchive> &list);
     static void releaseArchive(V_DLList<V_VASArchive> &list, V_VASArchive *archive);
-    static V_VASArchive *findPriorityArchive(V_DLList<V_VASArchive> *&list);
-    void loadArchive(V_VASArchive *archive, const char *name);
+    bool loadArchives();
+    bool loadArchivesOf(const char *directory);
+    void unloadArchives();
+    V_VASArchive *loadArchive(V_DLList<V_VASArchive> &list, Place place, const char *name);
     void loadArchiveHeader(V_VASArchive *archive, const char *name);
     static void searchFile(V_VASFind *result, const char *path);
     static void searchDir(V_VASFind *result, const char *path);

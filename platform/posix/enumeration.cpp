@@ -41,7 +41,9 @@ bool collect(std::vector<std::string> &names, const char *directory, const char 
 
 } // namespace
 
-Enumeration *startEnumeration(const char *pattern) {
+Enumeration *startEnumeration(const char *pattern, bool *outOfMemory) {
+    if (outOfMemory)
+        *outOfMemory = false;
     const std::string_view whole(pattern);
     std::size_t split = whole.find_last_of("\\/:");
     split = split == whole.npos ? 0 : split + 1;
@@ -62,6 +64,8 @@ Enumeration *startEnumeration(const char *pattern) {
         std::sort(enumeration->m_names.begin(), enumeration->m_names.end(), namePrecedes);
         return enumeration.release();
     } catch (const std::bad_alloc &) {
+        if (outOfMemory)
+            *outOfMemory = true;
         return nullptr;
     }
 }

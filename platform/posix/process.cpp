@@ -142,4 +142,6 @@ void messageBox(const char *title, const char *text) {
     std::fprintf(stderr, "%s\n%s\n", title ? title : "", text ? text : "");
 }
 
+bool standardErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }
+
 } // namespace vl::platform

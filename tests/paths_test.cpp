@@ -1,0 +1,168 @@
+// How names are resolved, in every mode, and the library's current directory.
+
+#include "support/library_test.h"
+
+#include "platform/platform.h"
+
+#include <cstring>
+#include <random>
+
+namespace {
+
+class Names : public LibraryTest {
+  protected:
+    std::string resolved(const std::string &name) { return File->getFullPathName(name.c_str()); }
+};
+
+TEST_F(Names, ResolveBelowTheCurrentDirectoryOfTheVirtualTree) {
+    EXPECT_EQ(resolved("a/b/c.txt"), "\\a\\b\\c.txt");
+    EXPECT_EQ(resolved("\\a\\..\\b"), "\\b");
+    EXPECT_EQ(resolved(".\\a"), "\\a");
+    EXPECT_EQ(resolved("./a"), "\\a");
+    EXPECT_EQ(resolved("a\\"), "\\a");
+    EXPECT_EQ(resolved("\\"), "");
+    EXPECT_EQ(resolved("a\\.\\.\\b"), "\\a\\b");
+    EXPECT_EQ(resolved("a.\\b"), "\\ab"); // the dot goes wherever it stands, unless it follows another
+
+    std::filesystem::create_directories(root() / "data/maps");
+    File->changeDirectory("data\\");
+    EXPECT_STREQ(File->getCurrentDirectory(), "\\data\\");
+    EXPECT_EQ(resolved("maps/a.txt"), "\\data\\maps\\a.txt");
+    EXPECT_EQ(resolved("..\\x"), "\\x");
+    EXPECT_EQ(resolved("\\cfg\\"), "\\cfg");
+    EXPECT_EQ(resolved(""), "\\data");
+}
+
+TEST_F(Names, DotDotNeverClimbsAboveTheRoot) {
+    EXPECT_EQ(resolved("..\\..\\x"), "\\x");
+    EXPECT_EQ(resolved("\\..\\..\\.."), "");
+    EXPECT_EQ(resolved("a\\.."), "");
+    File->setArchiveHandling(V_File::AH_DIRECTORIES);
+    std::string up;
+    for (int i = 0; i < 80; ++i)
+        up += "..\\";
+    EXPECT_EQ(resolved(up + "x"), "C:\\x");
+}
+
+TEST_F(Names, OfTheSystemStayAsTheyAreInDirectoryMode) {
+    File->setArchiveHandling(V_File::AH_DIRECTORIES);
+    EXPECT_EQ(File->getCurrentDirectory(), engineRoot() + "\\");
+    EXPECT_EQ(resolved("C:\\x\\"), "C:\\x\\");
+    EXPECT_EQ(resolved("\\\\srv\\share\\f"), "\\\\srv\\share\\f");
+    EXPECT_EQ(resolved("\\tmp\\f"), "C:\\tmp\\f");
+    EXPECT_EQ(resolved("x/y\\"), engineRoot() + "\\x\\y");
+
+    writeFile(root() / "sub/file.txt", "here");
+    File->changeDirectory("sub");
+    EXPECT_EQ(loaded("file.txt"), "here");
+    File->changeDirectory("C:\\");
+    EXPECT_STREQ(File->getCurrentDirectory(), "C:\\");
+    EXPECT_EQ(loaded(engineRoot() + "\\sub\\file.txt"), "here");
+
+    File->setArchiveHandling(V_File::AH_LOCAL_ROOT);
+    EXPECT_EQ(resolved("\\tmp\\f"), "C:\\tmp\\f");
+    EXPECT_EQ(loaded("sub\\file.txt"), "here");
+}
+
+TEST_F(Names, AreSplitBehindTheirLastBackslash) {
+    V_String part;
+    File->getPath("a/b.txt", part);
+    EXPECT_EQ(part, "\\a\\");
+    File->getFilename("a/b.txt", part);
+    EXPECT_EQ(part, "b.txt");
+    File->getPath("\\", part);
+    EXPECT_EQ(part, "");
+}
+
+TEST_F(Names, LongerThanALimitAreRefused) {
+    const std::string name42(42, 'n'), name43(43, 'n');
+    File->enableFilenameLengthLimitation(true);
+    EXPECT_EQ(resolved("directory/" + name42), "\\directory\\" + name42);
+    EXPECT_EQ(messageOf<V_FileException_FilenameTooLong>([&] { resolved("d/" + name43); }),
+              "File name \"d\\" + name43 + "\" (excluding path) exceeds 42 characters");
+    File->enableFilenameLengthLimitation(false);
+
+    const std::string longest = "\\" + std::string(254, 'a');
+    EXPECT_EQ(resolved(longest), longest);
+    EXPECT_EQ(messageOf<V_FileException_PathTooLong>([&] { resolved(longest.substr(1) + "aa"); }),
+              "Path \"" + longest.substr(1) + "aa\" exceeds 255 characters");
+    // The virtual path fits, but not behind the local root.
+    EXPECT_EQ(messageOf<V_FileException_PathTooLong>([&] { File->where(longest.c_str()); }),
+              "Path \"" + longest + "\" exceeds 255 characters");
+}
+
+TEST_F(Names, OfAnyShapeStayWithinTheirBuffer) {
+    std::mt19937 random(1);
+    const char alphabet[] = "..\\\\/a:";
+    for (int round = 0; round < 20000; ++round) {
+        std::string name;
+        for (auto length = random() % 300; length != 0; --length)
+            name += alphabet[random() % (sizeof alphabet - 1)];
+        File->setArchiveHandling(static_cast<int>(random() % 3));
+        try {
+            ASSERT_LE(resolved(name).size(), 255u);
+        } catch (V_FileException_PathTooLong *) {
+            ASSERT_GT(name.size() + std::strlen(File->getCurrentDirectory()), 255u) << name;
+        }
+    }
+}
+
+TEST_F(Names, OfADirectoryThatIsMissingLeaveTheCurrentOne) {
+    std::filesystem::create_directories(root() / "data");
+    File->changeDirectory("DATA");
+    File->changeDirectory(".");
+    File->changeDirectory("");
+    EXPECT_STREQ(File->getCurrentDirectory(), "\\DATA\\");
+    EXPECT_EQ(messageOf<V_FileException_DirectoryNotFound>([] { File->changeDirectory("nowhere/"); }),
+              "Directory \\DATA\\nowhere not found");
+    EXPECT_STREQ(File->getCurrentDirectory(), "\\DATA\\");
+    File->changeDirectory("\\");
+    EXPECT_STREQ(File->getCurrentDirectory(), "\\");
+}
+
+TEST_F(Names, OfADriveRootAsLocalRootHaveSingleBackslashes) {
+    File->setFileSystemRoot("C:\\");
+    EXPECT_EQ(File->isDirectory("\\tmp"), 1);
+    EXPECT_EQ(File->isDirectory("\\"), 1);
+    EXPECT_EQ(messageOf<V_FileException_UnableToReadData>([] {
+                  char byte;
+                  File->load(&byte, "\\dev\\null", 1);
+              }),
+              "Unable to read data from \"C:\\dev\\null\"");
+    File->setFileSystemRoot(engineRoot().c_str());
+}
+
+TEST_F(Names, OfAMissingRootAreRefused) {
+    EXPECT_EQ(messageOf<V_FileException_DirectoryNotFound>([] { File->setFileSystemRoot("C:\\no\\such"); }),
+              "Directory C:\\no\\such not found");
+    writeFile(root() / "still.txt", "here");
+    EXPECT_EQ(loaded("still.txt"), "here");
+}
+
+TEST_F(Names, AreResolvedElsewhereDuringADirectoryChange) {
+    std::filesystem::create_directories(root() / "a/b");
+    {
+        V_FileDirectoryChange outer("a");
+        {
+            V_FileDirectoryChange inner("b");
+            EXPECT_STREQ(File->getCurrentDirectory(), "\\a\\b\\");
+            EXPECT_THROW(inner.construct("nowhere"), V_FileException_DirectoryNotFound *);
+            EXPECT_FALSE(inner.isConstructed());
+            EXPECT_STREQ(File->getCurrentDirectory(), "\\a\\");
+            inner.construct("\\");
+            EXPECT_STREQ(File->getCurrentDirectory(), "\\");
+        }
+        EXPECT_STREQ(File->getCurrentDirectory(), "\\a\\");
+        outer.destruct();
+        EXPECT_STREQ(File->getCurrentDirectory(), "\\");
+        outer.destruct();
+    }
+    {
+        V_FileDirectoryChange outer("a");
+        const V_FileDirectoryChange inner("\\");
+        std::filesystem::remove_all(root() / "a");
+    } // the way back is gone, and the destructor must not throw
+    EXPECT_STREQ(File->getCurrentDirectory(), "\\");
+}
+
+} // namespace

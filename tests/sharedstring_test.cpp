@@ -1,0 +1,191 @@
+// The string pool: identity without regard to case, dense identifiers, copies, its limit, and failing memory.
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <new>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "sharedstring/folded_text.h"
+#include "tests/support/failing_allocation.h"
+#include "vl/sharedstring.h"
+
+namespace {
+
+short idOf(V_SharedStringPool &pool, const std::string &text) {
+    return pool.getSharedString(V_String(text.data(), text.size())).getID();
+}
+
+/// Texts of 0 to 20 bytes from a small alphabet around the borders of A-Z, so that many are equal or nearly
+/// so.
+std::vector<std::string> similarTexts(int count) {
+    const char alphabet[] = {'a', 'A', 'b', 'z',    'Z',    '@',    '[',
+                             '`', '{', '_', '\x80', '\xC1', '\xE1', '\x01'};
+    std::mt19937 random(3);
+    std::vector<std::string> texts;
+    for (int i = 0; i < count; ++i) {
+        std::string text(random() % 21, 'a');
+        for (std::size_t changes = random() % 4; changes > 0 && !text.empty(); --changes) {
+            text[random() % text.size()] = alphabet[random() % sizeof alphabet];
+        }
+        texts.push_back(text);
+    }
+    return texts;
+}
+
+std::string folded(std::string text) {
+    for (char &c : text) {
+        c = static_cast<char>(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c);
+    }
+    return text;
+}
+
+TEST(SharedString, HandleIsTwoBytesAndEndsAsMinusOne) {
+    static_assert(sizeof(V_SharedString) == 2);
+    alignas(V_SharedString) unsigned char memory[2];
+    auto *handle = new (memory) V_SharedString(7);
+    EXPECT_EQ(V_SharedString(*handle).getID(), 7);
+    handle->~V_SharedString();
+    EXPECT_EQ(memory[0] & memory[1], 0xFF);
+    EXPECT_EQ(V_SharedString().getID(), 0);
+}
+
+TEST(SharedStringPool, FirstSpellingStaysAndCaseDoesNotCount) {
+    V_SharedStringPool pool(4);
+    EXPECT_EQ(idOf(pool, "Alpha"), 0);
+    EXPECT_EQ(idOf(pool, "beta"), 1);
+    EXPECT_EQ(idOf(pool, "ALPHA"), 0);
+    EXPECT_EQ(idOf(pool, ""), 2);
+    EXPECT_EQ(idOf(pool, std::string("Beta\0 and more", 14)), 1);
+    EXPECT_EQ(idOf(pool, std::string("\0x", 2)), 2);
+    EXPECT_STREQ(pool.getString(V_SharedString()), "Alpha");
+    EXPECT_STREQ(pool.getStringByID(2), "");
+}
+
+TEST(SharedStringPool, AgreesWithAMapOfFoldedTexts) {
+    // From no room at all, so that everything grows on the way.
+    V_SharedStringPool pool(0), again(5000);
+    std::map<std::string, short> judge;
+    std::vector<std::string> firstSpelling;
+    for (const std::string &text : similarTexts(20000)) {
+        const auto [entry, isNew] = judge.try_emplace(folded(text), static_cast<short>(judge.size()));
+        if (isNew) {
+            firstSpelling.push_back(text);
+        }
+        ASSERT_EQ(idOf(pool, text), entry->second) << text;
+        ASSERT_EQ(idOf(again, text), entry->second) << text;
+    }
+    EXPECT_GT(judge.size(), 3000U);
+    for (std::size_t id = 0; id < firstSpelling.size(); ++id) {
+        ASSERT_STREQ(pool.getStringByID(static_cast<short>(id)), firstSpelling[id].c_str());
+    }
+}
+
+TEST(SharedStringPool, FoldedOrderIsThatOfUnsignedFoldedBytes) {
+    const std::vector<std::string> texts = similarTexts(600);
+    for (const std::string &a : texts) {
+        for (const std::string &b : texts) {
+            const int expected = folded(a).compare(folded(b)); // std::string compares unsigned bytes
+            const int actual = vl::compareFolded(a, b);
+            ASSERT_EQ(actual < 0, expected < 0) << a << ' ' << b;
+            ASSERT_EQ(actual > 0, expected > 0) << a << ' ' << b;
+            ASSERT_TRUE(expected != 0 || vl::hashFolded(a) == vl::hashFolded(b));
+        }
+    }
+}
+
+TEST(SharedStringPool, TextsThatShareOneHashAreKeptApart) {
+    // These differ only in bits that the hash leaves out: each byte is '@' or '`'.
+    V_SharedStringPool pool(0);
+    const auto collidingText = [](int number) {
+        std::string text;
+        for (int bit = 0; bit < 8; ++bit) {
+            text += number >> bit & 1 ? '@' : '`';
+        }
+        return text;
+    };
+    for (int round = 0; round < 2; ++round) {
+        for (int i = 0; i < 256; ++i) {
+            ASSERT_EQ(vl::hashFolded(collidingText(i)), vl::hashFolded(collidingText(0)));
+            ASSERT_EQ(idOf(pool, collidingText(i)), i);
+        }
+    }
+}
+
+TEST(SharedStringPool, CopiesKeepIdentifiersAndGoTheirOwnWay) {
+    V_SharedStringPool source(2);
+    idOf(source, "one");
+    idOf(source, "two");
+    V_SharedStringPool copy(source), assigned(0);
+    idOf(assigned, "other");
+    assigned = source;
+    assigned = *&assigned;
+    for (V_SharedStringPool *pool : {&copy, &assigned}) {
+        EXPECT_EQ(idOf(*pool, "TWO"), 1);
+        EXPECT_EQ(idOf(*pool, "three"), 2);
+        EXPECT_STREQ(pool->getStringByID(0), "one");
+        EXPECT_NE(pool->getStringByID(0), source.getStringByID(0));
+    }
+    EXPECT_EQ(source.getStringByID(2), nullptr);
+    EXPECT_EQ(idOf(source, "four"), 2);
+    EXPECT_STREQ(copy.getStringByID(2), "three");
+}
+
+TEST(SharedStringPool, RefusesTheString32769AndUnknownIdentifiers) {
+    V_SharedStringPool pool(0);
+    EXPECT_EQ(pool.getStringByID(0), nullptr);
+    for (int i = 0; i < 32768; ++i) {
+        ASSERT_EQ(idOf(pool, std::to_string(i)), i);
+    }
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        try {
+            idOf(pool, "one more");
+            FAIL();
+        } catch (V_Exception *exception) {
+            EXPECT_NE(dynamic_cast<V_SharedStringException_PoolFull *>(exception), nullptr);
+            EXPECT_STREQ(exception->getErrorMessage(), "The shared string pool is full (32768 strings)");
+        }
+    }
+    EXPECT_EQ(idOf(pool, "32767"), 32767);
+    EXPECT_STREQ(pool.getStringByID(32767), "32767");
+    EXPECT_EQ(pool.getStringByID(-1), nullptr);
+    EXPECT_EQ(pool.getStringByID(-32768), nullptr);
+    EXPECT_THROW(V_SharedStringPool(-1), std::length_error);
+}
+
+TEST(SharedStringPool, EveryFailingAllocationLeavesThePoolAsItWas) {
+    const auto textOf = [](int i) {
+        return "a text too long to be kept inside its string " + std::to_string(i);
+    };
+    const int count = 70; // beyond the first sizes of all that grows
+    V_SharedStringPool pool(0);
+    int strings = 0;
+    const auto expectIntact = [&](const V_SharedStringPool &looked, int known) {
+        ASSERT_EQ(looked.getStringByID(static_cast<short>(known)), nullptr);
+        for (int i = 0; i < known; ++i) {
+            ASSERT_EQ(looked.getStringByID(static_cast<short>(i)), textOf(i));
+        }
+    };
+    for (; strings < count; ++strings) {
+        const std::string bytes = textOf(strings);
+        const V_String text(bytes.data(), bytes.size());
+        const int failures = failEachAllocation<V_MemoryException_Allocation *>(
+            [&] { ASSERT_EQ(pool.getSharedString(text).getID(), strings); },
+            [&] { expectIntact(pool, strings); });
+        EXPECT_GE(failures, 1);
+        ASSERT_EQ(idOf(pool, bytes), strings);
+    }
+    V_SharedStringPool other(0);
+    idOf(other, textOf(0));
+    EXPECT_GT(failEachAllocation<V_MemoryException_Allocation *>([&] { other = pool; },
+                                                                 [&] { expectIntact(other, 1); }),
+              count);
+    expectIntact(other, count);
+    EXPECT_EQ(failEachAllocation<V_MemoryException_Allocation *>([] { V_SharedStringPool(10); }, [] {}), 3);
+}
+
+} // namespace

@@ -1,0 +1,72 @@
+// The ground most tests stand on: a started library whose local root is a fresh temporary directory, and the
+// check, at the end, that what it allocated it released.
+#pragma once
+
+#include "temporary_directory.h"
+
+#include "vl/core.h"
+#include "vl/file.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+
+/// Runs `action` and returns the message of the V_Exception of class `Expected` that it throws, or what it
+/// did instead.
+template <class Expected, class Action>
+std::string messageOf(Action action) {
+    try {
+        action();
+    } catch (Expected *exception) {
+        return exception->getErrorMessage();
+    } catch (V_Exception *exception) {
+        return std::string("(another class) ") + exception->getErrorMessage();
+    }
+    return "(nothing thrown)";
+}
+
+inline void writeFile(const std::filesystem::path &path, const std::string &content) {
+    std::filesystem::create_directories(path.parent_path());
+    std::ofstream(path, std::ios::binary) << content;
+}
+
+inline std::string readFile(const std::filesystem::path &path) {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+class LibraryTest : public ::testing::Test {
+  protected:
+    LibraryTest() {
+        V_Memory::resetNewDeleteCounts();
+        m_pLibrary = std::make_unique<V_VantorInit>();
+        Sys->ceaseVerbose(1);
+        File->setFileSystemRoot(m_root.enginePath().c_str());
+    }
+
+    ~LibraryTest() override {
+        m_pLibrary.reset();
+        std::filesystem::current_path(std::filesystem::temp_directory_path());
+        EXPECT_EQ(V_Memory::getNewCount(), V_Memory::getDeleteCount());
+    }
+
+    std::filesystem::path root() const { return m_root.path(); }
+    std::string engineRoot() const { return m_root.enginePath(); }
+
+    /// What the allocating load gives.
+    static std::string loaded(const std::string &name) {
+        const unsigned int size = File->size(name.c_str());
+        char *data = File->load(name.c_str(), V_File::WHOLE_FILE);
+        std::string text(data, size);
+        File->free(data);
+        return text;
+    }
+
+  private:
+    TemporaryDirectory m_root;
+    std::unique_ptr<V_VantorInit> m_pLibrary;
+};

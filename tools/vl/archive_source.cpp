@@ -1,0 +1,167 @@
+// Listing the tree that becomes an archive.
+
+#include "archive_source.h"
+
+#include "file/archive_format.h"
+#include "platform/platform.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <stdexcept>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// A directory still to be listed.
+struct Pending {
+    fs::path path;
+    std::string key;
+};
+
+V_File::CalendarTime calendarTime(fs::file_time_type time) {
+    using namespace std::chrono;
+    const auto point = floor<milliseconds>(file_clock::to_sys(time));
+    const auto day = floor<days>(point);
+    const year_month_day date(day);
+    const hh_mm_ss<milliseconds> clock(point - day);
+    const auto narrow = [](auto value) { return static_cast<unsigned short>(value); };
+    return {narrow(static_cast<int>(date.year())), narrow(static_cast<unsigned>(date.month())),
+            narrow(weekday(day).c_encoding()),     narrow(static_cast<unsigned>(date.day())),
+            narrow(clock.hours().count()),         narrow(clock.minutes().count()),
+            narrow(clock.seconds().count()),       narrow(clock.subseconds().count())};
+}
+
+std::string pathBelow(const std::string &directoryKey, const std::string &name) {
+    std::string path = directoryKey.substr(1) + name;
+    std::replace(path.begin(), path.end(), '\\', '/');
+    return path;
+}
+
+[[noreturn]] void refuse(const fs::path &path, const std::string &why) {
+    throw std::runtime_error(path.string() + ": " + why);
+}
+
+class Lister {
+  public:
+    Lister(const std::vector<std::string> &exclude, V_File::Method defaultMethod,
+           const std::vector<MethodRule> &rules, const fs::path &output)
+        : m_exclude(exclude), m_defaultMethod(defaultMethod), m_rules(rules), m_output(output) {}
+
+    SourceTree list(const fs::path &root) {
+        std::vector<Pending> pending{{root, "\\"}};
+        std::vector<std::pair<std::string, SourceFile>> files; // with the key of their directory
+        while (!pending.empty()) {
+            const Pending directory = std::move(pending.back());
+            pending.pop_back();
+            listDirectory(directory, pending, files);
+            m_tree.directories.push_back(directory.key);
+        }
+        if (m_tree.directories.size() > vl::archiveHighestDirIndex)
+            refuse(root, "holds " + std::to_string(m_tree.directories.size()) +
+                             " directories; an archive holds at most " +
+                             std::to_string(vl::archiveHighestDirIndex));
+        const auto keyLess = [](const std::string &a, const std::string &b) {
+            return vl::compareArchiveNames(a.c_str(), b.c_str()) < 0;
+        };
+        std::sort(m_tree.directories.begin(), m_tree.directories.end(), keyLess);
+        for (auto &[key, file] : files) {
+            const auto place =
+                std::lower_bound(m_tree.directories.begin(), m_tree.directories.end(), key, keyLess);
+            file.dirIndex = static_cast<std::uint32_t>(place - m_tree.directories.begin());
+            m_tree.files.push_back(std::move(file));
+        }
+        std::sort(m_tree.files.begin(), m_tree.files.end(), [](const SourceFile &a, const SourceFile &b) {
+            return vl::compareArchiveFiles(a.dirIndex, a.name.c_str(), b.dirIndex, b.name.c_str()) < 0;
+        });
+        return std::move(m_tree);
+    }
+
+  private:
+    bool excluded(const std::string &path) const {
+        return std::any_of(m_exclude.begin(), m_exclude.end(),
+                           [&path](const std::string &pattern) { return matchesPath(pattern, path); });
+    }
+
+    V_File::Method methodFor(const std::string &path) const {
+        V_File::Method method = m_defaultMethod;
+        for (const MethodRule &rule : m_rules)
+            if (matchesPath(rule.pattern, path))
+                method = rule.method;
+        return method;
+    }
+
+    void listDirectory(const Pending &directory, std::vector<Pending> &pending,
+                       std::vector<std::pair<std::string, SourceFile>> &files) {
+        std::vector<fs::directory_entry> entries;
+        for (const auto &entry : fs::directory_iterator(directory.path))
+            if (!excluded(pathBelow(directory.key, entry.path().filename().string())))
+                entries.push_back(entry);
+        const auto nameLess = [](const fs::directory_entry &a, const fs::directory_entry &b) {
+            return vl::compareArchiveNames(a.path().filename().c_str(), b.path().filename().c_str()) < 0;
+        };
+        std::sort(entries.begin(), entries.end(), nameLess);
+        const auto twins = std::adjacent_find(entries.begin(), entries.end(),
+                                              [&](const auto &a, const auto &b) { return !nameLess(a, b); });
+        if (twins != entries.end())
+            refuse(std::max(twins[0].path(), twins[1].path()),
+                   "differs only in case from '" +
+                       std::min(twins[0].path(), twins[1].path()).filename().string() + "'");
+        for (const auto &entry : entries)
+            add(directory, entry, pending, files);
+    }
+
+    void add(const Pending &directory, const fs::directory_entry &entry, std::vector<Pending> &pending,
+             std::vector<std::pair<std::string, SourceFile>> &files) {
+        const std::string name = entry.path().filename().string();
+        if (name.find('\\') != std::string::npos)
+            refuse(entry.path(), "the name holds a backslash, which separates directories in an archive");
+        if (directory.key.size() + name.size() > vl::platform::maxPath - 1)
+            refuse(entry.path(), "the path inside the archive exceeds " +
+                                     std::to_string(vl::platform::maxPath - 1) + " characters");
+        if (entry.is_directory() && !entry.is_symlink()) {
+            pending.push_back({entry.path(), directory.key + name + "\\"});
+        } else if (entry.is_regular_file()) {
+            std::error_code missing;
+            if (fs::equivalent(entry.path(), m_output, missing))
+                return;
+            const std::uintmax_t size = entry.file_size();
+            if (size > 0xFFFFFFFFu)
+                refuse(entry.path(), "exceeds 4294967295 bytes");
+            files.emplace_back(directory.key,
+                               SourceFile{entry.path(), name, 0, static_cast<std::uint32_t>(size),
+                                          methodFor(pathBelow(directory.key, name)),
+                                          calendarTime(entry.last_write_time())});
+        } else {
+            std::fprintf(stderr, "vl: %s: left out (%s)\n", entry.path().c_str(),
+                         entry.is_symlink() ? "a link to a directory, or to nothing" : "not a regular file");
+        }
+    }
+
+    const std::vector<std::string> &m_exclude;
+    V_File::Method m_defaultMethod;
+    const std::vector<MethodRule> &m_rules;
+    const fs::path &m_output;
+    SourceTree m_tree;
+};
+
+} // namespace
+
+std::string SourceTree::describe(const SourceFile &file) const {
+    return pathBelow(directories[file.dirIndex], file.name);
+}
+
+SourceTree listSource(const fs::path &root, const std::vector<std::string> &exclude,
+                      V_File::Method defaultMethod, const std::vector<MethodRule> &rules,
+                      const fs::path &output) {
+    if (!fs::is_directory(root))
+        throw std::runtime_error(root.string() + ": not a directory");
+    return Lister(exclude, defaultMethod, rules, output).list(root);
+}
+
+bool matchesPath(const std::string &pattern, const std::string &path) {
+    const bool wholePath = pattern.find('/') != std::string::npos;
+    const std::string subject = wholePath ? path : path.substr(path.rfind('/') + 1);
+    return vl::platform::matchesWildcards(pattern.c_str(), subject.c_str());
+}

@@ -1,0 +1,191 @@
+// Writing VAS archives: the tables' sizes are known from the names, so the data is streamed behind a gap and
+// header and tables are filled in at the end.
+
+#include "archive_writer.h"
+
+#include "progress.h"
+
+#include "file/archive_format.h"
+#include "file/crc32.h"
+#include "file/lzss.h"
+
+#include <csignal>
+#include <fstream>
+#include <random>
+#include <stdexcept>
+#include <system_error>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+volatile std::sig_atomic_t interrupted = 0;
+
+/// Turns SIGINT and SIGTERM into a flag while an archive is being written.
+class InterruptGuard {
+  public:
+    InterruptGuard() : m_pfInterrupt(std::signal(SIGINT, note)), m_pfTerminate(std::signal(SIGTERM, note)) {}
+    ~InterruptGuard() {
+        std::signal(SIGINT, m_pfInterrupt);
+        std::signal(SIGTERM, m_pfTerminate);
+    }
+    InterruptGuard(const InterruptGuard &) = delete;
+    InterruptGuard &operator=(const InterruptGuard &) = delete;
+
+  private:
+    static void note(int) { interrupted = 1; }
+    void (*m_pfInterrupt)(int);
+    void (*m_pfTerminate)(int);
+};
+
+/// The file under construction; removed unless it was moved to its place.
+class PartialFile {
+  public:
+    explicit PartialFile(const fs::path &final) : m_final(final), m_partial(final) {
+        m_partial += ".partial";
+        m_stream.open(m_partial, std::ios::binary | std::ios::trunc);
+        check();
+    }
+    ~PartialFile() {
+        m_stream.close();
+        std::error_code ignored;
+        if (!m_bKept)
+            fs::remove(m_partial, ignored);
+    }
+    PartialFile(const PartialFile &) = delete;
+    PartialFile &operator=(const PartialFile &) = delete;
+
+    void seek(std::uint64_t position) {
+        m_stream.seekp(static_cast<std::streamoff>(position));
+        check();
+    }
+    void write(const void *bytes, std::size_t size) {
+        m_stream.write(static_cast<const char *>(bytes), static_cast<std::streamsize>(size));
+        check();
+    }
+    void keep() {
+        m_stream.close();
+        check();
+        fs::rename(m_partial, m_final);
+        m_bKept = true;
+    }
+
+  private:
+    void check() const {
+        if (!m_stream)
+            throw std::runtime_error(m_partial.string() + ": cannot be written");
+    }
+
+    const fs::path &m_final;
+    fs::path m_partial;
+    std::ofstream m_stream;
+    bool m_bKept = false;
+};
+
+Bytes readWhole(const SourceFile &file) {
+    Bytes bytes(file.size);
+    std::ifstream stream(file.path, std::ios::binary);
+    stream.read(reinterpret_cast<char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    if (!stream || stream.peek() != std::ifstream::traits_type::eof())
+        throw std::runtime_error(file.path.string() + ": cannot be read, or changed meanwhile");
+    return bytes;
+}
+
+/// A file's bytes as its method stores them.
+Bytes storedForm(const SourceFile &file, Bytes content, std::uint32_t seed) {
+    if (file.method == V_File::METHOD_STORED)
+        return content;
+    Bytes container(vl::lzssBound(file.size));
+    const std::uint64_t packed =
+        vl::lzssEncode(content.data(), file.size, container.data() + vl::kLzssHeaderSize);
+    if (packed > 0xFFFFFFFFu - vl::kLzssHeaderSize)
+        throw std::runtime_error(file.path.string() + ": exceeds 4294967295 bytes when packed");
+    vl::lzssWriteHeader(container.data(), {file.size, static_cast<std::uint32_t>(packed)});
+    container.resize(vl::kLzssHeaderSize + packed);
+    if (file.method == V_File::METHOD_LZSS_SCRAMBLED)
+        vl::scrambleArchiveBytes(container.data(), container.size(), seed);
+    return container;
+}
+
+void appendName(Bytes &table, const std::string &name) {
+    table.insert(table.end(), name.c_str(), name.c_str() + name.size() + 1);
+}
+
+Bytes directoryTable(const SourceTree &tree) {
+    Bytes table;
+    for (const std::string &directory : tree.directories) {
+        appendName(table, directory);
+        table.resize(table.size() + vl::archiveDirectoryFieldsSize);
+    }
+    return table;
+}
+
+std::uint64_t fileTableSize(const SourceTree &tree) {
+    std::uint64_t size = 0;
+    for (const SourceFile &file : tree.files)
+        size += file.name.size() + 1 + vl::archiveFileFieldsSize;
+    return size;
+}
+
+} // namespace
+
+ArchiveSummary writeArchive(const SourceTree &tree, const ArchiveSettings &settings, const fs::path &output) {
+    const InterruptGuard guard;
+    PartialFile archive(output);
+    Bytes dirInfo = directoryTable(tree);
+    Bytes fileInfo;
+    const std::uint64_t dataStart = vl::archiveHeaderSize + fileTableSize(tree) + dirInfo.size();
+    archive.seek(dataStart);
+
+    ArchiveSummary summary{0, dataStart};
+    std::mt19937 seeds(settings.seed);
+    Progress progress("packing", tree.files.size());
+    for (std::size_t i = 0; i < tree.files.size(); ++i) {
+        const SourceFile &file = tree.files[i];
+        progress.show(i, tree.describe(file));
+        V_File::VASFileEntry entry{};
+        entry.seed = static_cast<std::uint32_t>(seeds());
+        const Bytes stored = storedForm(file, readWhole(file), entry.seed);
+        if (interrupted)
+            throw std::runtime_error("interrupted; no archive was written");
+        summary.unpacked += file.size;
+        summary.archive += stored.size();
+        if (summary.archive > 0xFFFFFFFFu)
+            throw std::runtime_error(file.path.string() + ": makes the archive exceed 4294967295 bytes");
+        archive.write(stored.data(), stored.size());
+
+        entry.size = file.size;
+        entry.storedSize = static_cast<std::uint32_t>(stored.size());
+        entry.dirIndex = file.dirIndex;
+        entry.method = static_cast<std::uint32_t>(file.method);
+        entry.time = file.time;
+        appendName(fileInfo, file.name);
+        fileInfo.resize(fileInfo.size() + vl::archiveFileFieldsSize);
+        vl::encodeFileFields(fileInfo.data() + fileInfo.size() - vl::archiveFileFieldsSize, entry);
+    }
+
+    V_File::VASHeader header{};
+    header.tag = vl::archiveTag;
+    header.seed = settings.seed;
+    header.fileCount = static_cast<std::uint32_t>(tree.files.size());
+    header.dirCount = static_cast<std::uint32_t>(tree.directories.size());
+    header.fileInfoSize = static_cast<std::uint32_t>(fileInfo.size());
+    header.dirInfoSize = static_cast<std::uint32_t>(dirInfo.size());
+    header.version = V_File::VAS_ARCHIVE_VERSION;
+    header.fileInfoCRC = vl::crc32(fileInfo.data(), fileInfo.size());
+    header.dirInfoCRC = vl::crc32(dirInfo.data(), dirInfo.size());
+    header.archiverID = settings.archiverID;
+    std::uint8_t headerBytes[vl::archiveHeaderSize];
+    vl::sealArchiveHeader(headerBytes, header);
+    vl::scrambleArchiveBytes(fileInfo.data(), fileInfo.size(), settings.seed);
+    vl::scrambleArchiveBytes(dirInfo.data(), dirInfo.size(), settings.seed);
+
+    archive.seek(0);
+    archive.write(headerBytes, sizeof headerBytes);
+    archive.write(fileInfo.data(), fileInfo.size());
+    archive.write(dirInfo.data(), dirInfo.size());
+    archive.keep();
+    return summary;
+}

@@ -78,10 +78,6 @@ void V_Memory::dump(MemoryDumpDetail, bool, bool) {
         Sys->verbose("Memory dump only available in debug builds\n\n");
 }
 
-V_MemoryScope::V_MemoryScope(const char *) {}
-
-V_MemoryScope::~V_MemoryScope() = default;
-
 void *V_REALLOCATE_implementation(void *old, int oldSize, int newSize) {
     auto *block =
         newSize < 0 ? nullptr

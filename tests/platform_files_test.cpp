@@ -1,14 +1,17 @@
 // Files by name, enumeration, wildcards and unbuffered reading.
 
+// Times of 64 bits in 32-bit code as well.
+#include "platform/posix/system.h"
+
 #include "platform/platform.h"
 #include "support/temporary_directory.h"
 
-#include <chrono>
-#include <cstring>
+#include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
 #include <random>
+#include <sys/stat.h>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -118,10 +121,9 @@ TEST(Files, TellLengthsBeyond32BitsAndTheTimeOfTheLastWrite) {
     write(directory.path() / "big", "");
     fs::resize_file(directory.path() / "big", size);
     // 2040-02-29 12:34:56.789, a Wednesday, behind the end of 32-bit time.
-    using namespace std::chrono;
-    const auto moment = sys_days{year{2040} / 2 / 29} + hours{12} + minutes{34} + seconds{56} +
-                        std::chrono::milliseconds{789};
-    fs::last_write_time(directory.path() / "big", file_clock::from_sys(moment));
+    const timespec moment = {2214131696, 789'000'000};
+    const timespec times[] = {moment, moment};
+    ASSERT_EQ(utimensat(AT_FDCWD, (directory.path() / "big").c_str(), times, 0), 0);
 
     const std::string name = directory.enginePath() + "\\BIG";
     std::FILE *const file = openFile(name.c_str(), "rb");

@@ -4,3 +4,4 @@
 
 #include "vl/core.h"
 #include "vl/file.h"
+#include "vl/script.h"

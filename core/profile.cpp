@@ -89,7 +89,7 @@ double V_Profile::ticksBetween(V_PTICK *start, V_PTICK *end) {
 double V_Profile::ticksPerSecond() {
     if (!countsCycles())
         return 1;
-    return Sys->processorSpeedDetermined() ? Sys->getProcessorSpeed() : 0;
+    return Sys->processorSpeedDetermined() ? Sys->m_dProcessorSpeed : 0;
 }
 
 // ---- Sections ------------------------------------------------------------------------------------------
@@ -111,11 +111,10 @@ V_PENTRY *V_Profile::insert(const char *name) {
         clearEntry(entry);
         ++m_siEntries;
     }
-    V_PINSTANCE instance = {};
+    V_PINSTANCE &instance = entry->stack.emplace_back();
     readClock(&instance.start);
     instance.allocationsAtStart = V_Memory::getNewCount();
     instance.releasesAtStart = V_Memory::getDeleteCount();
-    entry->stack.push_back(instance);
     return entry;
 }
 
@@ -141,13 +140,13 @@ void V_Profile::end() noexcept {
     const V_MemoryScope memory("Vantor Library");
     V_PTICK now;
     readClock(&now);
-    V_PINSTANCE instance = m_pEntry->stack.back();
+    V_PINSTANCE &instance = m_pEntry->stack.back();
     const double ticks = ticksBetween(&instance.start, &now);
     V_PINFO &info = m_pEntry->info;
     if (!countsCycles())
         info.inclusiveSeconds += ticks;
     else if (Sys->processorSpeedDetermined())
-        info.lastSeconds = ticks / Sys->getProcessorSpeed();
+        info.lastSeconds = ticks / Sys->m_dProcessorSpeed;
 
     const int allocations = V_Memory::getNewCount() - instance.allocationsAtStart;
     const int releases = V_Memory::getDeleteCount() - instance.releasesAtStart;
@@ -163,6 +162,8 @@ void V_Profile::end() noexcept {
     info.exclusiveAllocations += allocations - instance.childAllocations;
     info.exclusiveReleases += releases - instance.childReleases;
     info.exclusiveThird += third - instance.childThird;
+    if (vl::traceRecorder) [[unlikely]]
+        vl::traceRecorder->record({m_pEntry->name, instance.start, ticks, allocations, releases});
     m_pEntry->stack.pop_back();
 
     if (m_pParent && !m_pParent->stack.empty()) {
@@ -174,9 +175,6 @@ void V_Profile::end() noexcept {
     }
     m_spEarlierParent = m_pParent;
     m_bActive = false;
-
-    if (vl::traceRecorder)
-        vl::traceRecorder->record({m_pEntry->name, instance.start, ticks, allocations, releases});
 }
 
 void V_Profile::discardOpenInstances() {

@@ -4,3 +4,5 @@
 
 #include "vl/core.h"
 #include "vl/file.h"
+#include "vl/math.h"
+#include "vl/memoryfile.h"

@@ -170,6 +170,10 @@ class VL_API V_File {
     /// archived data is damaged), the last two with the resolved path. After an exception the buffer may be
     /// partly written.
     void load(void *buffer, const char *name, unsigned int size);
+    /// The same: a char buffer must not be taken for the label of the allocating load.
+    void load(char *buffer, const char *name, unsigned int size) {
+        load(static_cast<void *>(buffer), name, size);
+    }
 
     /// Reads a file into a new block of `size` bytes (of the file's size for WHOLE_FILE), to be released with
     /// free. An archived file that is larger is cut to `size`; one that is smaller leaves the rest 0; a
@@ -324,6 +328,11 @@ class VL_API V_File {
 
     // Search (file/search.cpp)
     static int xstricmp(const char *pattern, const char *name);
+    static bool isActive(const V_VASArchive *archive);
+    const char *findNextOnDisk();
+    const char *findNextDirectory();
+    const char *findNextFile();
+    void writeDirKey();
 
     // Per object: the running search, and the override setting.
     char m_strPattern[256];

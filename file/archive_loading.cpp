@@ -68,6 +68,17 @@ struct Table {
     CountedArray<char> names;
 };
 
+// The next of a table's records, with `left` more to come behind it. What those take at least is kept from
+// it: the room for all keys is reckoned from the sizes of table and fields, and one long name could overrun
+// it.
+vl::ArchiveRecord nextRecord(const ArchiveReader &reader, const std::uint8_t *&position,
+                             const std::uint8_t *end, std::uint32_t left, std::size_t fieldsSize) {
+    vl::ArchiveRecord record;
+    if (!vl::nextArchiveRecord(position, end - left * (fieldsSize + 1), fieldsSize, record))
+        reader.corrupted();
+    return record;
+}
+
 // Copies a key's text and its terminating zero; returns where the next one goes.
 char *putName(char *out, const vl::ArchiveRecord &record) {
     std::memcpy(out, record.name, record.nameLength + 1);
@@ -101,9 +112,8 @@ Table<V_File::VASFileEntry> loadFileTable(ArchiveReader &reader, const V_File::V
     char *names = table.names.get();
     std::uint64_t offset = std::uint64_t{vl::archiveHeaderSize} + header.fileInfoSize + header.dirInfoSize;
     for (std::uint32_t i = 0; i < header.fileCount; ++i) {
-        vl::ArchiveRecord record;
-        if (!vl::nextArchiveRecord(position, end, vl::archiveFileFieldsSize, record))
-            reader.corrupted();
+        const vl::ArchiveRecord record =
+            nextRecord(reader, position, end, header.fileCount - 1 - i, vl::archiveFileFieldsSize);
         V_File::VASFileEntry &entry = table.entries[i];
         vl::decodeFileFields(record.fields, entry);
         if (entry.dirIndex > vl::archiveHighestDirIndex)
@@ -133,9 +143,8 @@ Table<V_File::VASDirectoryEntry> loadDirectoryTable(ArchiveReader &reader, const
 
     char *names = table.names.get();
     for (std::uint32_t i = 0; i < header.dirCount; ++i) {
-        vl::ArchiveRecord record;
-        if (!vl::nextArchiveRecord(position, end, vl::archiveDirectoryFieldsSize, record))
-            reader.corrupted();
+        const vl::ArchiveRecord record =
+            nextRecord(reader, position, end, header.dirCount - 1 - i, vl::archiveDirectoryFieldsSize);
         V_File::VASDirectoryEntry &entry = table.entries[i];
         entry.key = names;
         names = putName(names, record);

@@ -14,6 +14,7 @@ int main(int count, char **arguments) {
 
     int exitStatus = 0;
     addArchiveCommand(app, exitStatus);
+    addSystemCommand(app, exitStatus);
 
     try {
         app.parse(count, arguments);

@@ -25,6 +25,25 @@ class FileSystemScripts final : public ScriptFiles {
 
 FileSystemScripts fileSystemScripts;
 
+/// One load and its share of the work state, which stays behind only for a loader that is complete.
+class Load {
+  public:
+    Load() { WorkState::acquire(); }
+    ~Load() {
+        if (m_bSucceeded)
+            return;
+        WorkState::get().endLoad();
+        WorkState::release();
+    }
+    Load(const Load &) = delete;
+    Load &operator=(const Load &) = delete;
+
+    void succeed() { m_bSucceeded = true; }
+
+  private:
+    bool m_bSucceeded = false;
+};
+
 /// Moves pointers into the frame along with the frame's bytes.
 class Relocation {
   public:
@@ -66,22 +85,7 @@ LoadEnvironment loadEnvironment = {&fileSystemScripts, nullptr};
 
 V_ScriptLoader::V_ScriptLoader(const char *name) : ScriptBlock{} {
     V_MemoryScope scope("VL ScriptLoader");
-    vl::WorkState::acquire();
-    try {
-        construct(name);
-    } catch (...) {
-        vl::WorkState::get().endLoad();
-        vl::WorkState::release();
-        throw;
-    }
-}
-
-V_ScriptLoader::~V_ScriptLoader() {
-    vl::WorkState::release();
-    V_Memory::freeCounted(m_pName);
-}
-
-void V_ScriptLoader::construct(const char *name) {
+    vl::Load load;
     unsigned int length = 0;
     const vl::CountedArray<char> text(preprocess(vl::loadEnvironment.files->fullPath(name), length));
     vl::WorkState::get().endLoad();
@@ -90,6 +94,17 @@ void V_ScriptLoader::construct(const char *name) {
     generateBlock(name, static_cast<unsigned int>(std::strlen(name)), this, nullptr, 0, text.get(), 0, length,
                   frame);
     adoptBlocks(frame);
+    load.succeed();
+}
+
+V_ScriptLoader::~V_ScriptLoader() {
+    vl::WorkState::release();
+    V_Memory::freeCounted(m_pName);
+}
+
+char *V_ScriptLoader::preprocessedText(const char *name, unsigned int &length) {
+    const vl::Load load;
+    return preprocess(vl::loadEnvironment.files->fullPath(name), length);
 }
 
 void V_ScriptLoader::adoptBlocks(const vl::FrameMemory &frame) {

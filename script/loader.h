@@ -58,12 +58,12 @@ class V_ScriptLoader : public ScriptBlock {
     V_ScriptLoader(const V_ScriptLoader &) = delete;
     V_ScriptLoader &operator=(const V_ScriptLoader &) = delete;
 
-    /// The preprocessed text of a file and all that it includes: a counted allocation that the caller
-    /// releases. `length` counts the terminating zero.
-    static char *preprocess(const char *fullPath, unsigned int &length);
+    /// The preprocessed text of the script `name` and all that it includes: a counted allocation that the
+    /// caller releases. `length` counts the terminating zero. Throws as the constructor.
+    static char *preprocessedText(const char *name, unsigned int &length);
 
   private:
-    void construct(const char *name);
+    static char *preprocess(const char *fullPath, unsigned int &length);
     void generateBlock(const char *name, unsigned int nameLength, ScriptBlock *block, ScriptBlock *parent,
                        unsigned int indent, const char *text, unsigned int start, unsigned int end,
                        vl::FrameMemory &frame);

@@ -7,6 +7,7 @@
 #include "script/load_environment.h"
 #include "script/trace.h"
 #include "script/work_state.h"
+#include "vl/script/exception.h"
 
 #include <cstdint>
 #include <string_view>

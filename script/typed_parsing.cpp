@@ -74,7 +74,7 @@ int readBool(std::string_view token) {
 }
 
 /// Copies a text to `destination`, with a terminating zero, until it meets `stop` outside string markings:
-/// false when it is longer than `limit` characters.
+/// false, and the text cut, when it is longer than `limit` characters.
 bool copyText(const char *&text, char stop, std::uint64_t limit, char *destination) {
     bool inMarking = false;
     std::uint64_t length = 0;
@@ -85,8 +85,10 @@ bool copyText(const char *&text, char stop, std::uint64_t limit, char *destinati
         }
         if (text[0] == '\\' && text[1] == '"')
             ++text;
-        if (length == limit)
+        if (length == limit) {
+            destination[length] = 0;
             return false;
+        }
         destination[length++] = *text;
     }
     destination[length] = 0;

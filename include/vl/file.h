@@ -328,6 +328,11 @@ class VL_API V_File {
 
     // Search (file/search.cpp)
     static int xstricmp(const char *pattern, const char *name);
+    static bool isActive(const V_VASArchive *archive);
+    const char *findNextOnDisk();
+    const char *findNextDirectory();
+    const char *findNextFile();
+    void writeDirKey();
 
     // Per object: the running search, and the override setting.
     char m_strPattern[256];

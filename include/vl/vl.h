@@ -5,3 +5,5 @@
 #include "vl/core.h"
 #include "vl/file.h"
 #include "vl/script.h"
+#include "vl/math.h"
+#include "vl/memoryfile.h"

@@ -8,7 +8,6 @@
 #include "platform/posix/names.h"
 #include "platform/posix/spelling.h"
 
-#include <algorithm>
 #include <cstring>
 #include <unistd.h>
 
@@ -34,12 +33,15 @@ void dropElement(SystemPath &path) {
         --path.length;
 }
 
-/// Whether no element is empty or begins with a dot. Almost every path is so, and every element then stands.
-bool isPlain(std::string_view path) {
-    bool special = path[0] == '.';
+/// Copies a path with slashes. Returns whether no element is empty or begins with a dot: almost every path is
+/// so, and then it stands as it is. Written for the compiler to take many characters at a time.
+bool copyPlain(char *out, std::string_view path) {
+    for (std::size_t i = 0; i < path.size(); ++i)
+        out[i] = path[i] == '\\' ? '/' : path[i];
+    unsigned char special = path[0] == '.';
     for (std::size_t i = 1; i < path.size(); ++i)
-        special |= isSeparator(path[i - 1]) & (isSeparator(path[i]) | (path[i] == '.'));
-    return !special;
+        special |= static_cast<unsigned char>((out[i - 1] == '/') & ((out[i] == '/') | (out[i] == '.')));
+    return special == 0;
 }
 
 /// Sets the text of a path from its elements as given, "." and ".." resolved. False when it does not fit.
@@ -101,8 +103,7 @@ bool toSystemPath(SystemPath &out, std::string_view path) {
     out.root = out.absolute ? 1 : 0;
     const unsigned int limit = out.absolute ? maxPath - driveLength : maxPath;
     const std::string_view text(p, static_cast<std::size_t>(end - p));
-    if (text.size() > out.root && text.size() <= limit && !out.endsInSeparator && isPlain(text)) {
-        std::transform(p, end, out.text, [](char c) { return c == '\\' ? '/' : c; });
+    if (text.size() > out.root && text.size() <= limit && !out.endsInSeparator && copyPlain(out.text, text)) {
         out.length = static_cast<unsigned int>(text.size());
         out.text[out.length] = '\0';
         return true;

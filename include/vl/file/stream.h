@@ -1,5 +1,181 @@
 // Streams: files read piece by piece.
+//
+// A name is resolved and looked up as V_File::load does it: on disk, then in the active archives. The stream
+// covers the whole file; streams over a part of another stream (sub-streams) share its open file.
+//
+// Streams that share a file belong to one thread.
 #pragma once
 
-class V_FileStream;
-class V_UnbufferedFileStream;
+#include "vl/core/export.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+namespace vl {
+class EntryDecoder;
+struct StreamSource;
+namespace platform {
+class UnbufferedFile;
+}
+} // namespace vl
+
+/// Reads a file on disk or in an archive through a buffer. An entry that is stored compressed (scrambled or
+/// not) is decoded as it is read: such a stream only moves forward and cannot be shared.
+class VL_API V_FileStream {
+  public:
+    enum SeekMode {
+        SM_BEGIN = 0,   ///< from the first byte
+        SM_CURRENT = 1, ///< from the position, modulo 2^32: 0xFFFFFFFF moves back by one
+        SM_END = 2      ///< back from the end
+    };
+
+    /// Opens a file. `bufferSize` is the number of bytes read at once, for a compressed entry of packed ones;
+    /// 0 or less means 8192. Throws V_FileException_FileNotFound with the path on disk,
+    /// V_FileException_ArchiveNotFound when the archive has vanished, V_FileException_UnableToReadData when
+    /// its length or the entry's header cannot be read, V_FileException_FileTooLarge for a file on disk of 4
+    /// GiB or more, and V_FileException_FileCorrupted when an entry's sizes contradict each other.
+    V_FileStream(const char *name, int bufferSize);
+
+    /// A sub-stream: `size` bytes of `source` from its position `offset` on, cut to what `source` covers. A
+    /// negative offset counts as 0, a negative size as source.size(). It starts where `source` stands when
+    /// offset or size is -1 (so without either it is a copy), otherwise at its first byte. Of an unbuffered
+    /// stream it opens the file anew, with a buffer of 8192 bytes, and may then throw
+    /// V_FileException_FileNotFound. A compressed stream throws
+    /// V_FileException_CannotCopyCompressedFileStream.
+    V_FileStream(const V_FileStream &source, int offset = -1, int size = -1);
+
+    /// Lets go of the file and becomes a copy of `source`, as the constructor does it; an exception leaves it
+    /// as it was. Assignment to itself does nothing.
+    V_FileStream &operator=(const V_FileStream &source);
+
+    /// The last stream that shares a file closes it.
+    virtual ~V_FileStream();
+
+    /// Moves the position; what lies outside the stream becomes its first byte or its end. Returns 0. A
+    /// compressed stream throws V_FileException_CannotSeekCompressedFileStream.
+    virtual int seek(unsigned int offset, SeekMode mode);
+
+    virtual unsigned int getPosition() const { return position - start; }
+
+    /// Bytes that the stream covers, unpacked.
+    virtual unsigned int size() const { return end - start; }
+
+    /// The path of the file that was opened: the file on disk, or the archive. Valid as long as the stream.
+    virtual const char *getName() const;
+
+    /// Reads up to `n` bytes and returns how many there were: fewer only at the end. Throws
+    /// V_FileException_UnableToReadData when the file is shorter than it was when it was opened, and
+    /// V_FileException_FileCorrupted when a compressed entry ends too early or goes on behind its last byte.
+    /// After an exception the position is unchanged; a compressed stream then throws whatever is read next.
+    virtual unsigned int read(void *out, unsigned int n) {
+        // The short way: all of it lies in the buffer, which serves this stream.
+        if (shared && shared->owner == this && n - 1 < static_cast<unsigned int>(shared->count) &&
+            n <= end - position) {
+            std::memcpy(out, shared->readPtr, n);
+            shared->readPtr += n;
+            shared->count -= static_cast<int>(n);
+            position += n;
+            return n;
+        }
+        return readSlowly(out, n);
+    }
+
+  protected:
+    friend class V_MemoryFile;
+
+    /// What the streams over one file share.
+    struct Shared {
+        int refCount;
+        char *name;       ///< owned, as the client gave it
+        char *sourcePath; ///< owned
+        unsigned char *buffer;
+        unsigned char *readPtr;   ///< the next byte to hand out
+        unsigned int bufferStart; ///< file position of the buffer's first byte
+        unsigned int capacity;
+        int count; ///< bytes from readPtr on
+        bool compressed;
+        V_FileStream *owner;       ///< the stream that the buffer serves; none for a compressed entry
+        std::FILE *fileHandle;     ///< null for unbuffered streams
+        std::uint64_t filePointer; ///< where fileHandle stands
+        vl::EntryDecoder *decoder; ///< compressed
+    };
+
+    /// A part of a stream, in bytes from its start.
+    struct Region {
+        unsigned int offset, size;
+    };
+
+    /// Covers nothing.
+    V_FileStream() = default;
+
+    bool isCompressed() const { return shared && shared->compressed; }
+
+    /// Delivers all of a compressed entry, wherever the stream stands, and leaves it there. Throws as read.
+    void readWhole(void *out);
+
+    /// The position that a seek leads to, cut to the stream.
+    unsigned int target(unsigned int offset, SeekMode mode) const;
+    /// Covers a region of `source`, cut to it.
+    void cover(const V_FileStream &source, int offset, int size);
+    void cover(const V_FileStream &source, Region region);
+    void release();
+
+    static void locate(vl::StreamSource &source, const char *name);
+    static Shared *newShared(const char *name, const char *sourcePath);
+    static void deleteShared(Shared *state);
+
+    unsigned int start = 0;
+    unsigned int position = 0;
+    unsigned int end = 0;
+    unsigned int packedLeft = 0; ///< compressed: packed bytes not yet read from the file
+    Shared *shared = nullptr;
+
+  private:
+    void openEntry(const vl::StreamSource &source);
+    void allocateBuffer(int bufferSize);
+    void share(const V_FileStream &source);
+    unsigned int readSlowly(void *out, unsigned int n);
+    void takeOver();
+    void pointInto(unsigned int place);
+    void fill();
+    void decode(unsigned char *out, unsigned int n);
+    void refill();
+    void readFile(std::uint64_t from, void *out, unsigned int n);
+};
+
+/// Reads whole sectors past the system's cache: a file on disk, or an archive entry that is stored as it is.
+/// Where the file system offers no such reading, ordinary reads serve.
+class VL_API V_UnbufferedFileStream : public V_FileStream {
+  public:
+    /// Opens a file. `bufferSize` is rounded up to whole sectors; 0 or less means 8192. Throws as
+    /// V_FileStream does, and V_FileException_FileNotAStream with the resolved path for a compressed entry.
+    V_UnbufferedFileStream(const char *name, int bufferSize);
+
+    /// A sub-stream, as of V_FileStream, with a block of its own; opens the file anew and throws
+    /// V_FileException_FileNotFound when that fails.
+    V_UnbufferedFileStream(const V_UnbufferedFileStream &source, int offset = -1, int size = -1);
+    V_UnbufferedFileStream &operator=(const V_UnbufferedFileStream &source);
+    ~V_UnbufferedFileStream() override;
+
+    int seek(unsigned int offset, SeekMode mode) override;
+
+    /// As V_FileStream::read, but throws V_FileException_OverreadingStream when the file ends too early.
+    unsigned int read(void *out, unsigned int n) override;
+
+  private:
+    V_UnbufferedFileStream() = default;
+    void allocateBlock();
+    void moveTo(unsigned int newPosition);
+
+    vl::platform::UnbufferedFile *handle = nullptr;
+    unsigned int sectorSize = 0;
+    unsigned int blockSize = 0;
+    unsigned char *block = nullptr;    ///< in rawBlock, at a sector's boundary
+    unsigned char *rawBlock = nullptr; ///< owned
+    unsigned int skip = 0;             ///< bytes of the next block that lie before the position
+    unsigned int readIndex = 0;
+    unsigned int valid = 0;      ///< bytes in block
+    bool atEnd = false;          ///< the file ends in block
+    std::uint64_t nextBlock = 0; ///< where in the file the next block begins
+};

@@ -1,0 +1,209 @@
+// The search for names: one directory on disk, then its subdirectories in each active archive, then its files
+// in each active archive.
+//
+// Both tables of an archive are sorted by keys that ignore case, so what belongs to one directory lies side
+// by side: a binary search finds where it begins, and the walk ends where it ends.
+
+#include "vl/file.h"
+
+#include "file/path_text.h"
+#include "platform/platform.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+using vl::PathText;
+using vl::platform::PathBuffer;
+
+namespace {
+
+enum Stage : unsigned int { stageDisk, stageArchiveDirectories, stageArchiveFiles, stageFinished };
+
+constexpr std::size_t dirKeyLength = 5;
+
+unsigned char folded(char c) { return std::V_CTrI::fold(c); }
+
+/// -1, 0 or +1 as `key`, cut to the length of `prefix`, sorts before, with or behind `prefix`.
+int comparePrefix(const char *key, const char *prefix, std::size_t length) {
+    for (std::size_t i = 0; i < length; ++i) {
+        if (folded(key[i]) != folded(prefix[i]))
+            return folded(key[i]) < folded(prefix[i]) ? -1 : 1;
+    }
+    return 0;
+}
+
+/// The first entry of a sorted table whose key does not sort before `prefix`.
+template <class Entry>
+unsigned int firstWithPrefix(const Entry *entries, unsigned int count, const char *prefix,
+                             std::size_t length) {
+    const Entry *found = std::partition_point(entries, entries + count, [&](const Entry &entry) {
+        return comparePrefix(entry.key, prefix, length) < 0;
+    });
+    return static_cast<unsigned int>(found - entries);
+}
+
+} // namespace
+
+int V_File::xstricmp(const char *pattern, const char *name) {
+    return vl::platform::matchesWildcards(pattern, name) ? 1 : 0;
+}
+
+const char *V_File::findFirst(const char *pattern) {
+    vl::platform::endEnumeration(m_hFind);
+    m_hFind = nullptr;
+    m_uStage = stageFinished; // should what follows throw
+
+    PathBuffer resolved;
+    relativeToAbsolutePath(resolved, pattern); // refuses what is too long
+    const char *name = pattern + std::strlen(pattern);
+    while (name != pattern && name[-1] != '\\' && name[-1] != '/')
+        --name;
+    PathText(m_strPattern, pattern).append(name);
+
+    // The directory is resolved without the wildcards, whose dots are not those of a path.
+    PathBuffer inDirectory;
+    PathText(inDirectory, pattern).append(pattern, static_cast<std::size_t>(name - pattern));
+    std::strcat(inDirectory, std::strlen(inDirectory) < vl::platform::maxPath ? "*" : "");
+    relativeToAbsolutePath(resolved, inDirectory);
+    PathText(m_strSearchDir, pattern).append(resolved, vl::directoryLength(resolved));
+
+    PathBuffer directory;
+    absolutePathToDirStructure(directory, m_strSearchDir);
+    PathText diskPattern(m_strDiskPattern, pattern);
+    diskPattern.append(directory);
+    if (!diskPattern.endsWithBackslash())
+        diskPattern.append('\\');
+    diskPattern.append("*.*");
+
+    m_uStage = stageDisk;
+    m_uIndex = 0;
+    m_iNoDirYet = 1;
+    m_findDirIDList->removeAll();
+    m_pDirIDCursor = nullptr;
+    m_pArchive = VASArchiveList->getFirst();
+    return findNext();
+}
+
+const char *V_File::findNext() {
+    if (m_uStage == stageDisk) {
+        if (const char *name = findNextOnDisk())
+            return name;
+        vl::platform::endEnumeration(m_hFind);
+        m_hFind = nullptr;
+        m_uStage = stageArchiveDirectories;
+        m_uIndex = 0;
+    }
+    if (!isActive(m_pArchive))
+        m_uStage = stageFinished; // there is none, or the archives have changed under the search
+    if (m_uStage == stageArchiveDirectories) {
+        if (const char *name = findNextDirectory())
+            return name;
+        m_uStage = stageArchiveFiles;
+        m_pArchive = VASArchiveList->getFirst();
+        m_uIndex = 0;
+        m_pDirIDCursor = m_findDirIDList->getFirst();
+        writeDirKey();
+    }
+    if (m_uStage == stageArchiveFiles) {
+        if (const char *name = findNextFile())
+            return name;
+        m_uStage = stageFinished;
+    }
+    return nullptr;
+}
+
+bool V_File::isActive(const V_VASArchive *archive) {
+    const V_VASArchive *active = VASArchiveList->getFirst();
+    while (active && active != archive)
+        active = VASArchiveList->getNext(active);
+    return active != nullptr;
+}
+
+const char *V_File::findNextOnDisk() {
+    if (m_uIndex == 0) {
+        bool outOfMemory = false;
+        m_hFind = vl::platform::startEnumeration(m_strDiskPattern, &outOfMemory);
+        if (outOfMemory)
+            V_throw(V_MemoryException_Allocation());
+        m_uIndex = 1;
+    }
+    while (const char *name = m_hFind ? vl::platform::nextName(m_hFind) : nullptr) {
+        if (xstricmp(m_strPattern, name)) {
+            std::memcpy(m_findData, name, std::strlen(name) + 1);
+            return m_findData;
+        }
+    }
+    return nullptr;
+}
+
+/// The next direct subdirectory that matches. Notes on the way which number the searched directory has in
+/// each archive.
+const char *V_File::findNextDirectory() {
+    const std::size_t length = std::strlen(m_strSearchDir);
+    for (; m_pArchive; m_pArchive = VASArchiveList->getNext(m_pArchive)) {
+        if (m_uIndex == 0)
+            m_uIndex = firstWithPrefix(m_pArchive->dirs, m_pArchive->header.dirCount, m_strSearchDir, length);
+        for (; m_uIndex < m_pArchive->header.dirCount; ++m_uIndex) {
+            const VASDirectoryEntry &entry = m_pArchive->dirs[m_uIndex];
+            if (comparePrefix(entry.key, m_strSearchDir, length) != 0)
+                break;
+            const char *name = entry.key + length;
+            if (*name == 0 && m_iNoDirYet) {
+                *m_findDirIDList->insertLast() = entry.index;
+                m_iNoDirYet = 0;
+            }
+            const std::size_t nameLength = std::strcspn(name, "\\");
+            const bool direct = name[nameLength] == '\\' && name[nameLength + 1] == 0;
+            if (!direct || nameLength == 0 || nameLength > vl::platform::maxPath)
+                continue;
+            std::memcpy(m_strResult, name, nameLength);
+            m_strResult[nameLength] = 0;
+            if (xstricmp(m_strPattern, m_strResult)) {
+                ++m_uIndex;
+                return m_strResult;
+            }
+        }
+        if (m_iNoDirYet)
+            *m_findDirIDList->insertLast() = -1;
+        m_iNoDirYet = 1;
+        m_uIndex = 0;
+    }
+    return nullptr;
+}
+
+/// The key prefix of the searched directory's files in the current archive; one that no key has where the
+/// archive lacks the directory.
+void V_File::writeDirKey() {
+    const int index = m_pDirIDCursor ? *m_pDirIDCursor : -1;
+    if (index >= 0 && index <= 99999)
+        std::snprintf(m_strDirKey, sizeof m_strDirKey, "%05i", index);
+    else
+        std::strcpy(m_strDirKey, "XXXXX");
+}
+
+/// The next file of the searched directory that matches.
+const char *V_File::findNextFile() {
+    while (m_pArchive) {
+        const unsigned int count = m_pArchive->header.fileCount;
+        if (m_uIndex == 0)
+            m_uIndex = firstWithPrefix(m_pArchive->files, count, m_strDirKey, dirKeyLength);
+        while (m_uIndex < count) {
+            const char *key = m_pArchive->files[m_uIndex].key;
+            if (std::memcmp(key, m_strDirKey, dirKeyLength) != 0)
+                break;
+            ++m_uIndex;
+            const char *name = key + dirKeyLength;
+            if (!xstricmp(m_strPattern, name))
+                continue;
+            const std::size_t nameLength = std::strlen(name);
+            if (nameLength <= vl::platform::maxPath)
+                return static_cast<const char *>(std::memcpy(m_strResult, name, nameLength + 1));
+        }
+        m_pArchive = VASArchiveList->getNext(m_pArchive);
+        m_uIndex = 0;
+        m_pDirIDCursor = m_pDirIDCursor ? m_findDirIDList->getNext(m_pDirIDCursor) : nullptr;
+        writeDirKey();
+    }
+    return nullptr;
+}

@@ -1,0 +1,397 @@
+// Memory files: the engine's binary data files. A memory file is a run of bytes with a position, into which
+// tagged values (vl/memoryfile/operators.h) and nested chunks are written, and from which they are read back.
+//
+//     V_MemoryFile out;                                   V_MemoryFile in("a.dat", V_MemoryFile::AM_DEFAULT);
+//     out.createChunk(7, 1);                              V_MemoryFile::Chunk chunk = in.openChunk(7);
+//     out << 5 << 1.0f << "wheel";                        int count; float size; V_String name;
+//     out.closeChunk();                                   chunk.getMemoryFile() >> count >> size >> name;
+//     out.save("a.dat");                                  in.skipChunk();
+//
+// A file is built in one of five ways, by its constructors or, anew, by construct:
+//
+//   for writing  in memory; save and append hand the bytes to the file system
+//                written through to a file on disk, with only the last part of it in memory
+//   for reading  from a file on disk or in an archive, loaded whole or, when large, streamed
+//                from a region of an open V_FileStream, streamed
+//                from memory of the caller, copied or used where it is
+//
+// What a file does not offer is refused with V_MemoryFileException_IllegalCall and changes nothing: writing
+// to a file built for reading; on a write-through file reading, toRead, save, append, copying it and seeking
+// to what has gone to disk already; save and append of a streamed file; a negative count.
+// Sizes and positions are in bytes and 32 bits wide; a buffer in memory holds at most 2147483647.
+// Every function that allocates may throw V_MemoryException_Allocation; it has then changed nothing, except
+// that construct leaves an empty file.
+//
+// A memory file is used by one thread at a time.
+#pragma once
+
+#include "vl/core/export.h"
+#include "vl/core/string.h"
+#include "vl/file/stream.h"
+#include "vl/math.h"
+#include "vl/memoryfile/exception.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+/// The values whose payload is the memory image of their type, low byte first: type, tag, payload bytes.
+#define VL_MEMORY_FILE_PLAIN_VALUES(VALUE)                                                                   \
+    VALUE(short, BT_SHORT, 2)                                                                                \
+    VALUE(unsigned short, BT_USHORT, 2)                                                                      \
+    VALUE(char, BT_CHAR, 1)                                                                                  \
+    VALUE(signed char, BT_SCHAR, 1)                                                                          \
+    VALUE(unsigned char, BT_UCHAR, 1)                                                                        \
+    VALUE(float, BT_FLOAT, 4)                                                                                \
+    VALUE(double, BT_DOUBLE, 8)                                                                              \
+    VALUE(M_Vector2Template<float>, BT_VECTOR2, 8)                                                           \
+    VALUE(M_Vector3Template<float>, BT_VECTOR3, 12)                                                          \
+    VALUE(M_Vector4Template<float>, BT_VECTOR4, 16)                                                          \
+    VALUE(M_Matrix2Template<float>, BT_MATRIX2, 16)                                                          \
+    VALUE(M_Matrix3Template<float>, BT_MATRIX3, 36)                                                          \
+    VALUE(M_Matrix4x3Template<float>, BT_MATRIX4X3, 48)                                                      \
+    VALUE(M_Matrix4Template<float>, BT_MATRIX4, 64)                                                          \
+    VALUE(M_Float16, BT_FLOAT16, 2)
+
+/// The values that have a form of their own; see vl/memoryfile/operators.h.
+#define VL_MEMORY_FILE_OTHER_VALUES(VALUE)                                                                   \
+    VALUE(int)                                                                                               \
+    VALUE(unsigned int)                                                                                      \
+    VALUE(long)                                                                                              \
+    VALUE(unsigned long)                                                                                     \
+    VALUE(bool)                                                                                              \
+    VALUE(V_String)                                                                                          \
+    VALUE(V_StringI)
+
+class VL_API V_MemoryFile {
+  public:
+    class Chunk;
+
+    /// How the bytes are held.
+    enum AccessMethod {
+        AM_DEFAULT = 0, ///< as an argument: the static default
+        AM_MEMORY = 1,  ///< all in memory
+        AM_STREAM = 2   ///< pulled from a stream, or pushed to a file, as needed
+    };
+
+    enum SeekMode {
+        SM_BEGIN = 0,   ///< from the first byte
+        SM_CURRENT = 1, ///< from the position
+        SM_END = 2      ///< back from the end
+    };
+
+    /// The tag bytes; 28 to 37 are free for types of clients.
+    enum BasicType {
+        BT_LONG = 0,
+        BT_ULONG = 1,
+        BT_INT = 2,
+        BT_UINT = 3,
+        BT_SHORT = 4,
+        BT_USHORT = 5,
+        BT_CHAR = 6,
+        BT_SCHAR = 7,
+        BT_UCHAR = 8,
+        BT_FLOAT = 9,
+        BT_DOUBLE = 10,
+        BT_LEGACY_STRING = 11, ///< neither written nor read
+        BT_CHUNK = 12,
+        BT_STRING = 13,
+        BT_BOOL = 14,
+        BT_UINT24 = 15,
+        BT_UINT16 = 16,
+        BT_UINT8 = 17,
+        BT_INT24 = 18,
+        BT_INT16 = 19,
+        BT_INT8 = 20,
+        BT_VECTOR2 = 21,
+        BT_VECTOR3 = 22,
+        BT_VECTOR4 = 23,
+        BT_MATRIX2 = 24,
+        BT_MATRIX3 = 25,
+        BT_MATRIX4X3 = 26,
+        BT_MATRIX4 = 27,
+        BT_FLOAT16 = 38
+    };
+
+    /// What follows the marker byte of a chunk.
+    struct ChunkHeader {
+        unsigned int identifier;
+        unsigned int version;
+        unsigned int size; ///< from the marker to the end of the payload: 13 + payload
+    };
+
+    /// Files of this size or more are streamed when AM_STREAM is asked for; it is also the size of the read
+    /// buffer then.
+    static constexpr unsigned int STREAM_SIZE = 262144;
+
+    static constexpr unsigned int DEFAULT_CAPACITY = 8192;
+
+    // ---- Construction --------------------------------------------------------------------------------
+
+    /// An empty file for writing in memory. Nothing is allocated before the first write; the buffer then
+    /// grows from `capacity` bytes by doubling. A capacity of 0 counts as DEFAULT_CAPACITY.
+    explicit V_MemoryFile(unsigned int capacity = DEFAULT_CAPACITY);
+
+    /// An empty write-through file: what is written goes to the file `fileName` (a path of the operating
+    /// system, relative to the process's current directory), created or emptied now, with at most
+    /// `capacity` bytes pending in memory. It is complete once destruct or the destructor has run; see
+    /// hasWriteFailed. Throws V_MemoryFileException_UnableToOpenFileForWrite.
+    V_MemoryFile(unsigned int capacity, const char *fileName);
+
+    /// A file for reading, from `fileName` as the file system resolves it. With AM_STREAM a file of
+    /// STREAM_SIZE bytes or more is streamed; otherwise it is loaded whole. A compressed archive entry is
+    /// decoded as it is read in order; to seek in it, open its chunks or copy the file, which its stream
+    /// cannot do, the memory file loads it whole at that moment and goes on in memory.
+    /// Throws what V_File::size, V_File::load and V_FileStream throw.
+    V_MemoryFile(const char *fileName, AccessMethod method);
+
+    /// A file for reading over `size` bytes of the caller, copied, or used where they are: they must then
+    /// stay valid and unchanged as long as the file is used.
+    V_MemoryFile(const void *data, unsigned int size, bool copy);
+
+    /// A streamed file for reading: `size` bytes of `stream` from its position `offset` on, cut to what the
+    /// stream has (a negative size: all of that). Carries the stream's name. Throws what the copy
+    /// constructor of V_FileStream throws: compressed streams cannot be shared.
+    V_MemoryFile(const V_FileStream &stream, int offset, int size);
+
+    /// A copy with its own buffer or stream; over memory of a caller, a second file over the same memory.
+    /// A write-through file is refused with V_MemoryFileException_IllegalCall.
+    V_MemoryFile(const V_MemoryFile &other);
+    V_MemoryFile &operator=(const V_MemoryFile &) = delete;
+
+    /// As destruct.
+    ~V_MemoryFile();
+
+    /// Release what the file holds and build it anew, as the constructor with the same arguments. Arguments
+    /// may belong to this file: they are used before they are released, and bytes of its own buffer are
+    /// copied even where the memory of a caller is not. Any exception leaves an empty file. When finishing
+    /// an earlier write-through file fails, construct throws V_MemoryFileException_UnableToWriteData and
+    /// does not build the new one.
+    void construct(unsigned int capacity);
+    void construct(unsigned int capacity, const char *fileName);
+    void construct(const char *fileName, AccessMethod method);
+    void construct(const void *data, unsigned int size, bool copy);
+    void construct(const V_FileStream &stream, int offset, int size);
+    void construct(const V_MemoryFile &other);
+
+    /// Writes what is pending to the file of a write-through file and closes it, releases everything and
+    /// leaves an empty file that is neither read nor written; the name stays. May be called repeatedly.
+    void destruct();
+
+    /// Whether the disk refused a part of the write-through file that this object is, or was until
+    /// destruct: the file on disk is then incomplete. Reset by construct.
+    bool hasWriteFailed() const { return m_bWriteFailed; }
+
+    /// The access method that AM_DEFAULT stands for, AM_MEMORY at start; a plain process-wide variable.
+    static void setDefaultAccessMethod(AccessMethod method);
+    static AccessMethod getDefaultAccessMethod();
+
+    // ---- Bytes ---------------------------------------------------------------------------------------
+
+    /// Writes `count` bytes at the position, over what is there or behind the end. A write-through file
+    /// throws V_MemoryFileException_UnableToWriteData when the disk does not take what has to go there;
+    /// from then on it accepts no more.
+    void write(const void *source, int count);
+
+    /// Reads `count` bytes at the position. Throws V_MemoryFileException_Overreading when fewer are left,
+    /// and what V_FileStream::read throws; the position is then unchanged.
+    void read(void *destination, int count);
+
+    /// Moves the position. Throws V_MemoryFileException_SeekOutOfRange for a position before the first byte
+    /// or behind the last; the position is then unchanged. A mode that is none changes nothing.
+    void seek(int offset, SeekMode mode);
+
+    /// Turns a file that was written in memory to its beginning, to be read. It may be written again later.
+    void toRead();
+
+    /// The buffer: the bytes of a file in memory, null for a streamed file and before the first write. Valid
+    /// until the next write or construct.
+    const void *getAddress() const { return m_pData; }
+    unsigned int getPosition() const { return m_uPosition; }
+    unsigned int getSize() const { return m_uSize; }
+
+    /// The name that exceptions quote, and that save and append use when they are given none.
+    void setFilename(const char *fileName);
+    const char *getFilename() const { return m_strFilename.c_str(); }
+
+    /// V_File::save and V_File::append of all bytes: 1, or 0 on failure.
+    int save(const char *fileName) const;
+    int save() const;
+    int append(const char *fileName) const;
+    int append() const;
+
+    // ---- Tags ----------------------------------------------------------------------------------------
+
+    /// Whether the operators write a tag before each value and expect it there. On after every construction
+    /// but that of a copy, which takes the setting over. Without tags nothing that is read is verified.
+    void enableTags(bool enable) { m_bTagsEnabled = enable; }
+    void disableTags() { m_bTagsEnabled = false; }
+    bool areTagsEnabled() const { return m_bTagsEnabled; }
+
+    // ---- Chunks --------------------------------------------------------------------------------------
+
+    /// Begins a chunk at the position: a header of 13 bytes, tags or not, and then whatever is written until
+    /// its closeChunk. Chunks nest like brackets.
+    void createChunk(unsigned int id, unsigned int version);
+
+    /// Ends the innermost open chunk and writes its size into its header. Throws
+    /// V_MemoryFileException_IllegalCall when no chunk is open or the position lies before its payload, and
+    /// for a write-through file what write throws.
+    void closeChunk();
+
+    /// The chunk at the position, which does not move. `id` is not compared: ask getID(). Throws
+    /// V_MemoryFileException_DataError when there is none (the position is then one byte further) and when
+    /// its size is less than its header or more than what is left; V_MemoryFileException_Overreading when
+    /// its header is cut short.
+    void openChunk(Chunk &chunk, unsigned int id);
+    Chunk openChunk(unsigned int id);
+
+    /// As openChunk, but where no chunk is (no marker, or fewer than two bytes left) the result is invalid.
+    /// After a header that is cut short the position is one byte further. After an exception `chunk` is
+    /// invalid.
+    void peekChunk(Chunk &chunk);
+    Chunk peekChunk();
+
+    /// Moves the position behind the chunk at the position; where none is, does nothing. Throws
+    /// V_MemoryFileException_SeekOutOfRange when the chunk reaches beyond the data,
+    /// V_MemoryFileException_DataError when its size is less than its header and
+    /// V_MemoryFileException_Overreading when its header is cut short.
+    void skipChunk();
+
+  protected:
+    /// All numbers 0, all pointers null, all flags false but that for tags; nothing is released.
+    void initializeMembers();
+
+    /// For operators of clients' own types. With tags off the tag is neither written nor read.
+    void writeTag(BasicType type);
+    void writeTagged(BasicType type, const void *data, int size);
+    /// Throw V_MemoryFileException_DataError, behind the byte, when it is not the tag of `type`.
+    void readTag(BasicType type);
+    void readTagged(BasicType type, void *data, int size);
+
+  private:
+    enum Mode { MODE_NONE = 0, MODE_READ = 1, MODE_WRITE = 2 };
+
+#define VL_MEMORY_FILE_FRIENDS(Type)                                                                         \
+    friend V_MemoryFile &operator<<(V_MemoryFile &file, const Type &value);                                  \
+    friend V_MemoryFile &operator>>(V_MemoryFile &file, Type &value);
+#define VL_MEMORY_FILE_PLAIN_FRIENDS(Type, Tag, Size) VL_MEMORY_FILE_FRIENDS(Type)
+    VL_MEMORY_FILE_PLAIN_VALUES(VL_MEMORY_FILE_PLAIN_FRIENDS)
+    VL_MEMORY_FILE_OTHER_VALUES(VL_MEMORY_FILE_FRIENDS)
+#undef VL_MEMORY_FILE_FRIENDS
+#undef VL_MEMORY_FILE_PLAIN_FRIENDS
+    friend V_MemoryFile &operator<<(V_MemoryFile &file, const char *text);
+
+    // Construction (memoryfile/construction.cpp)
+    void startOver();
+    bool ownsBytes(const void *data) const;
+    void constructRegion(const V_FileStream &stream, unsigned int offset, unsigned int size);
+    void loadStream();
+
+    // Bytes (memoryfile/memoryfile.cpp)
+    [[noreturn]] void refuse(const char *action) const;
+    bool isWriteThrough() const { return m_pOutFile != nullptr; }
+    void moveTo(unsigned int place);
+    void writeTogether(const void *head, unsigned int headSize, const void *data, unsigned int size);
+    void grow(std::uint64_t size);
+    void writeThrough(const void *data, unsigned int size);
+    void flush();
+    void limitBuffer();
+    void writeToDisk(const void *data, unsigned int count);
+    [[noreturn]] void failWriting();
+
+    // Tagged values (memoryfile/tagged_values.cpp)
+    void writeIntegerSlowly(unsigned int value, unsigned int extraBytes, unsigned int tag);
+    unsigned int readIntegerSlowly(unsigned int longTag, unsigned int compactBase, bool isSigned);
+    void writeText(const char *text, std::size_t length);
+    unsigned int readTextLength();
+
+    // Chunks (memoryfile/chunks.cpp)
+    bool readChunkHeader(ChunkHeader &header, bool required);
+    bool chunkReachesBeyondEnd(const ChunkHeader &header) const;
+    void buildChunk(Chunk &chunk, const ChunkHeader &header);
+    void patch(unsigned int place, unsigned int value);
+
+    // The short way of the operators (vl/memoryfile/operators.h): straight to the buffer.
+    unsigned char *roomFor(unsigned int count);
+    void advance(unsigned int count);
+    const unsigned char *bytesAhead(unsigned int count) const;
+    template <unsigned int SIZE>
+    void writeValue(BasicType type, const void *data);
+    template <unsigned int SIZE>
+    void readValue(BasicType type, void *data);
+    template <unsigned int SHIFT>
+    static unsigned int extraBytesOf(unsigned int magnitude);
+    template <unsigned int SHIFT>
+    void writeInteger(unsigned int value, unsigned int magnitude, unsigned int longTag,
+                      unsigned int compactBase);
+    template <class Integer>
+    void readInteger(Integer &value, unsigned int longTag, unsigned int compactBase);
+    template <class String>
+    void readText(String &text);
+
+    bool m_bConstructed;
+    bool m_bOwnsData;
+    unsigned char *m_pData;
+    unsigned int m_uSize;
+    unsigned int m_uCapacity; ///< what the buffer grows to next; 0 for a file built for reading
+    int m_iAllocated;         ///< bytes of m_pData
+    Mode m_eMode;
+    AccessMethod m_eAccessMethod;
+    V_String m_strFilename;
+    bool m_bTagsEnabled;
+    V_FileStream *m_pStream; ///< owned
+    unsigned int m_uPosition;
+    std::FILE *m_pOutFile;   ///< of a write-through file
+    unsigned int m_uFlushed; ///< of a write-through file: where in the file m_pData begins
+    std::vector<unsigned int, V_Allocator<unsigned int>> m_chunkStack; ///< starts of the open chunks
+    bool m_bWriteFailed;
+
+    static AccessMethod sm_eDefaultAccessMethod;
+};
+
+/// One chunk found by a reader, with its payload as a memory file of its own.
+///
+/// The payload of a file in memory is not copied: such a chunk (and its copies) may be used as long as the
+/// file lives and is neither written nor built anew. A streamed chunk has a stream of its own.
+class VL_API V_MemoryFile::Chunk {
+  public:
+    /// An invalid chunk: everything 0, its memory file empty and to be written.
+    Chunk();
+    Chunk(const Chunk &other);
+    Chunk &operator=(const Chunk &other);
+    ~Chunk();
+
+    bool isValid() const { return m_bValid; }
+    unsigned int getID() const { return m_uID; }
+    unsigned int getVersion() const { return m_uVersion; }
+    /// Bytes of the payload; 0 for an invalid chunk.
+    unsigned int getSize() const { return m_bValid ? m_uSize - 13 : 0; }
+    /// The payload, from position 0, with tags enabled and the name of the file it lies in.
+    V_MemoryFile &getMemoryFile() { return m_file; }
+
+    /// The operations of V_MemoryFile on the payload, for the chunks nested in it. `chunk` may be this one.
+    void openChunk(Chunk &chunk, unsigned int id) { m_file.openChunk(chunk, id); }
+    Chunk openChunk(unsigned int id) { return m_file.openChunk(id); }
+    void peekChunk(Chunk &chunk) { m_file.peekChunk(chunk); }
+    Chunk peekChunk() { return m_file.peekChunk(); }
+    void skipChunk() { m_file.skipChunk(); }
+
+  private:
+    friend class V_MemoryFile;
+
+    void construct(const void *data, unsigned int size, const ChunkHeader &header);
+    void construct(const V_FileStream &stream, unsigned int offset, unsigned int size,
+                   const ChunkHeader &header);
+    void take(const ChunkHeader &header);
+    void reset();
+
+    unsigned int m_uID = 0;
+    unsigned int m_uVersion = 0;
+    unsigned int m_uSize = 0;
+    V_MemoryFile m_file;
+    bool m_bValid = false;
+};
+
+#include "vl/memoryfile/operators.h"

@@ -1,0 +1,256 @@
+// How values are written to and read from a memory file: `file << value` and `file >> value`, each returning
+// the file. Included by vl/memoryfile.h.
+//
+// With tags enabled a value is one tag byte (V_MemoryFile::BasicType) and its payload, otherwise the payload
+// alone; all numbers are little-endian. The plain values of VL_MEMORY_FILE_PLAIN_VALUES are their memory
+// image, the engine's math types as blocks of floats in their own order. The others:
+//
+//   type                 with tags                                           without
+//   int                  |v| < 128: BT_INT8 and the low byte;                4 bytes
+//                        < 32768: BT_INT16 and 2; < 8388608: BT_INT24 and 3;
+//                        else BT_INT and 4
+//   unsigned int         v < 256: BT_UINT8 and 1 byte; < 65536: BT_UINT16    4 bytes
+//                        and 2; < 16777216: BT_UINT24 and 3; else BT_UINT
+//                        and 4
+//   long, unsigned long  BT_LONG or BT_ULONG and 4 bytes, however wide the   4 bytes
+//                        type is here; a value that needs more is refused
+//   bool                 BT_BOOL and one byte: 0 or 1; any other reads true  1 byte
+//   string (either       BT_STRING, the length as an int is written, the     4 bytes of length, the
+//   type, and const      characters                                          characters
+//   char *, writing only)
+//
+// Writing throws what V_MemoryFile::write throws, and V_MemoryFileException_IllegalCall for a long beyond 32
+// bits, a string beyond 2147483647 characters or a null text. A value is written whole or not at all.
+//
+// Reading throws V_MemoryFileException_DataError, behind the tag, when the tag is not that of the type;
+// V_MemoryFileException_Overreading when fewer bytes are left; and what V_MemoryFile::read throws. An int or
+// unsigned int is then 0, any other number unchanged. A string is empty, except that when only the characters
+// are cut short it holds the announced number of zero characters, provided that is at most 65536: no
+// damaged length makes it larger than the data. A length of 0 or less reads as the empty string.
+#pragma once
+
+#include "vl/memoryfile.h"
+
+#include <limits>
+#include <type_traits>
+
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "values are stored as their memory image");
+
+// ---- The short way: straight to the buffer -------------------------------------------------------------
+
+/// Where `count` bytes can be written at the position; null when the buffer has no room for them or must not
+/// be written.
+inline unsigned char *V_MemoryFile::roomFor(unsigned int count) {
+    const unsigned int offset = m_uPosition - m_uFlushed;
+    const bool room = std::uint64_t{offset} + count <= static_cast<unsigned int>(m_iAllocated);
+    return room && m_uCapacity != 0 ? m_pData + offset : nullptr;
+}
+
+/// Moves the position over bytes that have been written.
+inline void V_MemoryFile::advance(unsigned int count) {
+    m_uPosition += count;
+    if (m_uPosition > m_uSize)
+        m_uSize = m_uPosition;
+}
+
+/// The `count` bytes at the position; null when fewer are left or they are not in memory.
+inline const unsigned char *V_MemoryFile::bytesAhead(unsigned int count) const {
+    const bool there = count <= m_uSize - m_uPosition;
+    return there && m_eAccessMethod == AM_MEMORY ? m_pData + m_uPosition : nullptr;
+}
+
+template <unsigned int SIZE>
+void V_MemoryFile::writeValue(BasicType type, const void *data) {
+    const unsigned int tagSize = m_bTagsEnabled ? 1 : 0;
+    unsigned char *room = roomFor(SIZE + tagSize);
+    if (!room) {
+        writeTagged(type, data, SIZE);
+        return;
+    }
+    room[0] = static_cast<unsigned char>(type);
+    std::memcpy(room + tagSize, data, SIZE); // over the tag when there shall be none
+    advance(SIZE + tagSize);
+}
+
+template <unsigned int SIZE>
+void V_MemoryFile::readValue(BasicType type, void *data) {
+    const unsigned int tagSize = m_bTagsEnabled ? 1 : 0;
+    const unsigned char *bytes = bytesAhead(SIZE + tagSize);
+    if (!bytes || (tagSize != 0 && bytes[0] != type)) {
+        readTagged(type, data, SIZE);
+        return;
+    }
+    std::memcpy(data, bytes + tagSize, SIZE);
+    m_uPosition += SIZE + tagSize;
+}
+
+/// The bytes beyond the first that a magnitude needs, of which the first byte holds SHIFT bits.
+template <unsigned int SHIFT>
+unsigned int V_MemoryFile::extraBytesOf(unsigned int magnitude) {
+    return static_cast<unsigned int>(magnitude >> SHIFT != 0) + (magnitude >> (SHIFT + 8) != 0) +
+           (magnitude >> (SHIFT + 16) != 0);
+}
+
+/// Writes an integer in the shortest form that its magnitude allows. The form of n < 4 bytes has the tag
+/// `compactBase` - n.
+template <unsigned int SHIFT>
+void V_MemoryFile::writeInteger(unsigned int value, unsigned int magnitude, unsigned int longTag,
+                                unsigned int compactBase) {
+    const unsigned int extraBytes = m_bTagsEnabled ? extraBytesOf<SHIFT>(magnitude) : 3;
+    const unsigned int tag = extraBytes == 3 ? longTag : compactBase - 1 - extraBytes;
+    unsigned char *room = roomFor(5);
+    if (!room || m_uPosition != m_uSize || !m_bTagsEnabled) {
+        writeIntegerSlowly(value, extraBytes, tag);
+        return;
+    }
+    // Nothing lies behind the position yet, so all four bytes may be stored whatever the form.
+    room[0] = static_cast<unsigned char>(tag);
+    std::memcpy(room + 1, &value, 4);
+    m_uPosition += 2 + extraBytes;
+    m_uSize = m_uPosition;
+}
+
+template <class Integer>
+void V_MemoryFile::readInteger(Integer &value, unsigned int longTag, unsigned int compactBase) {
+    constexpr bool isSigned = std::is_signed<Integer>::value;
+    const unsigned char *bytes = bytesAhead(5);
+    if (bytes && m_bTagsEnabled) {
+        const unsigned int compactSize = compactBase - bytes[0];
+        const bool compact = compactSize - 1 < 3;
+        if (static_cast<unsigned int>(compact) | static_cast<unsigned int>(bytes[0] == longTag)) {
+            const unsigned int size = compact ? compactSize : 4;
+            const unsigned int unused = 32 - 8 * size;
+            std::uint32_t word;
+            std::memcpy(&word, bytes + 1, 4);
+            m_uPosition += 1 + size;
+            value = static_cast<Integer>(word << unused) >> unused; // extends the sign of an int
+            return;
+        }
+    }
+    value = 0;
+    value = static_cast<Integer>(readIntegerSlowly(longTag, compactBase, isSigned));
+}
+
+template <class String>
+void V_MemoryFile::readText(String &text) {
+    text.clear();
+    const unsigned int length = readTextLength();
+    if (const unsigned char *bytes = bytesAhead(length)) {
+        text.assign(reinterpret_cast<const char *>(bytes), length);
+        m_uPosition += length;
+        return;
+    }
+    constexpr unsigned int longestUnread = 65536;
+    if (length <= m_uSize - m_uPosition || length <= longestUnread) {
+        if (length > text.max_size())
+            V_throw(V_MemoryException_Allocation());
+        text.resize(length);
+    }
+    read(&text[0], static_cast<int>(length));
+}
+
+// ---- The operators ---------------------------------------------------------------------------------------
+
+#define VL_PLAIN_VALUE(Type, Tag, Size)                                                                      \
+    inline V_MemoryFile &operator<<(V_MemoryFile &file, const Type &value) {                                 \
+        file.writeValue<Size>(V_MemoryFile::Tag, &reinterpret_cast<const unsigned char &>(value));           \
+        return file;                                                                                         \
+    }                                                                                                        \
+    inline V_MemoryFile &operator>>(V_MemoryFile &file, Type &value) {                                       \
+        file.readValue<Size>(V_MemoryFile::Tag, &reinterpret_cast<unsigned char &>(value));                  \
+        return file;                                                                                         \
+    }
+VL_MEMORY_FILE_PLAIN_VALUES(VL_PLAIN_VALUE)
+#undef VL_PLAIN_VALUE
+
+inline V_MemoryFile &operator<<(V_MemoryFile &file, const int &value) {
+    const auto bits = static_cast<unsigned int>(value);
+    file.writeInteger<7>(bits, value < 0 ? 0 - bits : bits, V_MemoryFile::BT_INT, V_MemoryFile::BT_INT8 + 1);
+    return file;
+}
+inline V_MemoryFile &operator>>(V_MemoryFile &file, int &value) {
+    file.readInteger(value, V_MemoryFile::BT_INT, V_MemoryFile::BT_INT8 + 1);
+    return file;
+}
+
+inline V_MemoryFile &operator<<(V_MemoryFile &file, const unsigned int &value) {
+    file.writeInteger<8>(value, value, V_MemoryFile::BT_UINT, V_MemoryFile::BT_UINT8 + 1);
+    return file;
+}
+inline V_MemoryFile &operator>>(V_MemoryFile &file, unsigned int &value) {
+    file.readInteger(value, V_MemoryFile::BT_UINT, V_MemoryFile::BT_UINT8 + 1);
+    return file;
+}
+
+inline V_MemoryFile &operator<<(V_MemoryFile &file, const long &value) {
+    const auto stored = static_cast<std::int32_t>(value);
+    if (stored != value)
+        file.refuse("write a long beyond 32 bits to");
+    file.writeValue<4>(V_MemoryFile::BT_LONG, &stored);
+    return file;
+}
+inline V_MemoryFile &operator>>(V_MemoryFile &file, long &value) {
+    std::int32_t stored;
+    file.readValue<4>(V_MemoryFile::BT_LONG, &stored);
+    value = stored;
+    return file;
+}
+
+inline V_MemoryFile &operator<<(V_MemoryFile &file, const unsigned long &value) {
+    const auto stored = static_cast<std::uint32_t>(value);
+    if (stored != value)
+        file.refuse("write an unsigned long beyond 32 bits to");
+    file.writeValue<4>(V_MemoryFile::BT_ULONG, &stored);
+    return file;
+}
+inline V_MemoryFile &operator>>(V_MemoryFile &file, unsigned long &value) {
+    std::uint32_t stored;
+    file.readValue<4>(V_MemoryFile::BT_ULONG, &stored);
+    value = stored;
+    return file;
+}
+
+inline V_MemoryFile &operator<<(V_MemoryFile &file, const bool &value) {
+    const unsigned char stored = value ? 1 : 0;
+    file.writeValue<1>(V_MemoryFile::BT_BOOL, &stored);
+    return file;
+}
+inline V_MemoryFile &operator>>(V_MemoryFile &file, bool &value) {
+    unsigned char stored;
+    file.readValue<1>(V_MemoryFile::BT_BOOL, &stored);
+    value = stored != 0;
+    return file;
+}
+
+inline V_MemoryFile &operator<<(V_MemoryFile &file, const V_String &value) {
+    file.writeText(value.data(), value.size());
+    return file;
+}
+inline V_MemoryFile &operator>>(V_MemoryFile &file, V_String &value) {
+    file.readText(value);
+    return file;
+}
+
+inline V_MemoryFile &operator<<(V_MemoryFile &file, const V_StringI &value) {
+    file.writeText(value.data(), value.size());
+    return file;
+}
+inline V_MemoryFile &operator>>(V_MemoryFile &file, V_StringI &value) {
+    file.readText(value);
+    return file;
+}
+
+/// Writes a text as a string.
+inline V_MemoryFile &operator<<(V_MemoryFile &file, const char *text) {
+    if (!text)
+        file.refuse("write a null text to");
+    file.writeText(text, std::strlen(text));
+    return file;
+}
+
+/// Any other pointer would be taken for a bool.
+template <class T, std::enable_if_t<!std::is_same<std::remove_cv_t<T>, char>::value, int> = 0>
+V_MemoryFile &operator<<(V_MemoryFile &file, T *pointer) = delete;
+
+#undef VL_MEMORY_FILE_PLAIN_VALUES
+#undef VL_MEMORY_FILE_OTHER_VALUES

@@ -1,0 +1,49 @@
+// The exceptions of memory files: their messages.
+
+#include "vl/memoryfile/exception.h"
+
+namespace {
+
+bool isNamed(const char *fileName) { return fileName && *fileName; }
+
+constexpr const char *noName = "memoryfile not named yet";
+
+} // namespace
+
+V_MemoryFileException_SeekOutOfRange::V_MemoryFileException_SeekOutOfRange(const char *fileName) {
+    if (isNamed(fileName))
+        setError("V_MemoryFile seek out of range(\"%s\")", fileName);
+    else
+        setError("V_MemoryFile seek out of range(%s)", noName);
+}
+
+V_MemoryFileException_Overreading::V_MemoryFileException_Overreading(const char *fileName) {
+    if (isNamed(fileName))
+        setError("Read of the end of an V_MemoryFile(\"%s\")", fileName);
+    else
+        setError("Read of the end of an V_MemoryFile(%s)", noName);
+}
+
+V_MemoryFileException_DataError::V_MemoryFileException_DataError(const char *fileName) {
+    if (isNamed(fileName))
+        setError("Invalid data read from an V_MemoryFile(\"%s\")", fileName);
+    else
+        setError("Invalid data read from an V_MemoryFile(%s)", noName);
+}
+
+V_MemoryFileException_UnableToOpenFileForWrite::V_MemoryFileException_UnableToOpenFileForWrite(
+    const char *fileName) {
+    setError("V_MemoryFile: Unable to open file (\"%s\") for write", fileName);
+}
+
+V_MemoryFileException_UnableToWriteData::V_MemoryFileException_UnableToWriteData(const char *fileName) {
+    setError("V_MemoryFile: Unable to write to file (\"%s\")", fileName);
+}
+
+V_MemoryFileException_IllegalCall::V_MemoryFileException_IllegalCall(const char *action,
+                                                                     const char *fileName) {
+    if (isNamed(fileName))
+        setError("V_MemoryFile: Unable to %s (\"%s\")", action, fileName);
+    else
+        setError("V_MemoryFile: Unable to %s (%s)", action, noName);
+}

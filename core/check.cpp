@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 namespace vl {
 
@@ -37,7 +38,10 @@ class CheckFailure {
     [[noreturn]] void reportOrEnd(const char *title) {
         if (Sys) {
             Sys->verbose("\n\n%s\n", singleLine);
-            Sys->verbose("%s", m_strReport);
+            // In pieces, as one text of the log holds no more.
+            constexpr std::size_t piece = 1023;
+            for (std::size_t at = 0; at == 0 || at < std::strlen(m_strReport); at += piece)
+                Sys->verbose("%.*s", static_cast<int>(piece), m_strReport + at);
             Sys->verbose("\n%s\n\n", singleLine);
         }
         if (V_System::m_bAssertionCreatesException)

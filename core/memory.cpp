@@ -36,30 +36,51 @@ void V_Memory::resetNewDeleteCounts() {
     sm_iDeleteCount = 0;
 }
 
-void *V_Memory::set(void *destination, char value, unsigned int count) {
-    return count ? std::memset(destination, value, count) : destination;
+namespace {
+
+/// What compare looks at closely, in bytes.
+constexpr unsigned int closely = 64;
+
+struct Stretch {
+    unsigned int start, size;
+};
+
+/// Narrows long buffers down to a stretch with their first difference, or to their equal end. memcmp runs
+/// through what is equal at its own speed but does not tell where the difference lies: it is asked about
+/// growing blocks, then about the halves of the block that differs. What is skipped are whole words.
+/// Not inlined, which would slow down the comparison of short buffers.
+[[gnu::noinline]] Stretch narrow(const unsigned char *left, const unsigned char *right, unsigned int count) {
+    Stretch stretch = {0, count};
+    const auto skipEqual = [&](unsigned int size) {
+        if (std::memcmp(left + stretch.start, right + stretch.start, size) != 0) {
+            stretch.size = size;
+            return false;
+        }
+        stretch = {stretch.start + size, stretch.size - size};
+        return true;
+    };
+    for (unsigned int block = 4 * closely;
+         stretch.size > closely && skipEqual(std::min(stretch.size, block));)
+        block = std::min(2 * block, 64 * closely);
+    while (stretch.size > closely)
+        skipEqual(stretch.size / 2 & ~3U);
+    return stretch;
 }
 
-void *V_Memory::copy(void *destination, const void *source, unsigned int count) {
-    return count ? std::memcpy(destination, source, count) : destination;
-}
+} // namespace
 
 int V_Memory::compare(const void *a, const void *b, unsigned int count) {
     const auto *left = static_cast<const unsigned char *>(a);
     const auto *right = static_cast<const unsigned char *>(b);
     unsigned int rest = count;
-
-    // memcmp skips equal blocks at its own speed; only the block with the first difference is looked at
-    // closely.
-    constexpr unsigned int blockSize = 4096;
-    while (rest != 0) {
-        const unsigned int block = std::min(rest, blockSize);
-        if (std::memcmp(left, right, block) != 0)
-            break;
-        left += block;
-        right += block;
-        rest -= block;
+    if (count > closely) {
+        const Stretch stretch = narrow(left, right, count);
+        left += stretch.start;
+        right += stretch.start;
+        rest = stretch.size;
     }
+    for (; rest >= 16 && std::memcmp(left, right, 16) == 0; left += 16, right += 16)
+        rest -= 16;
     for (; rest >= 4; left += 4, right += 4, rest -= 4) {
         if (std::memcmp(left, right, 4) == 0)
             continue;
@@ -77,10 +98,6 @@ void V_Memory::dump(MemoryDumpDetail, bool, bool) {
     if (Sys)
         Sys->verbose("Memory dump only available in debug builds\n\n");
 }
-
-V_MemoryScope::V_MemoryScope(const char *) {}
-
-V_MemoryScope::~V_MemoryScope() = default;
 
 void *V_REALLOCATE_implementation(void *old, int oldSize, int newSize) {
     auto *block =

@@ -4,6 +4,7 @@
 
 #include "platform/platform.h"
 #include "vl/core/memory.h"
+#include "vl/core/profile.h"
 #include "vl/core/system.h"
 #include "vl/file.h"
 
@@ -60,6 +61,7 @@ void V_VantorInit::destroy(T *&object) {
 void V_VantorInit::stop() {
     --count;
     destroy(File);
+    V_Profile::deinit();
     if (Sys)
         Sys->cleanupAllocations();
     destroy(Sys);

@@ -32,7 +32,10 @@ char *copyOf(const char *text) {
 
 } // namespace
 
-V_System::V_System(const char *verboseFileName) : m_pVerboseFileName(copyOf(verboseFileName)) {}
+V_System::V_System(const char *verboseFileName) : m_pVerboseFileName(copyOf(verboseFileName)) {
+    determineProcessorCaps();
+    startPerformanceTimer();
+}
 
 V_System::~V_System() {
     verbose("%s", vl::doubleLine);
@@ -72,9 +75,12 @@ void V_System::free(DEINIT *record) {
 
 void V_System::deinits() {
     while (DEINIT *record = m_deinitList.getLast()) {
-        record->function();
-        // The routine may have removed itself, or added others that run first.
-        if (m_deinitList.getLast() == record)
+        const auto function = record->function;
+        function();
+        // The routine may have removed itself, or added others that run first; a record added after a removal
+        // may lie where the removed one lay.
+        const DEINIT *last = m_deinitList.getLast();
+        if (last == record && last->function == function)
             free(record);
     }
 }

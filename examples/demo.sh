@@ -13,7 +13,7 @@ echo "Packing $tree, once per storage method:"
 for method in stored lzss scrambled; do
     mkdir "$work/$method"
     "$vl" archive create "$work/$method/HEADERS.VAS" "$tree" --method "$method" --exclude 'linux/netfilter*/*' \
-        --seed 1 --archiver-id 7
+        --seed 1 --archiver-id 7 2>"$work/$method.log" || { cat "$work/$method.log" >&2; exit 1; }
 done
 echo
 "$build/examples/load_archive" "$tree" "$work/stored" "$work/lzss" "$work/scrambled"

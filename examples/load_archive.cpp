@@ -36,7 +36,7 @@ std::vector<Original> listTree(const std::filesystem::path &tree) {
     std::vector<Original> originals;
     for (const auto &entry : std::filesystem::recursive_directory_iterator(tree))
         if (entry.is_regular_file())
-            originals.push_back({"/" + entry.path().lexically_relative(tree).generic_string(), entry.path()});
+            originals.push_back({'/' + entry.path().lexically_relative(tree).generic_string(), entry.path()});
     return originals;
 }
 

@@ -70,11 +70,15 @@ void V_File::releaseArchives(V_DLList<V_VASArchive> &list) {
 void V_File::releaseArchive(V_DLList<V_VASArchive> &list, V_VASArchive *archive) {
     if (archive == sm_pPriorityArchive)
         sm_pPriorityArchive = nullptr;
-    for (void *block : {static_cast<void *>(archive->archivePath), static_cast<void *>(archive->files),
-                        static_cast<void *>(archive->dirs), static_cast<void *>(archive->fileNames),
-                        static_cast<void *>(archive->dirNames), static_cast<void *>(archive->index)})
-        V_Memory::freeCounted(block);
+    releaseArchiveTables(*archive);
     list.remove(archive);
+}
+
+void V_File::releaseArchiveTables(const V_VASArchive &archive) {
+    for (void *block : {static_cast<void *>(archive.archivePath), static_cast<void *>(archive.files),
+                        static_cast<void *>(archive.dirs), static_cast<void *>(archive.fileNames),
+                        static_cast<void *>(archive.dirNames), static_cast<void *>(archive.index)})
+        V_Memory::freeCounted(block);
 }
 
 V_File::V_VASArchive *V_File::loadArchive(V_DLList<V_VASArchive> &list, Place place, const char *name) {

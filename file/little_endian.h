@@ -19,11 +19,13 @@ inline std::uint64_t loadLe64(const std::uint8_t *bytes) {
     return loadLe32(bytes) | std::uint64_t{loadLe32(bytes + 4)} << 32;
 }
 
+inline std::uint32_t loadBe32(const std::uint8_t *bytes) {
+    return std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 | std::uint32_t{bytes[2]} << 8 |
+           std::uint32_t{bytes[3]};
+}
+
 inline std::uint64_t loadBe64(const std::uint8_t *bytes) {
-    std::uint64_t value = 0;
-    for (int i = 0; i < 8; ++i)
-        value = value << 8 | bytes[i];
-    return value;
+    return std::uint64_t{loadBe32(bytes)} << 32 | loadBe32(bytes + 4);
 }
 
 inline void storeLe32(std::uint8_t *bytes, std::uint32_t value) {

@@ -97,7 +97,8 @@ void LzssStreamDecoder::decodeGroups(Cursor &cursor) const {
             continue;
         }
         for (int item = 0; item < 8; ++item, flags >>= 1) {
-            // All ones for a match, 0 for a literal: half of the items are mispredicted when they are branched on.
+            // All ones for a match, 0 for a literal: half of the items are mispredicted when they are
+            // branched on.
             const std::size_t match = static_cast<std::size_t>(flags & 1) - 1;
             const unsigned pair = loadLe16(in);
             const unsigned position = (pair & 0xFF) | (pair >> 4 & 0xF00);

@@ -3,10 +3,12 @@
 // Every ring position in the window is a node of a binary search tree that orders the 18-byte strings
 // starting there; there is one tree per first byte. The tree is never balanced, and which of several equally
 // long matches is taken depends on its shape, so the order in which nodes are visited, replaced and removed
-// is part of the format's reproducible output. Two things make the walk quick without changing it:
-//  - a node's two links lie side by side, and each node knows the link that points to it, so neither
+// is part of the format's reproducible output. Three things make the walks quick without changing them:
+//  - a node's two links lie side by side, and each node knows the link that leads to it, so neither
 //    descending nor relinking needs to ask "left or right?";
-//  - strings are compared as big-endian integers, so one comparison gives both direction and length.
+//  - each link carries the first bytes of the string it leads to, so that going down one level takes one
+//    load and one comparison, which gives direction and length of the match;
+//  - up to four strings that belong to different trees go down together.
 
 #include "file/lzss.h"
 
@@ -23,160 +25,290 @@ namespace {
 constexpr unsigned kNil = kLzssRingSize;
 constexpr unsigned kMask = kLzssRingSize - 1;
 
-class Encoder {
+// What a link holds: the node it leads to in the low 16 bits and, above, bytes 1 to 6 of that node's string
+// (byte 0 is the same in all of a tree), big-endian, so that most comparisons need nothing but the link.
+using Link = std::uint64_t;
+constexpr Link kNilLink = kNil;
+
+constexpr unsigned node(Link link) { return static_cast<std::uint16_t>(link); }
+
+struct Match {
+    unsigned length;
+    unsigned position;
+};
+
+// The trees over the ring.
+class MatchTree {
   public:
-    std::uint64_t encode(const std::uint8_t *data, std::uint32_t size, std::uint8_t *out);
+    void initTree();
+
+    // Inserts the kCount strings from ring position r on and finds the longest match for each; among equals
+    // the one nearest the root. A string equal in all 18 bytes is replaced: the newer position lives longer.
+    // Several at once, which must belong to different trees, keep each other from waiting.
+    template <unsigned kCount>
+    void insertNodes(unsigned r, Match (&matches)[kCount]);
+
+    void deleteNode(unsigned p);
+
+    std::uint8_t text_buf[kLzssRingSize + kLzssLongestMatch - 1]; // positions 4096 on mirror 0 to 16
 
   private:
-    void initTree();
-    void insertNode(unsigned r);
-    void deleteNode(unsigned p);
+    // A string on its way down.
+    struct Descent {
+        const std::uint8_t *key;
+        Link own;      // the link that will lead to it
+        unsigned slot; // the link reached, by number
+        Link link;     // and by content; nil at the end
+        // Length of the longest match << 32, then how near the root, then its position: the greatest value is
+        // the longest match met first.
+        std::uint64_t longest;
+        std::uint64_t nearness;
+    };
+
+    Descent start(unsigned r);
+    bool step(Descent &descent);
+    Match end(const Descent &descent);
 
     // Links are numbered: node p owns 2p (left child) and 2p + 1 (right child), the roots follow the nodes.
     // Node 4096 is nil; its links and its dad are written now and then and never matter.
     static constexpr unsigned kRoots = 2 * (kLzssRingSize + 1);
     static constexpr unsigned left(unsigned p) { return 2 * p; }
     static constexpr unsigned right(unsigned p) { return 2 * p + 1; }
-    void link(unsigned slot, unsigned p) {
-        sons[slot] = static_cast<std::uint16_t>(p);
-        dad[p] = static_cast<std::uint16_t>(slot);
+    void setLink(unsigned slot, Link link) {
+        sons[slot] = link;
+        dad[node(link)] = static_cast<std::uint16_t>(slot);
     }
 
     static constexpr std::uint16_t kNoLink = 0xFFFF;
 
-    std::uint8_t text_buf[kLzssRingSize + kLzssLongestMatch - 1]; // positions 4096 on mirror 0 to 16
-    std::uint16_t sons[kRoots + 256];                             // what each link points to
-    std::uint16_t dad[kLzssRingSize + 1]; // the link that points to each node, kNoLink outside the trees
-    unsigned match_length;
-    unsigned match_position;
+    Link sons[kRoots + 256];
+    std::uint16_t dad[kLzssRingSize + 1]; // number of the link that leads to each node; kNoLink outside
 };
 
-void Encoder::initTree() {
-    std::fill(sons + kRoots, sons + kRoots + 256, std::uint16_t{kNil});
+void MatchTree::initTree() {
+    std::fill(sons + left(kNil), sons + kRoots + 256, kNilLink);
     std::fill(dad, dad + kLzssRingSize, kNoLink);
 }
 
-// Inserts the string at ring position r and finds the longest match for it; among equals the one nearest
-// the root. A string equal in all 18 bytes is replaced: the newer position lives longer.
-void Encoder::insertNode(unsigned r) {
+inline MatchTree::Descent MatchTree::start(unsigned r) {
     const std::uint8_t *const key = text_buf + r;
-    const std::uint64_t keyHead = loadBe64(key + 1);
-    unsigned longest = 0;
-    unsigned slot = kRoots + key[0];
-    sons[left(r)] = sons[right(r)] = kNil;
-    for (;;) {
-        const unsigned p = sons[slot];
-        if (p == kNil)
-            break;
-        const std::uint8_t *const text = text_buf + p;
-        const std::uint64_t textHead = loadBe64(text + 1);
-        unsigned length;
-        unsigned goRight;
-        if (keyHead != textHead) {
-            length = 1 + static_cast<unsigned>(std::countl_zero(keyHead ^ textHead)) / 8;
-            goRight = keyHead > textHead;
-        } else {
-            const std::uint64_t keyTail = loadBe64(key + 9);
-            const std::uint64_t textTail = loadBe64(text + 9);
-            length = 9 + static_cast<unsigned>(std::countl_zero(keyTail ^ textTail)) / 8;
-            goRight = keyTail > textTail;
-            if (length == kLzssLongestMatch - 1) {
-                if (key[17] == text[17]) {
-                    match_length = kLzssLongestMatch;
-                    match_position = p;
-                    link(left(r), sons[left(p)]);
-                    link(right(r), sons[right(p)]);
-                    link(slot, r);
-                    dad[p] = kNoLink;
-                    return;
-                }
-                goRight = key[17] > text[17];
-            }
-        }
-        if (length > longest) {
-            longest = length;
-            match_position = p;
-        }
-        slot = 2 * p + goRight;
-    }
-    match_length = longest;
-    link(slot, r);
+    const unsigned slot = kRoots + key[0];
+    sons[left(r)] = sons[right(r)] = kNilLink;
+    return {key, (loadBe64(key + 1) & ~Link{0xFFFF}) | r, slot, sons[slot],
+            0,   std::uint64_t{kLzssRingSize} << 16};
 }
 
-void Encoder::deleteNode(unsigned p) {
+// Compares with one node and goes on to its child; at the end of the branch, where the link is nil, nothing
+// changes any more. True while there is something to compare with.
+inline bool MatchTree::step(Descent &descent) {
+    const unsigned p = node(descent.link);
+    const bool going = p != kNil;
+    unsigned length = 1 + static_cast<unsigned>(std::countl_zero(descent.own ^ descent.link)) / 8;
+    unsigned goRight = descent.own > descent.link;
+    if (length > 6) [[unlikely]] {
+        if (!going)
+            return false;
+        const std::uint8_t *const text = text_buf + p;
+        std::uint64_t keyTail = loadBe64(descent.key + 7);
+        std::uint64_t textTail = loadBe64(text + 7);
+        length = 7;
+        if (keyTail == textTail) {
+            keyTail = loadBe64(descent.key + 10);
+            textTail = loadBe64(text + 10);
+            length = 10;
+        }
+        length += static_cast<unsigned>(std::countl_zero(keyTail ^ textTail)) / 8;
+        goRight = keyTail > textTail;
+        if (length == kLzssLongestMatch) {
+            const unsigned r = node(descent.own);
+            setLink(left(r), sons[left(p)]);
+            setLink(right(r), sons[right(p)]);
+            dad[p] = kNoLink;
+            descent.longest = (std::uint64_t{length} << 32) + p;
+            descent.link = kNilLink;
+            return false;
+        }
+    }
+    const std::uint64_t mask = std::uint64_t{0} - going;
+    descent.longest =
+        std::max(descent.longest, ((std::uint64_t{length} << 32) + descent.nearness + p) & mask);
+    descent.nearness -= 1 << 16;
+    const unsigned child = 2 * p + goRight;
+    descent.link = sons[child];
+    descent.slot ^= (descent.slot ^ child) & static_cast<unsigned>(mask);
+    return going;
+}
+
+inline Match MatchTree::end(const Descent &descent) {
+    setLink(descent.slot, descent.own);
+    return {static_cast<unsigned>(descent.longest >> 32), static_cast<unsigned>(descent.longest & kMask)};
+}
+
+template <unsigned kCount>
+void MatchTree::insertNodes(unsigned r, Match (&matches)[kCount]) {
+    Descent descents[kCount];
+    for (unsigned i = 0; i < kCount; ++i)
+        descents[i] = start((r + i) & kMask);
+    bool going;
+    do {
+        going = false;
+#pragma GCC unroll 4
+        for (Descent &descent : descents)
+            going |= step(descent);
+    } while (going);
+    for (unsigned i = 0; i < kCount; ++i)
+        matches[i] = end(descents[i]);
+}
+
+void MatchTree::deleteNode(unsigned p) {
     const unsigned slot = dad[p];
     if (slot == kNoLink)
         return;
-    const unsigned smaller = sons[left(p)];
-    const unsigned greater = sons[right(p)];
-    unsigned q = smaller;
-    if (smaller == kNil) {
-        q = greater;
-    } else if (greater != kNil) {
-        if (sons[right(q)] != kNil) {
+    const Link smaller = sons[left(p)];
+    const Link greater = sons[right(p)];
+    Link q = node(smaller) == kNil ? greater : smaller;
+    if (node(smaller) != kNil && node(greater) != kNil) {
+        if (node(sons[right(node(q))]) != kNil) {
             do
-                q = sons[right(q)];
-            while (sons[right(q)] != kNil);
-            link(dad[q], sons[left(q)]);
-            link(left(q), smaller);
+                q = sons[right(node(q))];
+            while (node(sons[right(node(q))]) != kNil);
+            setLink(dad[node(q)], sons[left(node(q))]);
+            setLink(left(node(q)), smaller);
         }
-        link(right(q), greater);
+        setLink(right(node(q)), greater);
     }
-    link(slot, q);
+    setLink(slot, q);
     dad[p] = kNoLink;
 }
 
+// Turns one match per position into items.
+class ItemWriter {
+  public:
+    explicit ItemWriter(std::uint8_t *out) : m_pOut(out) {}
+
+    // The next position: its byte, the match found for it, and how many bytes there are from it on. Positions
+    // that an earlier match covers are passed over.
+    void position(std::uint8_t byte, const Match &match, unsigned ahead) {
+        if (m_uCovered > 0) {
+            --m_uCovered;
+            return;
+        }
+        if (m_uMask == 0x100) {
+            m_pFlags = m_pOut++;
+            *m_pFlags = 0;
+            m_uMask = 1;
+        }
+        const unsigned length = std::min(match.length, ahead);
+        if (length <= kLzssThreshold) {
+            *m_pFlags = static_cast<std::uint8_t>(*m_pFlags | m_uMask);
+            *m_pOut++ = byte;
+        } else {
+            *m_pOut++ = static_cast<std::uint8_t>(match.position);
+            *m_pOut++ =
+                static_cast<std::uint8_t>((match.position >> 4 & 0xF0) | (length - kLzssThreshold - 1));
+            m_uCovered = length - 1;
+        }
+        m_uMask <<= 1;
+    }
+
+    const std::uint8_t *end() const { return m_pOut; }
+
+  private:
+    std::uint8_t *m_pOut;
+    std::uint8_t *m_pFlags = nullptr;
+    unsigned m_uMask = 0x100;
+    unsigned m_uCovered = 0;
+};
+
+class Encoder {
+  public:
+    std::uint64_t encode(const std::uint8_t *data, std::uint32_t size, std::uint8_t *out);
+
+  private:
+    static unsigned after(unsigned position, unsigned count) { return (position + count) & kMask; }
+
+    void deleteOldest() {
+        tree.deleteNode(s);
+        s = after(s, 1);
+    }
+    bool independent(unsigned count) const;
+    template <unsigned kCount>
+    void advance(const std::uint8_t *data, ItemWriter &writer);
+
+    MatchTree tree;
+    unsigned s; // the oldest position: leaves the window, takes the byte that enters the look-ahead
+    unsigned r; // the position last inserted; r + 18 is s
+};
+
+// Whether the next `count` positions can be inserted at once. The trees grow and shrink in the same order
+// whatever items are written, and trees of different first bytes have nothing to do with each other: so they
+// can if every string goes into a tree of its own, and into none that a deletion due after it would change.
+bool Encoder::independent(unsigned count) const {
+    const std::uint8_t *const text = tree.text_buf;
+    bool result = true;
+    for (unsigned later = 1; later < count; ++later)
+        for (unsigned i = 0; i < later; ++i) {
+            const std::uint8_t inserted = text[after(r, 1 + i)];
+            result &= inserted != text[after(r, 1 + later)] && inserted != text[after(s, later)];
+        }
+    return result;
+}
+
+// Takes kCount bytes into the look-ahead and moves on to the positions that become codable.
+template <unsigned kCount>
+void Encoder::advance(const std::uint8_t *data, ItemWriter &writer) {
+    for (unsigned i = 0; i < kCount; ++i) {
+        tree.text_buf[s] = data[i];
+        if (s < kLzssLongestMatch - 1)
+            tree.text_buf[s + kLzssRingSize] = data[i];
+        deleteOldest();
+    }
+    Match matches[kCount];
+    tree.insertNodes(after(r, 1), matches);
+    for (const Match &match : matches) {
+        r = after(r, 1);
+        writer.position(tree.text_buf[r], match, kLzssLongestMatch);
+    }
+}
+
 std::uint64_t Encoder::encode(const std::uint8_t *data, std::uint32_t size, std::uint8_t *out) {
-    initTree();
-    std::fill(std::begin(text_buf), std::end(text_buf), kLzssInitialFill);
-    const std::uint8_t *const end = data + size;
-    unsigned s = 0;                  // the oldest position: leaves the window, takes the next byte
-    unsigned r = kLzssFirstPosition; // the position being coded
     unsigned ahead = std::min(size, kLzssLongestMatch);
     if (ahead == 0)
         return 0;
-    std::memcpy(text_buf + r, data, ahead);
+    const std::uint8_t *const end = data + size;
+    s = 0;
+    r = kLzssFirstPosition;
+    tree.initTree();
+    std::fill(std::begin(tree.text_buf), std::end(tree.text_buf), kLzssInitialFill);
+    std::memcpy(tree.text_buf + r, data, ahead);
     data += ahead;
+    Match match[1];
     for (unsigned i = 1; i <= kLzssLongestMatch; ++i)
-        insertNode(r - i);
-    insertNode(r);
+        tree.insertNodes(r - i, match);
+    tree.insertNodes(r, match);
+    ItemWriter writer(out);
+    writer.position(tree.text_buf[r], match[0], ahead);
 
-    std::uint8_t *const begin = out;
-    std::uint8_t *flags = nullptr;
-    unsigned mask = 0x100;
-    while (ahead > 0) {
-        if (mask == 0x100) {
-            flags = out++;
-            *flags = 0;
-            mask = 1;
-        }
-        unsigned length = std::min(match_length, ahead);
-        if (length <= kLzssThreshold) {
-            length = 1;
-            *flags = static_cast<std::uint8_t>(*flags | mask);
-            *out++ = text_buf[r];
+    while (data != end) {
+        const std::ptrdiff_t left = end - data;
+        if (left >= 4 && independent(4)) {
+            advance<4>(data, writer);
+            data += 4;
+        } else if (left >= 2 && independent(2)) {
+            advance<2>(data, writer);
+            data += 2;
         } else {
-            *out++ = static_cast<std::uint8_t>(match_position);
-            *out++ = static_cast<std::uint8_t>((match_position >> 4 & 0xF0) | (length - kLzssThreshold - 1));
-        }
-        mask <<= 1;
-        for (unsigned i = 0; i < length; ++i) {
-            deleteNode(s);
-            if (data != end) {
-                text_buf[s] = *data;
-                if (s < kLzssLongestMatch - 1)
-                    text_buf[s + kLzssRingSize] = *data;
-                ++data;
-            } else {
-                --ahead;
-            }
-            s = (s + 1) & kMask;
-            r = (r + 1) & kMask;
-            if (ahead > 0)
-                insertNode(r);
+            advance<1>(data, writer);
+            data += 1;
         }
     }
-    return static_cast<std::uint64_t>(out - begin);
+    while (--ahead > 0) {
+        deleteOldest();
+        r = after(r, 1);
+        tree.insertNodes(r, match);
+        writer.position(tree.text_buf[r], match[0], ahead);
+    }
+    return static_cast<std::uint64_t>(writer.end() - out);
 }
 
 Encoder sm_encoder;

@@ -8,6 +8,7 @@
 
 #include "file/scramble.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace vl {
@@ -42,45 +43,79 @@ struct Cycle {
 // Mask and rotation by index modulo 640, continued like the cycle.
 struct Pattern {
     std::uint8_t mask[kPeriod + kBlock];
-    std::uint8_t rotation[kPeriod + kBlock];
-    std::uint16_t factor[kPeriod + kBlock]; // 1 << rotation: in 16 bits, multiplying by it rotates left
+    std::uint16_t left[kPeriod + kBlock];  // 1 << rotation
+    std::uint16_t right[kPeriod + kBlock]; // 1 << (8 - rotation)
 
-    constexpr Pattern() : mask(), rotation(), factor() {
+    constexpr Pattern() : mask(), left(), right() {
         for (unsigned i = 0; i < kPeriod + kBlock; ++i) {
+            const unsigned rotation = i % kPeriod % 5;
             mask[i] = static_cast<std::uint8_t>((i + 3) * 6);
-            rotation[i] = static_cast<std::uint8_t>(i % kPeriod % 5);
-            factor[i] = static_cast<std::uint16_t>(1u << rotation[i]);
+            left[i] = static_cast<std::uint16_t>(1u << rotation);
+            right[i] = static_cast<std::uint16_t>(1u << (8 - rotation));
         }
     }
 };
 
 constexpr Cycle kCycle;
 constexpr Pattern kPattern;
+static_assert(kCycle.state[kCycleLength] == kCycle.state[0], "the cycle closes");
 
 constexpr std::uint8_t byte(unsigned value) { return static_cast<std::uint8_t>(value); }
+constexpr std::uint16_t word(unsigned value) { return static_cast<std::uint16_t>(value); }
 
+// A byte rotated by n is the high or the low byte of it times 1 << n; multiplication, unlike shifting by a
+// different count per byte, exists in wide registers everywhere.
 struct Scramble {
-    static std::uint8_t apply(unsigned plain, unsigned key, unsigned i) {
-        const unsigned mixed = byte(plain - key) ^ kPattern.mask[i];
-        return byte((mixed << 8 | mixed) >> kPattern.rotation[i]);
+    static constexpr const std::uint16_t *kFactors = kPattern.right;
+    static std::uint8_t apply(unsigned plain, unsigned key, unsigned mask, unsigned factor) {
+        const std::uint16_t turned = word((byte(plain - key) ^ mask) * factor);
+        return byte(turned | turned >> 8);
     }
 };
 
 struct Unscramble {
-    static std::uint8_t apply(unsigned stored, unsigned key, unsigned i) {
-        const unsigned turned = (stored << 8 | stored) >> (8 - kPattern.rotation[i]);
-        return byte((byte(turned) ^ kPattern.mask[i]) + key);
+    static constexpr const std::uint16_t *kFactors = kPattern.left;
+    static std::uint8_t apply(unsigned stored, unsigned key, unsigned mask, unsigned factor) {
+        const std::uint16_t turned = word(stored * factor);
+        return byte((byte(turned | turned >> 8) ^ mask) + key);
     }
 };
+
+// A block whose keys lie in a row in the cycle. By way of local arrays, so that the compiler knows that
+// source and target are apart.
+template <typename Transform>
+void transformBlock(const std::uint8_t *source, std::uint8_t *target, unsigned phase, unsigned index) {
+    const std::int16_t *const keys = kCycle.state + index;
+    const std::uint8_t *const masks = kPattern.mask + phase;
+    const std::uint16_t *const factors = Transform::kFactors + phase;
+    std::uint8_t in[kBlock];
+    std::uint8_t out[kBlock];
+    std::memcpy(in, source, kBlock);
+    for (int i = 0; i < static_cast<int>(kBlock); ++i)
+        out[i] = Transform::apply(in[i], static_cast<std::uint16_t>(keys[i]), masks[i], factors[i]);
+    std::memcpy(target, out, kBlock);
+}
 
 } // namespace
 
 template <typename Transform>
 void Scrambler::run(const std::uint8_t *source, std::uint8_t *target, std::size_t size) {
-    for (; size > 0; --size) {
-        m_iState = scrambleStep(m_iState);
-        *target++ = Transform::apply(*source++, static_cast<unsigned>(m_iState), m_uPhase);
-        m_uPhase = m_uPhase + 1 == kPeriod ? 0 : m_uPhase + 1;
+    while (size > 0) {
+        unsigned index = size < kBlock ? 0 : kCycle.indexOf[Cycle::residue(m_iState)];
+        if (size >= kBlock && kCycle.state[index] == m_iState) {
+            for (; size >= kBlock; size -= kBlock, source += kBlock, target += kBlock) {
+                transformBlock<Transform>(source, target, m_uPhase, index + 1);
+                m_uPhase = (m_uPhase + kBlock) % kPeriod;
+                index = (index + kBlock) % kCycleLength;
+            }
+            m_iState = kCycle.state[index];
+        }
+        for (std::size_t i = std::min<std::size_t>(size, kBlock); i > 0; --i, --size) {
+            m_iState = scrambleStep(m_iState);
+            *target++ = Transform::apply(*source++, static_cast<unsigned>(m_iState), kPattern.mask[m_uPhase],
+                                         Transform::kFactors[m_uPhase]);
+            m_uPhase = m_uPhase + 1 == kPeriod ? 0 : m_uPhase + 1;
+        }
     }
 }
 

@@ -9,8 +9,8 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     const auto size32 = static_cast<std::uint32_t>(size);
-    std::vector<std::uint8_t> code(vl::lzssBound(size32) - vl::kLzssHeaderSize);
-    code.resize(vl::lzssEncode(data, size32, code.data()));
+    std::vector<std::uint8_t> code(static_cast<std::size_t>(vl::lzssBound(size32)) - vl::kLzssHeaderSize);
+    code.resize(static_cast<std::size_t>(vl::lzssEncode(data, size32, code.data())));
     code.shrink_to_fit();
     if (code != plain::encode(data, size))
         std::abort();

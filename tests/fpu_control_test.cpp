@@ -97,11 +97,6 @@ TEST(FpuControl, PrecisionNarrowsTheX87UnitUntilTheScopeEnds) {
         scoped.setPrecision(M_FPUControl::PRECISION_53);
         EXPECT_EQ(significandBits(), 53);
     }
-    {
-        const M_FPUControl scoped(M_FPUControl::PRECISION_64);
-        EXPECT_EQ(significandBits(), 64);
-        EXPECT_EQ(scoped.getRounding(), M_FPUControl::ROUND_NEAREST);
-    }
     EXPECT_EQ(outer.getPrecision(), before);
     EXPECT_EQ(significandBits(), bitsBefore);
 }

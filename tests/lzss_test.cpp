@@ -19,8 +19,8 @@ Bytes bytesOf(const std::string &text) { return Bytes(text.begin(), text.end());
 
 Bytes encoded(const Bytes &data) {
     const auto size = static_cast<std::uint32_t>(data.size());
-    Bytes out(vl::lzssBound(size) - vl::kLzssHeaderSize);
-    out.resize(vl::lzssEncode(data.data(), size, out.data()));
+    Bytes out(static_cast<std::size_t>(vl::lzssBound(size)) - vl::kLzssHeaderSize);
+    out.resize(static_cast<std::size_t>(vl::lzssEncode(data.data(), size, out.data())));
     return out;
 }
 

@@ -17,7 +17,7 @@ TEST_F(PlainFiles, AreLoadedWholeOrInPart) {
     EXPECT_EQ(File->where("data"), V_File::LOC_DISK);
     EXPECT_EQ(File->getMethod("data/file.bin"), V_File::METHOD_STORED);
 
-    char buffer[16] = "................";
+    char buffer[17] = "................";
     File->load(buffer, "data/file.bin", 4);
     EXPECT_EQ(std::string(buffer, 6), "zero..");
     EXPECT_EQ(messageOf<V_FileException_UnableToReadData>([&] { File->load(buffer, "data/file.bin", 14); }),

@@ -22,9 +22,12 @@
 #include "vl/file/exception.h"
 #include "vl/file/stream.h"
 
-namespace vl::platform {
+namespace vl {
+class ArchiveAccess;
+namespace platform {
 class Enumeration;
 }
+} // namespace vl
 
 class VL_API V_File {
   public:
@@ -167,6 +170,10 @@ class VL_API V_File {
     /// archived data is damaged), the last two with the resolved path. After an exception the buffer may be
     /// partly written.
     void load(void *buffer, const char *name, unsigned int size);
+    /// The same: a char buffer must not be taken for the label of the allocating load.
+    void load(char *buffer, const char *name, unsigned int size) {
+        load(static_cast<void *>(buffer), name, size);
+    }
 
     /// Reads a file into a new block of `size` bytes (of the file's size for WHOLE_FILE), to be released with
     /// free. An archived file that is larger is cut to `size`; one that is smaller leaves the rest 0; a
@@ -283,6 +290,7 @@ class VL_API V_File {
     friend class V_FileDirectoryChange;
     friend class V_FileStream;
     friend class V_UnbufferedFileStream;
+    friend class vl::ArchiveAccess;
 
     V_File();
     ~V_File();
@@ -308,7 +316,8 @@ class VL_API V_File {
     bool loadArchivesOf(const char *directory);
     void unloadArchives();
     V_VASArchive *loadArchive(V_DLList<V_VASArchive> &list, Place place, const char *name);
-    void loadArchiveHeader(V_VASArchive *archive, const char *name);
+    static void loadArchiveHeader(V_VASArchive *archive, const char *name);
+    static void releaseArchiveTables(const V_VASArchive &archive);
     static void searchFile(V_VASFind *result, const char *path);
     static void searchDir(V_VASFind *result, const char *path);
     static void readEntry(const V_VASFind &entry, const char *resolvedPath, void *buffer,

@@ -4,5 +4,6 @@
 
 #include "vl/core.h"
 #include "vl/file.h"
+#include "vl/script.h"
 #include "vl/math.h"
 #include "vl/memoryfile.h"

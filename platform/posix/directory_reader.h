@@ -20,6 +20,8 @@ class DirectoryReader {
     bool valid() const { return m_p != nullptr; }
     int descriptor() const { return dirfd(m_p); }
 
+    void rewind() { rewinddir(m_p); }
+
     /// The next name, "." and ".." left out; null at the end and on an error. Valid until the next call.
     const char *next() {
         while (const dirent *entry = readdir(m_p))

@@ -4,6 +4,7 @@
 
 #include "platform/posix/paths.h"
 
+#include "platform/posix/directory_cache.h"
 #include "platform/posix/names.h"
 #include "platform/posix/spelling.h"
 
@@ -21,16 +22,64 @@ bool isSeparator(char c) { return c == '\\' || c == '/'; }
 
 bool isLetter(char c) { return upperCase(c) >= 'A' && upperCase(c) <= 'Z'; }
 
-/// Drops the last element. False when there is none that can be dropped.
-bool dropElement(SystemPath &path, unsigned int root) {
-    if (path.length == root)
-        return false;
-    unsigned int start = path.length;
-    while (start > root && path.text[start - 1] != '/')
-        --start;
-    if (path.length - start == 2 && path.text[start] == '.' && path.text[start + 1] == '.')
-        return false;
-    path.length = start > root ? start - 1 : root;
+void dropElement(SystemPath &path) {
+    if (path.length <= path.root)
+        return;
+    do
+        --path.length;
+    while (path.length > path.root && path.text[path.length - 1] != '/');
+    // The slash in front goes with it, unless it is the root directory's.
+    if (path.length > 1)
+        --path.length;
+}
+
+/// Copies a path with slashes. Returns whether no element is empty or begins with a dot: almost every path is
+/// so, and then it stands as it is. Written for the compiler to take many characters at a time.
+bool copyPlain(char *out, std::string_view path) {
+    for (std::size_t i = 0; i < path.size(); ++i)
+        out[i] = path[i] == '\\' ? '/' : path[i];
+    unsigned char special = path[0] == '.';
+    for (std::size_t i = 1; i < path.size(); ++i)
+        special |= static_cast<unsigned char>((out[i - 1] == '/') & ((out[i] == '/') | (out[i] == '.')));
+    return special == 0;
+}
+
+/// Sets the text of a path from its elements as given, "." and ".." resolved. False when it does not fit.
+bool joinElements(SystemPath &out, std::string_view path, unsigned int limit) {
+    const char *p = path.data();
+    const char *const end = p + path.size();
+    out.text[0] = '/';
+    out.length = out.root;
+    while (true) {
+        while (p != end && isSeparator(*p))
+            ++p;
+        if (p == end)
+            break;
+        const char *const element = p;
+        while (p != end && !isSeparator(*p))
+            ++p;
+        const std::string_view name(element, static_cast<std::size_t>(p - element));
+        if (name == ".")
+            continue;
+        if (name == ".." && (out.absolute || out.length > out.root)) {
+            dropElement(out);
+            continue;
+        }
+        const unsigned int separator = out.length > 0 && out.text[out.length - 1] != '/' ? 1 : 0;
+        if (name.size() + separator > limit - out.length)
+            return false;
+        if (separator != 0)
+            out.text[out.length++] = '/';
+        std::memcpy(out.text + out.length, name.data(), name.size());
+        out.length += static_cast<unsigned int>(name.size());
+        if (name == "..")
+            out.root = out.length + 1;
+    }
+    if (out.length == 0) {
+        out.text[0] = '.';
+        out.length = out.root = 1;
+    }
+    out.text[out.length] = '\0';
     return true;
 }
 
@@ -51,36 +100,15 @@ bool toSystemPath(SystemPath &out, std::string_view path) {
 
     out.absolute = p != end && isSeparator(*p);
     out.endsInSeparator = isSeparator(end[-1]);
-    // The root of an absolute path is its leading slash, which no ".." drops.
-    const unsigned int root = out.absolute ? 1 : 0;
+    out.root = out.absolute ? 1 : 0;
     const unsigned int limit = out.absolute ? maxPath - driveLength : maxPath;
-    out.text[0] = '/';
-    out.length = root;
-    while (true) {
-        while (p != end && isSeparator(*p))
-            ++p;
-        if (p == end)
-            break;
-        const char *const element = p;
-        while (p != end && !isSeparator(*p))
-            ++p;
-        const std::size_t length = static_cast<std::size_t>(p - element);
-        if (length == 1 && element[0] == '.')
-            continue;
-        if (length == 2 && element[0] == '.' && element[1] == '.' && (dropElement(out, root) || out.absolute))
-            continue;
-        const unsigned int separator = out.length > root ? 1 : 0;
-        if (length + separator > limit - out.length)
-            return false;
-        if (separator != 0)
-            out.text[out.length++] = '/';
-        std::memcpy(out.text + out.length, element, length);
-        out.length += static_cast<unsigned int>(length);
+    const std::string_view text(p, static_cast<std::size_t>(end - p));
+    if (text.size() > out.root && text.size() <= limit && !out.endsInSeparator && copyPlain(out.text, text)) {
+        out.length = static_cast<unsigned int>(text.size());
+        out.text[out.length] = '\0';
+        return true;
     }
-    if (out.length == 0)
-        out.text[out.length++] = '.';
-    out.text[out.length] = '\0';
-    return true;
+    return joinElements(out, text, limit);
 }
 
 bool toEnginePath(PathBuffer &out, std::string_view path) {
@@ -103,8 +131,11 @@ bool currentDirectory(PathBuffer &out) {
 
 bool setCurrentDirectory(const char *path) {
     SystemPath system;
-    return toSystemPath(system, path) &&
-           withSpelling(system, [](const char *text) { return chdir(text) == 0; }) == Spelling::Found;
+    if (!toSystemPath(system, path) ||
+        withSpelling(system, [](const char *text) { return chdir(text) == 0; }) != Spelling::Found)
+        return false;
+    DirectoryCache::instance().holdCurrentDirectory();
+    return true;
 }
 
 bool fullPath(PathBuffer &out, const char *path) {

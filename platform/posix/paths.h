@@ -12,6 +12,9 @@ namespace vl::platform {
 struct SystemPath {
     PathBuffer text;
     unsigned int length;
+    /// Where the elements start, behind the leading slash or the leading "../"; there are none when it is not
+    /// less than the length.
+    unsigned int root;
     bool absolute;
     /// The path as given ended in a separator, so it can only name a directory.
     bool endsInSeparator;

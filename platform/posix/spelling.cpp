@@ -1,73 +1,139 @@
 // Case-blind resolution of paths.
+//
+// What this is laid out for, with the listings cached: a name that is there as spelled costs the system call
+// that wants it; one that is missing, with however many of its directories, costs one stat of the deepest
+// directory that exists; one in another spelling costs both.
 
 #include "platform/posix/system.h"
 
 #include "platform/posix/spelling.h"
 
-#include "platform/posix/directory_reader.h"
-#include "platform/posix/names.h"
+#include "platform/posix/directory_cache.h"
 
-#include <sys/stat.h>
+#include <algorithm>
 
 namespace vl::platform {
 
 namespace {
 
-bool isDirectory(const char *path) {
-    struct stat info;
-    return stat(path, &info) == 0 && S_ISDIR(info.st_mode);
-}
+/// One element of a path together with the directory that it is looked for in.
+class Element {
+  public:
+    /// The last element of a path that has one.
+    explicit Element(SystemPath &path) : m_path(path) { toLast(); }
 
-/// Rewrites `name` to the spelling in which the directory holds it. False when it does not.
-bool matchName(const char *directory, char *name, std::size_t length) {
-    DirectoryReader reader(directory);
-    const std::string_view asked(name, length);
-    char best[maxPath];
-    bool found = false;
-    if (!reader.valid())
-        return false;
-    while (const char *candidate = reader.next()) {
-        const std::string_view text(candidate);
-        if (text == asked)
-            return true;
-        if (equalNames(text, asked) && (!found || text < std::string_view(best, length))) {
-            std::memcpy(best, text.data(), length);
-            found = true;
+    unsigned int start() const { return m_uStart; }
+
+    bool isFirst() const { return m_uStart == m_path.root; }
+    bool isLast() const { return m_uEnd == m_path.length; }
+
+    void toLast() { endAt(m_path.length); }
+    void moveUp() { endAt(m_uStart - 1); }
+    void moveDown() { startAt(m_uEnd + 1); }
+    void startAt(unsigned int start) {
+        m_uStart = m_uEnd = start;
+        while (!isLast() && m_path.text[m_uEnd] != '/')
+            ++m_uEnd;
+    }
+
+    std::string_view name() const { return {m_path.text + m_uStart, m_uEnd - m_uStart}; }
+
+    /// Not zero-terminated.
+    std::string_view directory() const {
+        switch (m_uStart) {
+        case 0:
+            return ".";
+        case 1:
+            return "/";
+        default:
+            return {m_path.text, m_uStart - 1};
         }
     }
-    if (found)
-        std::memcpy(name, best, length);
-    return found;
+
+    /// Asks the directory, and rewrites the element when it is there in another spelling.
+    NameMatch find() {
+        char *const slash = m_uStart > 1 ? m_path.text + m_uStart - 1 : nullptr;
+        if (slash)
+            *slash = '\0';
+        const NameMatch match =
+            DirectoryCache::instance().find(directory(), m_path.text + m_uStart, m_uEnd - m_uStart);
+        if (slash)
+            *slash = '/';
+        return match;
+    }
+
+  private:
+    void endAt(unsigned int end) {
+        m_uEnd = end;
+        m_uStart = end;
+        while (!isFirst() && m_path.text[m_uStart - 1] != '/')
+            --m_uStart;
+    }
+
+    SystemPath &m_path;
+    unsigned int m_uStart, m_uEnd;
+};
+
+bool hasElements(const SystemPath &path) { return path.length > path.root; }
+
+bool isAscii(std::string_view name) {
+    return std::all_of(name.begin(), name.end(), [](char c) { return static_cast<signed char>(c) >= 0; });
+}
+
+bool isThere(NameMatch match) { return match == NameMatch::Exact || match == NameMatch::OtherCase; }
+
+/// Whether a cached listing lets the element be looked for elsewhere than under its exact name.
+bool isDoubtful(NameMatch match, const Element &element) {
+    // A file system that ignores case itself may take letters beyond A-Z for equal.
+    return (match == NameMatch::Missing || match == NameMatch::OtherCase) && isAscii(element.name());
 }
 
 } // namespace
 
-bool expectsNoExactName(const SystemPath &) { return false; }
-
-Spelling findSpelling(SystemPath &path) {
-    unsigned int start = path.absolute ? 1 : 0;
-    PathBuffer directory;
-    while (start < path.length) {
-        unsigned int end = start;
-        while (end < path.length && path.text[end] != '/')
-            ++end;
-        const unsigned int parent = start > 1 ? start - 1 : start;
-        std::memcpy(directory, path.text, parent);
-        directory[parent] = '\0';
-        const char *const where = parent == 0 ? "." : directory;
-        if (!isDirectory(where))
-            return Spelling::Unreachable;
-        const std::string_view element(path.text + start, end - start);
-        struct stat info;
-        const char saved = path.text[end];
-        path.text[end] = '\0';
-        const bool exact = element == "." || element == ".." || lstat(path.text, &info) == 0;
-        path.text[end] = saved;
-        if (!exact && !matchName(where, path.text + start, element.size()))
-            return end == path.length ? Spelling::Missing : Spelling::Unreachable;
-        start = end + 1;
+unsigned int doubtfulElement(SystemPath &path) {
+    if (!hasElements(path))
+        return path.length;
+    DirectoryCache &cache = DirectoryCache::instance();
+    Element element(path);
+    // Most names that are missing are missing below the current directory, together with their directories.
+    const std::string_view text(path.text, path.length), current = cache.heldDirectory();
+    if (!current.empty() && text.size() > current.size() + 1 && text.starts_with(current) &&
+        text[current.size()] == '/') {
+        element.startAt(static_cast<unsigned int>(current.size() + 1));
+        if (isDoubtful(cache.guess(current, element.name()), element))
+            return element.start();
+        element.toLast();
     }
-    return Spelling::Found;
+    while (true) {
+        const NameMatch match = cache.guess(element.directory(), element.name());
+        if (match != NameMatch::NoDirectory)
+            return isDoubtful(match, element) ? element.start() : path.length;
+        if (element.isFirst())
+            return path.length;
+        element.moveUp();
+    }
+}
+
+Spelling findSpelling(SystemPath &path, unsigned int doubtful) {
+    if (!hasElements(path))
+        return Spelling::Found;
+    // Below a listing that does not hold the name exactly there is nothing to ask for; otherwise the deepest
+    // directory is asked first.
+    Element element(path);
+    if (doubtful != path.length)
+        element.startAt(doubtful);
+    NameMatch match = element.find();
+    while (match == NameMatch::NoDirectory && !element.isFirst()) {
+        element.moveUp();
+        match = element.find();
+    }
+    while (isThere(match) && !element.isLast()) {
+        element.moveDown();
+        match = element.find();
+    }
+    if (isThere(match))
+        return Spelling::Found;
+    return match == NameMatch::Missing && element.isLast() ? Spelling::Missing : Spelling::Unreachable;
 }
 
 } // namespace vl::platform

@@ -17,25 +17,29 @@ enum class Spelling {
     Unreachable ///< There is no such directory, or the operation failed for another reason than a name.
 };
 
-/// Rewrites `path` to the spelling under which it is found; when only the last element is missing, to that of
-/// its directory.
-Spelling findSpelling(SystemPath &path);
+/// Where in `path` the element starts that its directory, so far as is known without asking the system, does
+/// not hold as spelled; the length of the path when there is no such element. A guess, which findSpelling
+/// confirms or corrects.
+unsigned int doubtfulElement(SystemPath &path);
 
-/// Whether, from what is known without asking the system, the path exists in another spelling only or not at
-/// all. A guess that findSpelling confirms or corrects.
-bool expectsNoExactName(const SystemPath &path);
+/// Rewrites `path` to the spelling under which it is found; when only the last element is missing, to that of
+/// its directory. `doubtful` is what doubtfulElement told.
+Spelling findSpelling(SystemPath &path, unsigned int doubtful);
+
+inline Spelling findSpelling(SystemPath &path) { return findSpelling(path, doubtfulElement(path)); }
 
 /// Runs `operation(const char *)`, which returns whether it succeeded and sets errno when not, on the exact
 /// spelling of `path` and, when there is no such name, on the spelling that is found.
 template <class Operation>
 Spelling withSpelling(SystemPath &path, Operation operation) {
-    if (!expectsNoExactName(path)) {
+    const unsigned int doubtful = doubtfulElement(path);
+    if (doubtful == path.length) {
         if (operation(path.text))
             return Spelling::Found;
         if (errno != ENOENT && errno != ENOTDIR)
             return Spelling::Unreachable;
     }
-    const Spelling spelling = findSpelling(path);
+    const Spelling spelling = findSpelling(path, doubtful);
     if (spelling == Spelling::Found && !operation(path.text))
         return Spelling::Unreachable;
     return spelling;

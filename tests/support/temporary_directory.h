@@ -10,7 +10,8 @@
 
 /// The name under which the library knows an absolute path of the system.
 inline std::string enginePath(const std::filesystem::path &path) {
-    std::string text = "C:" + path.string();
+    std::string text("C:");
+    text += path.string();
     std::replace(text.begin(), text.end(), '/', '\\');
     return text;
 }

@@ -20,12 +20,7 @@ struct V_DLListBaseNode {
 template <class T, class Node>
 class V_DLListBase {
   public:
-    V_DLListBase() {
-        m_head.prev = nullptr;
-        m_head.next = &m_tail;
-        m_tail.prev = &m_head;
-        m_tail.next = nullptr;
-    }
+    constexpr V_DLListBase() : m_head{nullptr, &m_tail}, m_tail{&m_head, nullptr} {}
     V_DLListBase(const V_DLListBase &) = delete;
     V_DLListBase &operator=(const V_DLListBase &) = delete;
 

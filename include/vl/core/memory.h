@@ -11,6 +11,7 @@
 #include "vl/core/exception.h"
 #include "vl/core/export.h"
 
+#include <cstring>
 #include <new>
 
 /// Static members only.
@@ -40,10 +41,14 @@ class VL_API V_Memory {
     static void resetNewDeleteCounts();
 
     /// Fills `count` bytes with `value`; returns `destination`.
-    static void *set(void *destination, char value, unsigned int count);
+    static void *set(void *destination, char value, unsigned int count) {
+        return count ? std::memset(destination, value, count) : destination;
+    }
 
     /// Copies `count` bytes; the regions must not overlap; returns `destination`.
-    static void *copy(void *destination, const void *source, unsigned int count);
+    static void *copy(void *destination, const void *source, unsigned int count) {
+        return count ? std::memcpy(destination, source, count) : destination;
+    }
 
     /// Compares `count` bytes as little-endian unsigned 32-bit words, then the last `count` mod 4 as unsigned
     /// bytes: -1 when the first difference is smaller in `a`, +1 when it is larger, 0 without a difference.
@@ -62,8 +67,8 @@ class VL_API V_Memory {
 /// Marks a stretch of code whose allocations belong together under a name. Records nothing.
 class VL_API V_MemoryScope {
   public:
-    explicit V_MemoryScope(const char *name);
-    ~V_MemoryScope();
+    explicit V_MemoryScope(const char *) {}
+    ~V_MemoryScope() {}
     V_MemoryScope(const V_MemoryScope &) = delete;
     V_MemoryScope &operator=(const V_MemoryScope &) = delete;
 };

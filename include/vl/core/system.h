@@ -181,7 +181,6 @@ class VL_API V_System {
     void deinits();
     void free(DEINIT *record);
     [[noreturn]] void terminate();
-    void writeVerbose(const char *text);
 
     void determineProcessorCaps();
     void determineProcessorSpeed();

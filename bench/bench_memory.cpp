@@ -1,0 +1,75 @@
+// The byte movers of V_Memory beside memcpy, memset and memcmp, at 64 bytes, 4 KiB and 1 MiB.
+#include <benchmark/benchmark.h>
+
+#include <cstring>
+#include <vector>
+
+#include "vl/core/memory.h"
+
+namespace {
+
+struct Vantor {
+    static void copy(void *to, const void *from, unsigned int count) { V_Memory::copy(to, from, count); }
+    static void set(void *to, char value, unsigned int count) { V_Memory::set(to, value, count); }
+    static int compare(const void *a, const void *b, unsigned int count) {
+        return V_Memory::compare(a, b, count);
+    }
+};
+
+struct Standard {
+    static void copy(void *to, const void *from, unsigned int count) { std::memcpy(to, from, count); }
+    static void set(void *to, char value, unsigned int count) { std::memset(to, value, count); }
+    static int compare(const void *a, const void *b, unsigned int count) { return std::memcmp(a, b, count); }
+};
+
+struct Buffers {
+    explicit Buffers(const benchmark::State &state)
+        : count(static_cast<unsigned int>(state.range(0))), a(count, 7), b(count, 7) {}
+    unsigned int count;
+    std::vector<char> a, b;
+};
+
+template <class Mover>
+void Copy(benchmark::State &state) {
+    Buffers buffers(state);
+    for (auto _ : state) {
+        Mover::copy(buffers.a.data(), buffers.b.data(), buffers.count);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+}
+
+template <class Mover>
+void Set(benchmark::State &state) {
+    Buffers buffers(state);
+    for (auto _ : state) {
+        Mover::set(buffers.a.data(), 7, buffers.count);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+}
+
+template <class Mover, bool equal>
+void Compare(benchmark::State &state) {
+    Buffers buffers(state);
+    buffers.b.back() = equal ? 7 : 8;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(Mover::compare(buffers.a.data(), buffers.b.data(), buffers.count));
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * state.range(0));
+}
+
+#define BENCH_SIZES Arg(64)->Arg(4096)->Arg(1 << 20)
+BENCHMARK(Copy<Vantor>)->BENCH_SIZES;
+BENCHMARK(Copy<Standard>)->BENCH_SIZES;
+BENCHMARK(Set<Vantor>)->BENCH_SIZES;
+BENCHMARK(Set<Standard>)->BENCH_SIZES;
+BENCHMARK(Compare<Vantor, true>)->Name("CompareEqual<Vantor>")->BENCH_SIZES;
+BENCHMARK(Compare<Standard, true>)->Name("CompareEqual<Standard>")->BENCH_SIZES;
+BENCHMARK(Compare<Vantor, false>)->Name("CompareDifferentAtTheEnd<Vantor>")->BENCH_SIZES;
+BENCHMARK(Compare<Standard, false>)->Name("CompareDifferentAtTheEnd<Standard>")->BENCH_SIZES;
+
+} // namespace
+
+BENCHMARK_MAIN();

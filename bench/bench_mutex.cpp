@@ -1,0 +1,30 @@
+// V_Mutex beside std::recursive_mutex: taken and given back by one thread, and by two that compete.
+#include <benchmark/benchmark.h>
+
+#include <mutex>
+
+#include "vl/core/mutex.h"
+
+namespace {
+
+template <class Mutex>
+Mutex &shared() {
+    static Mutex mutex;
+    return mutex;
+}
+
+template <class Mutex>
+void LockUnlock(benchmark::State &state) {
+    Mutex &mutex = shared<Mutex>();
+    for (auto _ : state) {
+        mutex.lock();
+        benchmark::ClobberMemory();
+        mutex.unlock();
+    }
+}
+BENCHMARK(LockUnlock<V_Mutex>)->ThreadRange(1, 2);
+BENCHMARK(LockUnlock<std::recursive_mutex>)->ThreadRange(1, 2);
+
+} // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,80 @@
+// The table of the last frame's sections.
+
+#include "vl/core/profile_report.h"
+
+#include "core/counted.h"
+#include "vl/core/system.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <ostream>
+#include <vector>
+
+namespace {
+
+struct Row {
+    const V_PENTRY *entry;
+    const V_PINFO *info;
+};
+
+std::vector<Row> usedSections() {
+    std::vector<Row> rows;
+    for (V_PENTRY *entry = V_Profile::m_slProfiles.getFirst(); entry;
+         entry = V_Profile::m_slProfiles.getNext(entry))
+        if (const V_PINFO *info = V_Profile::request(entry->name); info && info->usedThisFrame)
+            rows.push_back({entry, info});
+    std::stable_sort(rows.begin(), rows.end(), [](const Row &a, const Row &b) {
+        return a.entry->frameInclusive > b.entry->frameInclusive;
+    });
+    return rows;
+}
+
+/// One line of the table, never longer than this.
+using Line = char[160];
+
+/// The name as a terminal may show it.
+void printable(const char *name, char (&out)[sizeof V_PENTRY::name]) {
+    std::size_t i = 0;
+    for (; name[i]; ++i) {
+        const auto byte = static_cast<unsigned char>(name[i]);
+        out[i] = byte < 0x20 || byte == 0x7F ? '?' : name[i];
+    }
+    out[i] = 0;
+}
+
+void writeTable(std::ostream &out, double ticksPerSecond) {
+    if (V_Profile::m_sbFrameRunning) {
+        out << "A frame is running.\n";
+        return;
+    }
+    const std::vector<Row> rows = usedSections();
+    const double perUnit = ticksPerSecond != 0 ? ticksPerSecond / 1000 : 1e6;
+
+    Line line;
+    std::snprintf(line, sizeof line, "%-31s %7s %21s %21s %13s\n", "", "", "inclusive", "exclusive",
+                  "allocations");
+    out << line;
+    const char *heading = ticksPerSecond != 0 ? "ms" : "Mcycles";
+    std::snprintf(line, sizeof line, "%-31s %7s %13s %7s %13s %7s %6s %6s\n", "section", "calls", heading,
+                  "%", heading, "%", "incl", "excl");
+    out << line;
+    for (const Row &row : rows) {
+        char name[sizeof V_PENTRY::name];
+        printable(row.entry->name, name);
+        std::snprintf(line, sizeof line, "%-31s %7d %13.4f %7.2f %13.4f %7.2f %6d %6d\n", name,
+                      row.info->callsThisFrame, row.entry->frameInclusive / perUnit,
+                      static_cast<double>(row.info->inclusivePercent), row.entry->frameExclusive / perUnit,
+                      static_cast<double>(row.info->exclusivePercent), row.info->inclusiveAllocations,
+                      row.info->exclusiveAllocations);
+        out << line;
+    }
+    std::snprintf(line, sizeof line, "%-31s %7s %13.4f %7.2f\n", "frame", "",
+                  V_Profile::m_stFrameCycles / perUnit, V_Profile::m_stFrameCycles == 0 ? 0.0 : 100.0);
+    out << line;
+}
+
+} // namespace
+
+void V_writeProfileTable(std::ostream &out) {
+    vl::reportingExhaustion([&] { writeTable(out, V_Profile::ticksPerSecond()); });
+}

@@ -1,0 +1,83 @@
+// Names of any shape, in every mode, against a plain second implementation of the rules.
+
+#include "vl/core.h"
+#include "vl/file.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+namespace {
+
+std::string normalised(std::string name) {
+    std::replace(name.begin(), name.end(), '/', '\\');
+    std::string out;
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        if (name.compare(i, 2, ".\\") == 0 && (i == 0 || name[i - 1] != '.'))
+            ++i;
+        else
+            out += name[i];
+    }
+    return out;
+}
+
+std::string joined(std::string out, const std::string &name) {
+    for (std::size_t i = 0; i < name.size(); ++i) {
+        if (name.compare(i, 2, "..") == 0) {
+            const std::size_t from = !out.empty() && out.back() == '\\' ? out.size() - 1 : out.size();
+            const std::size_t slash = from == 0 ? std::string::npos : out.rfind('\\', from - 1);
+            if (slash != std::string::npos)
+                out.resize(slash + 1);
+            i += 2;
+        } else {
+            out += name[i];
+        }
+        if (out.size() > 255)
+            return std::string(256, '?'); // refused, whatever follows
+    }
+    if (!out.empty() && out.back() == '\\')
+        out.pop_back();
+    return out;
+}
+
+std::string expectedPath(int mode, const std::string &given) {
+    const std::string name = normalised(given);
+    const std::string current = File->getCurrentDirectory();
+    if (name.size() > 255)
+        return name;
+    if (mode == V_File::AH_ARCHIVES)
+        return joined(name[0] == '\\' ? "" : current, name);
+    if (mode == V_File::AH_DIRECTORIES &&
+        (name.compare(0, 2, "\\\\") == 0 || (name.size() > 1 && name[1] == ':')))
+        return name;
+    return name[0] == '\\' ? current.substr(0, 2) + name : joined(current, name);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    static V_VantorInit library;
+    static const bool silent = (Sys->ceaseVerbose(1), true);
+    if (size == 0 || !silent)
+        return 0;
+    const int mode = data[0] % 3;
+    const std::string name = std::string(reinterpret_cast<const char *>(data + 1), size - 1).c_str();
+    File->setArchiveHandling(mode);
+    const std::string expected = expectedPath(mode, name);
+    try {
+        if (File->getFullPathName(name.c_str()) != expected)
+            std::abort();
+    } catch (V_FileException_PathTooLong *) {
+        if (expected.size() <= 255)
+            std::abort();
+    }
+    try {
+        File->where(name.c_str());
+        File->changeDirectory(name.c_str());
+        if (File->getCurrentDirectory() == std::string())
+            std::abort();
+    } catch (V_FileException *) {
+    }
+    return 0;
+}

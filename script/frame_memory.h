@@ -1,0 +1,47 @@
+// The frame: scratch memory in which the tree of a script is built by moving a pointer. It counts bytes
+// exactly as they are asked for, up to its limit; what holds pointers is placed aligned, and the gaps before
+// it are not counted.
+#pragma once
+
+#include "core/counted.h"
+#include "script/loader.h"
+#include "vl/script/exception.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vl {
+
+class FrameMemory {
+  public:
+    FrameMemory() : m_memory(allocateArray<char>(capacity)) {}
+
+    /// `size` bytes, aligned for pointers if asked for. Throws V_ScriptLoaderException_OutOfBlockMemory when
+    /// the frame's bytes are used up.
+    char *allocate(std::uint64_t size, bool aligned) {
+        if (size > limit - m_uCounted)
+            V_throw(V_ScriptLoaderException_OutOfBlockMemory(SCRIPT_BLOCK_MEMORYFRAME_SIZE));
+        m_uCounted += static_cast<unsigned int>(size);
+        if (aligned)
+            m_uUsed = (m_uUsed + alignment - 1) / alignment * alignment;
+        char *result = m_memory.get() + m_uUsed;
+        m_uUsed += static_cast<unsigned int>(size);
+        return result;
+    }
+
+    const char *start() const { return m_memory.get(); }
+    /// Bytes from the start that are in use, gaps included.
+    unsigned int used() const { return m_uUsed; }
+
+  private:
+    static constexpr unsigned int limit = SCRIPT_BLOCK_MEMORYFRAME_SIZE;
+    static constexpr unsigned int alignment = alignof(ScriptBlock);
+    /// At most two aligned allocations, the record and the statements, belong to each record.
+    static constexpr unsigned int capacity = limit + limit / sizeof(ScriptBlock) * 2 * (alignment - 1);
+
+    CountedArray<char> m_memory;
+    unsigned int m_uCounted = 0;
+    unsigned int m_uUsed = 0;
+};
+
+} // namespace vl

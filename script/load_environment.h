@@ -1,0 +1,30 @@
+// What surrounds the loading of scripts: where their files come from, and who wants to know where a load
+// failed. Both are set for the whole process, before a script is constructed.
+#pragma once
+
+namespace vl {
+
+class ScriptTrace;
+
+/// Where scripts come from. Throws what V_File throws.
+class ScriptFiles {
+  public:
+    virtual ~ScriptFiles() = default;
+
+    /// The path under which `name` is loaded: at most 255 characters, valid until the next call.
+    virtual const char *fullPath(const char *name) = 0;
+
+    /// The bytes of a file in a block to be given back to release.
+    virtual char *load(const char *path, unsigned int &size) = 0;
+    virtual void release(char *bytes) noexcept = 0;
+};
+
+struct LoadEnvironment {
+    ScriptFiles *files; ///< `File`, unless a test provides its own; never null
+    ScriptTrace *trace =
+        nullptr; ///< records where texts come from, and where a load failed; null: nobody asks
+};
+
+extern LoadEnvironment loadEnvironment;
+
+} // namespace vl

@@ -1,0 +1,145 @@
+// Reading archived files: every method gives back what was put in, in whole or in part, and damage of every
+// kind is reported.
+
+#include "support/archive_builder.h"
+#include "support/failing_allocation.h"
+#include "support/library_test.h"
+
+#include <random>
+
+namespace {
+
+class ArchiveReading : public LibraryTest {
+  protected:
+    void load(const ArchiveBuilder &builder) {
+        builder.write(root() / "a.vas");
+        File->setFileSystemRoot(engineRoot().c_str());
+    }
+
+    // What the load into a buffer gives, whatever size it is told.
+    static std::string inBuffer(const char *name, unsigned int size) {
+        std::string buffer(File->size(name) + 1, '#');
+        File->load(static_cast<void *>(buffer.data()), name, size);
+        EXPECT_EQ(buffer.back(), '#');
+        buffer.pop_back();
+        return buffer;
+    }
+};
+
+std::string randomText(std::size_t size, unsigned int kinds) {
+    std::mt19937 random(kinds);
+    std::string text(size, 0);
+    for (char &c : text)
+        c = static_cast<char>(random() % kinds);
+    return text;
+}
+
+TEST_F(ArchiveReading, GivesBackWhatWasPutIn) {
+    const std::string contents[] = {"x", std::string(1000, ' '), randomText(5000, 3), randomText(70000, 256),
+                                    randomText(1200000, 256)};
+    ArchiveBuilder builder;
+    for (std::size_t i = 0; i < std::size(contents); ++i)
+        for (std::uint32_t method = 1; method <= 3; ++method)
+            builder.add("\\" + std::to_string(method) + std::to_string(i), contents[i], method);
+    load(builder);
+    for (std::size_t i = 0; i < std::size(contents); ++i)
+        for (int method = 1; method <= 3; ++method) {
+            const std::string name = std::to_string(method) + std::to_string(i);
+            SCOPED_TRACE(name);
+            const auto size = static_cast<unsigned int>(contents[i].size());
+            EXPECT_EQ(loaded(name), contents[i]);
+            EXPECT_EQ(inBuffer(name.c_str(), V_File::WHOLE_FILE), contents[i]);
+            EXPECT_EQ(inBuffer(name.c_str(), 0), contents[i]);
+            for (const unsigned int part : {1u, size / 2 + 1, size + 100}) {
+                char *data = File->load("owner", name.c_str(), part);
+                std::string expected = contents[i];
+                expected.resize(part, 0);
+                EXPECT_EQ(std::string(data, part), expected);
+                File->free(data);
+            }
+        }
+}
+
+TEST_F(ArchiveReading, KnowsEmptyFilesAndIgnoresUnknownMethods) {
+    ArchiveBuilder builder;
+    builder.add("\\1", "", 1).add("\\2", "", 2).add("\\3", "", 3).add("\\9", "content", 9);
+    builder.records[0].stored = std::string("VA->\0\0\0\0\2\0\0\0\1x", 14); // as some writers pack nothing
+    builder.records[0].storedSize = 14;
+    load(builder);
+    for (const char *name : {"1", "2", "3"}) {
+        EXPECT_EQ(inBuffer(name, V_File::WHOLE_FILE), "");
+        EXPECT_EQ(messageOf<V_FileException_FileCorrupted>([&] { File->load(name, V_File::WHOLE_FILE); }),
+                  std::string("File \\") + name + " is corrupted");
+    }
+    EXPECT_EQ(inBuffer("9", V_File::WHOLE_FILE), "#######");
+}
+
+TEST_F(ArchiveReading, ReportsDamagedEntries) {
+    using Record = ArchiveBuilder::Record;
+    const std::pair<const char *, void (*)(Record &)> damages[] = {
+        {"no room for a header", [](Record &r) { r.storedSize = 11; }},
+        {"one byte short", [](Record &r) { --r.storedSize; }},
+        {"one byte too many", [](Record &r) { ++r.storedSize, r.stored += 'x'; }},
+        {"another size in the table", [](Record &r) { ++r.size; }},
+        {"an enormous size in the table", [](Record &r) { r.size = 0xFFFFFFFE; }},
+        {"an enormous size in both",
+         [](Record &r) { r.size = 0xFFFFFFFE, r.stored.replace(4, 4, "\xFE\xFF\xFF\xFF"); }},
+        {"a larger size in both", [](Record &r) { ++r.size, ++r.stored[4]; }},
+        {"a smaller size in both", [](Record &r) { --r.size, --r.stored[4]; }},
+        {"another magic", [](Record &r) { r.stored[0] = 'W'; }},
+        {"more code than there is", [](Record &r) { ++r.stored[8]; }},
+        {"less code than there is", [](Record &r) { --r.stored[8]; }},
+        {"other items", [](Record &r) { r.stored[12] = 0; }},
+    };
+    for (const auto &[name, damage] : damages)
+        for (const std::uint32_t method : {1u, 2u, 3u}) {
+            SCOPED_TRACE(testing::Message() << name << ", method " << method);
+            ArchiveBuilder builder;
+            builder.add("\\damaged", std::string(50, 'x') + "fox", 1);
+            Record &record = builder.records[0];
+            damage(record);
+            record.method = method;
+            if (method == 2)
+                record.stored = scrambledPlainly(record.stored, record.seed);
+            load(builder);
+            unsigned char buffer[64];
+            EXPECT_EQ(messageOf<V_FileException_FileCorrupted>([&] { File->load(buffer, "damaged", 0); }),
+                      "File \\damaged is corrupted");
+        }
+}
+
+TEST_F(ArchiveReading, ReportsArchivesThatVanishOrShrinkAfterLoading) {
+    ArchiveBuilder builder;
+    builder.add("\\stored", randomText(3000000, 256), 3).add("\\packed", randomText(3000000, 200), 1);
+    load(builder);
+    std::vector<unsigned char> buffer(3000000);
+    std::filesystem::resize_file(root() / "a.vas", 2000000);
+    for (const char *name : {"stored", "packed"})
+        EXPECT_EQ(messageOf<V_FileException_UnableToReadData>([&] { File->load(buffer.data(), name, 0); }),
+                  "Unable to read data from \"\\" + std::string(name) + "\"");
+    std::filesystem::remove(root() / "a.vas");
+    EXPECT_EQ(messageOf<V_FileException_ArchiveNotFound>([&] { File->load(buffer.data(), "packed", 0); }),
+              "Archive " + engineRoot() + "\\a.vas not found");
+}
+
+TEST_F(ArchiveReading, SurvivesTheFailureOfEveryAllocation) {
+    const std::string content = "to be read, to be cut, to be read, to be cut";
+    ArchiveBuilder builder;
+    for (const std::uint32_t method : {1u, 2u, 3u})
+        builder.add("\\" + std::to_string(method), content, method);
+    load(builder);
+    const int atRest = V_Memory::getNewCount() - V_Memory::getDeleteCount();
+    for (const char *name : {"1", "2", "3"})
+        for (const unsigned int size : {V_File::WHOLE_FILE, 20u}) {
+            const int failures = failEachAllocation<V_MemoryException_Allocation *>(
+                [&] { File->free(File->load(name, size)); },
+                [&] {
+                    EXPECT_EQ(V_Memory::getNewCount() - V_Memory::getDeleteCount(), atRest + 1);
+                    ++V_Memory::sm_iDeleteCount; // for the one that failed
+                    EXPECT_EQ(loaded(name), content);
+                });
+            EXPECT_GE(failures, 1);
+        }
+}
+
+} // namespace

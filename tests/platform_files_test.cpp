@@ -1,0 +1,196 @@
+// Files by name, enumeration, wildcards and unbuffered reading.
+
+// Times of 64 bits in 32-bit code as well.
+#include "platform/posix/system.h"
+
+#include "platform/platform.h"
+#include "support/temporary_directory.h"
+
+#include <fcntl.h>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <memory>
+#include <random>
+#include <sys/stat.h>
+#include <vector>
+
+namespace fs = std::filesystem;
+using namespace vl::platform;
+
+namespace {
+
+void write(const fs::path &path, const std::string &text) { std::ofstream(path, std::ios::binary) << text; }
+
+std::vector<std::string> enumerate(const std::string &pattern) {
+    std::vector<std::string> names;
+    Enumeration *const enumeration = startEnumeration(pattern.c_str());
+    if (!enumeration)
+        return {"none"};
+    while (const char *name = nextName(enumeration))
+        names.emplace_back(name);
+    EXPECT_EQ(nextName(enumeration), nullptr);
+    endEnumeration(enumeration);
+    return names;
+}
+
+/// The definition of a match, word for word.
+bool matchesByDefinition(const char *pattern, const char *name) {
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? c + 32 : c; };
+    if (*pattern == '\0')
+        return *name == '\0';
+    if (*pattern == '*')
+        return matchesByDefinition(pattern + 1, name) ||
+               (*name != '\0' && matchesByDefinition(pattern, name + 1));
+    return *name != '\0' && (*pattern == '?' || lower(*pattern) == lower(*name)) &&
+           matchesByDefinition(pattern + 1, name + 1);
+}
+
+/// Reads the whole file sector by sector, three at a time, once forwards and once again from the middle.
+void expectSameBytesUnbuffered(const fs::path &directory) {
+    std::mt19937 random(7);
+    std::string bytes(100'003, '\0');
+    for (char &byte : bytes)
+        byte = static_cast<char>(random());
+    write(directory / "Data.bin", bytes);
+    UnbufferedFile *const file = openUnbuffered(enginePath(directory / "DATA.bin").c_str());
+    ASSERT_NE(file, nullptr);
+    std::uint64_t length = 0;
+    EXPECT_TRUE(unbufferedLength(file, length));
+    EXPECT_EQ(length, bytes.size());
+    const std::uint32_t sector = sectorSize(file);
+    EXPECT_GE(sector, 512u);
+    EXPECT_EQ(sector & (sector - 1), 0u);
+
+    const std::uint32_t block = 3 * sector;
+    const std::unique_ptr<char, decltype(&std::free)> buffer(
+        static_cast<char *>(std::aligned_alloc(sector, block)), &std::free);
+    for (const std::uint32_t start : {0u, 8 * sector}) {
+        std::string got;
+        std::uint32_t count = 0;
+        do {
+            count = readUnbuffered(file, start + got.size(), buffer.get(), block);
+            got.append(buffer.get(), count);
+        } while (count == block);
+        EXPECT_TRUE(got == bytes.substr(start)) << "from " << start;
+    }
+    EXPECT_EQ(readUnbuffered(file, std::uint64_t{1} << 40, buffer.get(), block), 0u);
+    EXPECT_EQ(readUnbuffered(file, ~std::uint64_t{0} - block + 1, buffer.get(), block), 0u);
+    closeUnbuffered(file);
+}
+
+} // namespace
+
+TEST(Files, OpenInTheModesOfStandardInputAndOutputButNeverADirectory) {
+    const TemporaryDirectory directory;
+    const std::string name = directory.enginePath() + "\\file.txt";
+    for (const char *mode : {"rb", "r+b", "wb", "w+b", "ab", "a+b"})
+        EXPECT_EQ(openFile(directory.enginePath().c_str(), mode), nullptr) << mode;
+    for (const char *mode : {"rb", "r+b", "", "x", "wbq"})
+        EXPECT_EQ(openFile(name.c_str(), mode), nullptr) << mode;
+    EXPECT_EQ(openFile((name + '\\').c_str(), "wb"), nullptr);
+    EXPECT_TRUE(fs::is_empty(directory.path()));
+
+    std::FILE *file = openFile(name.c_str(), "wb");
+    ASSERT_NE(file, nullptr);
+    std::fputs("abc", file);
+    std::uint64_t length = 0;
+    EXPECT_TRUE(fileLength(file, length));
+    EXPECT_EQ(length, 3u);
+    EXPECT_EQ(std::ftell(file), 3);
+    std::fclose(file);
+
+    file = openFile((directory.enginePath() + "\\FILE.TXT").c_str(), "a+b");
+    ASSERT_NE(file, nullptr);
+    EXPECT_TRUE(seekFile(file, 0));
+    std::fputs("de", file);
+    EXPECT_TRUE(seekFile(file, 1));
+    char text[8] = {};
+    EXPECT_EQ(std::fread(text, 1, sizeof text, file), 4u);
+    EXPECT_STREQ(text, "bcde");
+    EXPECT_FALSE(seekFile(file, ~std::uint64_t{0}));
+    std::fclose(file);
+    EXPECT_EQ(fileKind((name + '\\').c_str()), FileKind::None);
+    EXPECT_FALSE(removeFile((name + '\\').c_str()));
+    EXPECT_FALSE(removeFile(directory.enginePath().c_str()));
+    EXPECT_TRUE(removeFile((directory.enginePath() + "\\FILE.txt").c_str()));
+}
+
+TEST(Files, TellLengthsBeyond32BitsAndTheTimeOfTheLastWrite) {
+    const TemporaryDirectory directory;
+    const std::uint64_t size = std::uint64_t{5} << 30;
+    write(directory.path() / "big", "");
+    fs::resize_file(directory.path() / "big", size);
+    // 2040-02-29 12:34:56.789, a Wednesday, behind the end of 32-bit time.
+    const timespec moment = {2214131696, 789'000'000};
+    const timespec times[] = {moment, moment};
+    ASSERT_EQ(utimensat(AT_FDCWD, (directory.path() / "big").c_str(), times, 0), 0);
+
+    const std::string name = directory.enginePath() + "\\BIG";
+    std::FILE *const file = openFile(name.c_str(), "rb");
+    ASSERT_NE(file, nullptr);
+    std::uint64_t length = 0;
+    EXPECT_TRUE(fileLength(file, length));
+    EXPECT_EQ(length, size);
+    EXPECT_TRUE(seekFile(file, size - 1));
+    EXPECT_EQ(std::fgetc(file), 0);
+    EXPECT_EQ(std::fgetc(file), EOF);
+    std::fclose(file);
+
+    CalendarTime time;
+    ASSERT_TRUE(lastWriteTime(name.c_str(), time));
+    const std::vector<int> told = {time.year, time.month,  time.dayOfWeek, time.day,
+                                   time.hour, time.minute, time.second,    time.milliseconds};
+    EXPECT_EQ(told, (std::vector<int>{2040, 2, 3, 29, 12, 34, 56, 789}));
+    EXPECT_FALSE(lastWriteTime(directory.enginePath().c_str(), time));
+    EXPECT_FALSE(lastWriteTime((name + 'x').c_str(), time));
+}
+
+TEST(Enumeration, GivesMatchingNamesInUpperCaseOrder) {
+    const TemporaryDirectory directory;
+    fs::create_directories(directory.path() / "Inner" / "_dir.d");
+    for (const char *name :
+         {"b.txt", "B.TXT", "a.txt", "A1.txt", "_x", "Z", "y.dat", "back\\slash", ".hidden"})
+        write(directory.path() / "Inner" / name, "");
+    const std::string inner = directory.enginePath() + "\\INNER\\";
+    // An underscore comes after Z, and between names equal but for case the bytes decide.
+    const std::vector<std::string> all = {".hidden", "a.txt", "A1.txt", "B.TXT", "b.txt",
+                                          "y.dat",   "Z",     "_dir.d", "_x"};
+    EXPECT_EQ(enumerate(inner + "*"), all);
+    EXPECT_EQ(enumerate(inner + "*.*"), all);
+    EXPECT_EQ(enumerate(inner + "*.TXT"), (std::vector<std::string>{"a.txt", "A1.txt", "B.TXT", "b.txt"}));
+    EXPECT_EQ(enumerate(inner + "?"), std::vector<std::string>{"Z"});
+    EXPECT_EQ(enumerate(inner + "nothing"), std::vector<std::string>{});
+    EXPECT_EQ(enumerate(directory.enginePath() + "\\missing\\*"), std::vector<std::string>{"none"});
+    EXPECT_EQ(enumerate(inner + "Z\\*"), std::vector<std::string>{"none"});
+    EXPECT_EQ(enumerate("D:\\*"), std::vector<std::string>{"none"});
+    endEnumeration(nullptr);
+}
+
+TEST(Wildcards, MatchAsDefinedAndInBoundedTime) {
+    const std::string letters = "aB.*?";
+    std::vector<std::string> texts = {""};
+    for (std::size_t i = 0; texts[i].size() < 4; ++i)
+        for (const char letter : letters)
+            texts.push_back(texts[i] + letter);
+    for (const std::string &pattern : texts)
+        for (std::size_t i = 0; i < texts.size(); i += 1 + pattern.size())
+            ASSERT_EQ(matchesWildcards(pattern.c_str(), texts[i].c_str()),
+                      matchesByDefinition(pattern.c_str(), texts[i].c_str()))
+                << pattern << " on " << texts[i];
+    EXPECT_TRUE(matchesWildcards("*.TxT", "readme.tXt"));
+    EXPECT_FALSE(matchesWildcards("[", "{"));
+    std::string stars;
+    for (int i = 0; i < 127; ++i)
+        stars += "*a";
+    EXPECT_FALSE(matchesWildcards((stars + 'b').c_str(), std::string(255, 'a').c_str()));
+}
+
+TEST(UnbufferedReading, GivesTheSameBytesWithAndWithoutDirectAccess) {
+    const TemporaryDirectory directory;
+    expectSameBytesUnbuffered(directory.path());
+    if (fs::is_directory("/dev/shm"))
+        expectSameBytesUnbuffered(TemporaryDirectory("/dev/shm").path());
+    EXPECT_EQ(openUnbuffered(directory.enginePath().c_str()), nullptr);
+    EXPECT_EQ(openUnbuffered((directory.enginePath() + "\\missing").c_str()), nullptr);
+    closeUnbuffered(nullptr);
+}

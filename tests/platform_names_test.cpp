@@ -1,0 +1,258 @@
+// Names without regard to case: random trees under random changes, every answer judged by an implementation
+// that reads the directories anew each time.
+
+#include "platform/platform.h"
+#include "platform/posix/directory_cache.h"
+#include "support/temporary_directory.h"
+
+#include <chrono>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <optional>
+#include <random>
+#include <vector>
+
+namespace fs = std::filesystem;
+using namespace vl::platform;
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+std::string numbered(const char *text, unsigned int number) {
+    return std::string(text).append(std::to_string(number));
+}
+
+bool equalButForCase(const std::string &a, const std::string &b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](unsigned char x, unsigned char y) {
+        return x == y || (x < 128 && y < 128 && std::isalpha(x) && std::tolower(x) == std::tolower(y));
+    });
+}
+
+/// False, too, for a symbolic link that leads nowhere or in a circle.
+bool isDirectory(const fs::path &path) {
+    std::error_code ignored;
+    return fs::is_directory(path, ignored);
+}
+
+bool leadsSomewhere(const fs::path &path) {
+    std::error_code ignored;
+    return fs::exists(path, ignored);
+}
+
+/// The place that `names` mean below `directory`; nothing when there is no directory to hold the last one.
+std::optional<fs::path> resolve(fs::path directory, const Names &names) {
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (!isDirectory(directory))
+            return std::nullopt;
+        std::string best;
+        for (const auto &entry : fs::directory_iterator(directory)) {
+            const std::string name = entry.path().filename().string();
+            if (equalButForCase(name, names[i]) &&
+                (best.empty() || name == names[i] || (best != names[i] && name < best)))
+                best = name;
+        }
+        if (best.empty() && i + 1 != names.size())
+            return std::nullopt;
+        directory /= best.empty() ? names[i] : best;
+    }
+    return directory;
+}
+
+std::string contents(std::istream &&stream) { return {std::istreambuf_iterator<char>(stream), {}}; }
+
+std::string contents(std::FILE *file) {
+    char block[256];
+    std::string text(block, std::fread(block, 1, sizeof block, file));
+    std::fclose(file);
+    return text;
+}
+
+/// A tree of few names in many spellings, changed and looked at at random.
+class RandomTree {
+  public:
+    explicit RandomTree(unsigned int seed) : m_random(seed) {}
+
+    const fs::path &root() const { return m_directory.path(); }
+
+    /// Changes the tree behind the layer's back.
+    void change() {
+        const fs::path place = root() / join(randomNames(), '/');
+        std::error_code ignored;
+        switch (draw(6)) {
+        case 0:
+        case 1:
+            fs::create_directories(place, ignored);
+            break;
+        case 2:
+            std::ofstream(place) << "outside " << ++m_uFiles;
+            break;
+        case 3:
+            fs::rename(place, root() / join(randomNames(), '/'), ignored);
+            break;
+        case 4:
+            if (leadsSomewhere(place.parent_path()))
+                fs::create_directory_symlink(root() / randomNames().front(), place, ignored);
+            break;
+        default:
+            fs::remove_all(place, ignored);
+        }
+    }
+
+    /// Changes the tree through the layer and checks that the right place changed.
+    void changeThroughLayer() {
+        const Names names = randomNames();
+        const std::string path = enginePath(root()) + '\\' + join(names, '\\');
+        const std::optional<fs::path> place = resolve(root(), names);
+        const bool present = place && fs::exists(fs::symlink_status(*place));
+        SCOPED_TRACE(path);
+        switch (draw(3)) {
+        case 0: {
+            const std::string text = numbered("inside ", ++m_uFiles);
+            std::FILE *const file = openFile(path.c_str(), "wb");
+            ASSERT_EQ(file != nullptr, place && !isDirectory(*place) && isUsable(*place));
+            if (file) {
+                std::fputs(text.c_str(), file);
+                std::fclose(file);
+                ASSERT_EQ(contents(std::ifstream(*place)), text);
+            }
+            break;
+        }
+        case 1:
+            ASSERT_EQ(createDirectory(path.c_str()), place && !present);
+            ASSERT_TRUE(!place || present || isDirectory(*place));
+            break;
+        default:
+            ASSERT_EQ(removeFile(path.c_str()), present && !isRealDirectory(*place));
+            ASSERT_TRUE(!present || isRealDirectory(*place) == fs::exists(fs::symlink_status(*place)));
+        }
+    }
+
+    void look() {
+        const Names names = randomNames();
+        const std::string path = enginePath(root()) + '\\' + join(names, '\\');
+        const std::optional<fs::path> place = resolve(root(), names);
+        SCOPED_TRACE(path);
+        const FileKind kind = !place || !leadsSomewhere(*place) ? FileKind::None
+                              : isDirectory(*place)             ? FileKind::Directory
+                                                                : FileKind::File;
+        ASSERT_EQ(fileKind(path.c_str()), kind);
+        std::FILE *const file = openFile(path.c_str(), "rb");
+        ASSERT_EQ(file != nullptr, kind == FileKind::File);
+        if (file) {
+            ASSERT_EQ(contents(file), contents(std::ifstream(*place)));
+        }
+    }
+
+    /// Looks until every listing is old enough to be kept.
+    void lookForAWhile() {
+        const auto start = std::chrono::steady_clock::now();
+        while (!testing::Test::HasFatalFailure() &&
+               std::chrono::steady_clock::now() - start < std::chrono::milliseconds(60))
+            look();
+    }
+
+    unsigned int draw(unsigned int count) { return static_cast<unsigned int>(m_random() % count); }
+
+  private:
+    Names randomNames() {
+        static const Names spellings = {"a",     "A",     "dir", "Dir", "DIR",        "dIr",
+                                        "b.txt", "B.TXT", "[x]", "{x}", "\xC3\xA4.1", "\xC3\x84.1"};
+        Names names(1 + draw(3));
+        for (std::string &name : names)
+            name = spellings[draw(static_cast<unsigned int>(spellings.size()))];
+        return names;
+    }
+
+    static std::string join(const Names &names, char separator) {
+        std::string text;
+        for (const std::string &name : names)
+            text += (text.empty() ? "" : std::string(1, separator)) + name;
+        return text;
+    }
+
+    static bool isRealDirectory(const fs::path &path) { return fs::is_directory(fs::symlink_status(path)); }
+
+    /// Not a symbolic link that leads nowhere.
+    static bool isUsable(const fs::path &path) {
+        return !fs::is_symlink(fs::symlink_status(path)) || leadsSomewhere(path);
+    }
+
+    TemporaryDirectory m_directory;
+    std::mt19937 m_random;
+    unsigned int m_uFiles = 0;
+};
+
+} // namespace
+
+TEST(CaseBlindNames, AreFoundInTreesThatChangeBetweenAnyTwoLooks) {
+    for (unsigned int seed = 1; seed <= 4; ++seed) {
+        RandomTree tree(seed);
+        for (int i = 0; i < 60; ++i)
+            tree.change();
+        // First with fresh time stamps throughout, then with listings kept between the changes.
+        for (int i = 0; i < 300 && !HasFatalFailure(); ++i) {
+            tree.draw(2) ? tree.change() : tree.changeThroughLayer();
+            for (int j = 0; j < 4 && !HasFatalFailure(); ++j)
+                tree.look();
+        }
+        for (int i = 0; i < 3 && !HasFatalFailure(); ++i) {
+            tree.lookForAWhile();
+            for (int j = 0; j < 3; ++j) {
+                tree.draw(2) ? tree.change() : tree.changeThroughLayer();
+                for (int k = 0; k < 20 && !HasFatalFailure(); ++k)
+                    tree.look();
+            }
+        }
+        ASSERT_FALSE(HasFatalFailure()) << "seed " << seed;
+    }
+}
+
+TEST(CaseBlindNames, AreFoundWithoutReadingTheDirectoryAgain) {
+    const TemporaryDirectory directory;
+    std::ofstream(directory.path() / "Found.txt") << "x";
+    const std::string start = directory.enginePath() + '\\';
+    const auto lookAtAll = [&] {
+        EXPECT_EQ(fileKind((start + "FOUND.TXT").c_str()), FileKind::File);
+        EXPECT_EQ(fileKind((start + "missing.txt").c_str()), FileKind::None);
+        EXPECT_EQ(fileKind((start + "missing\\deeper\\name.txt").c_str()), FileKind::None);
+    };
+    const DirectoryCache &cache = DirectoryCache::instance();
+    const std::uint64_t before = cache.directoriesRead();
+    const auto begin = std::chrono::steady_clock::now();
+    while (std::chrono::steady_clock::now() - begin < std::chrono::milliseconds(60))
+        lookAtAll();
+    EXPECT_GT(cache.directoriesRead(), before);
+    const std::uint64_t settled = cache.directoriesRead();
+    for (int i = 0; i < 100; ++i)
+        lookAtAll();
+    EXPECT_EQ(cache.directoriesRead(), settled);
+
+    // Another directory in its place, made to carry the same time of modification, is not taken for it.
+    const auto modified = fs::last_write_time(directory.path());
+    const fs::path moved = directory.path().string() + "-moved";
+    fs::rename(directory.path(), moved);
+    fs::create_directory(directory.path());
+    std::ofstream(directory.path() / "MISSING.txt") << "x";
+    fs::last_write_time(directory.path(), modified);
+    EXPECT_EQ(fileKind((start + "missing.txt").c_str()), FileKind::File);
+    EXPECT_EQ(fileKind((start + "FOUND.TXT").c_str()), FileKind::None);
+    fs::remove_all(moved);
+}
+
+TEST(CaseBlindNames, AreFoundInMoreDirectoriesThanAreKept) {
+    const TemporaryDirectory directory;
+    const unsigned int count = DirectoryCache::maxDirectories + 50;
+    for (unsigned int i = 0; i < count; ++i) {
+        const fs::path inner = directory.path() / numbered("d", i);
+        fs::create_directory(inner);
+        std::ofstream(inner / "a");
+    }
+    for (int round = 0; round < 2; ++round)
+        for (unsigned int i = 0; i < count; ++i) {
+            const std::string inner = directory.enginePath() + numbered("\\D", i);
+            ASSERT_EQ(fileKind((inner + "\\A").c_str()), FileKind::File);
+            ASSERT_EQ(fileKind((inner + "\\b").c_str()), FileKind::None);
+        }
+}

@@ -1,0 +1,173 @@
+// The tool's archive commands, run as a user runs them.
+
+#include "support/library_test.h"
+#include "support/program.h"
+
+#include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <map>
+#include <random>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class ArchiveTool : public LibraryTest {
+  protected:
+    ArchiveTool() {
+        std::mt19937 random(3);
+        for (int i = 0; i < 30; ++i) {
+            std::string content;
+            for (auto length = random() % 5000; length != 0; --length)
+                content += static_cast<char>('a' + random() % (i + 1));
+            addFile("dir" + std::to_string(i % 4) + "/File " + std::to_string(i) + (i % 2 ? ".txt" : ".dat"),
+                    content);
+        }
+        addFile("empty", "");
+        fs::create_directories(tree() / "hollow");
+    }
+
+    fs::path tree() const { return root() / "tree"; }
+    fs::path archive() const { return root() / "OUT.VAS"; }
+
+    void addFile(const std::string &name, const std::string &content) {
+        writeFile(tree() / name, content);
+        m_contents[name] = content;
+    }
+
+    Outcome create(const std::string &options = "") const {
+        return runTool("archive create " + quoted(archive()) + " " + quoted(tree()) + " " + options);
+    }
+
+    std::map<std::string, std::string> m_contents;
+};
+
+TEST_F(ArchiveTool, MakesArchivesThatTheLibraryReads) {
+    for (const char *options : {"", "--method stored", "--method scrambled --seed 0",
+                                "--rule '*.txt=stored' --rule 'DIR1/*=scrambled' --seed 4294967295"}) {
+        const Outcome outcome = create(options);
+        ASSERT_EQ(outcome.status, 0) << outcome.output;
+        File->setFileSystemRoot(engineRoot().c_str());
+        for (const auto &[name, content] : m_contents) {
+            ASSERT_EQ(File->where(name.c_str()), V_File::LOC_ARCHIVE) << name;
+            ASSERT_EQ(File->size(name.c_str()), content.size());
+            if (!content.empty()) {
+                ASSERT_EQ(loaded(name), content) << name << options;
+            }
+        }
+        EXPECT_EQ(File->isDirectory("\\HOLLOW"), 1);
+    }
+    EXPECT_EQ(File->getMethod("dir0/File 0.dat"), V_File::METHOD_LZSS);
+    EXPECT_EQ(File->getMethod("dir2/File 2.dat"), V_File::METHOD_LZSS);
+    EXPECT_EQ(File->getMethod("dir3/File 3.txt"), V_File::METHOD_STORED);
+    EXPECT_EQ(File->getMethod("dir1/File 1.txt"), V_File::METHOD_LZSS_SCRAMBLED);
+}
+
+TEST_F(ArchiveTool, GivesEqualBytesForEqualInput) {
+    create("--method scrambled --archiver-id 77");
+    const std::string first = readFile(archive());
+    create("--method scrambled --archiver-id 77");
+    EXPECT_EQ(readFile(archive()), first);
+    File->setFileSystemRoot(engineRoot().c_str());
+    File->verifyArchiverID(77);
+    EXPECT_THROW(File->verifyArchiverID(78), V_FileException_IncompatibleArchiverID *);
+}
+
+TEST_F(ArchiveTool, ExtractsWhatItPacked) {
+    using namespace std::chrono_literals;
+    const auto time = fs::last_write_time(tree() / "empty") - 100h;
+    fs::last_write_time(tree() / "empty", time);
+    create();
+    const fs::path out = root() / "out";
+    ASSERT_EQ(runTool("archive extract " + quoted(archive()) + " -d " + quoted(out)).status, 0);
+    for (const auto &[name, content] : m_contents)
+        ASSERT_EQ(readFile(out / name), content) << name;
+    EXPECT_LT(std::chrono::abs(fs::last_write_time(out / "empty") - time), 1ms);
+
+    const fs::path some = root() / "some";
+    ASSERT_EQ(runTool("archive extract " + quoted(archive()) + " 'dir1/*' EMPTY -d " + quoted(some)).status,
+              0);
+    EXPECT_TRUE(fs::exists(some / "dir1/File 1.txt"));
+    EXPECT_TRUE(fs::exists(some / "empty"));
+    EXPECT_FALSE(fs::exists(some / "dir0"));
+    EXPECT_EQ(runTool("archive extract " + quoted(archive()) + " nothing -d " + quoted(some)).status, 1);
+}
+
+TEST_F(ArchiveTool, NeverExtractsOutsideTheTarget) {
+    create("--method stored --exclude 'dir*' --exclude hollow");
+    const fs::path out = root() / "out";
+    fs::create_directories(out);
+    fs::create_symlink(root() / "victim", out / "empty");
+    const Outcome throughLink = runTool("archive extract " + quoted(archive()) + " -d " + quoted(out));
+    EXPECT_EQ(throughLink.status, 1);
+    EXPECT_NE(throughLink.output.find("a link stands there"), std::string::npos) << throughLink.output;
+    EXPECT_FALSE(fs::exists(root() / "victim"));
+
+    addFile("__/__/x", "evil");
+    create("--method stored --exclude 'dir*'");
+    renameInTables(archive(), "\\__\\__\\", "\\..\\..\\");
+    const Outcome upwards = runTool("archive extract " + quoted(archive()) + " -d " + quoted(out / "a"));
+    EXPECT_EQ(upwards.status, 1);
+    EXPECT_NE(upwards.output.find("would lead out of the target directory"), std::string::npos)
+        << upwards.output;
+}
+
+TEST_F(ArchiveTool, VerifyNamesTheFirstBadEntry) {
+    create();
+    EXPECT_EQ(runTool("archive verify " + quoted(archive())).status, 0);
+    const auto listed = nlohmann::json::parse(runTool("archive list --json " + quoted(archive())).output);
+    ASSERT_EQ(listed["files"].size(), m_contents.size());
+    const auto &entry = listed["files"][5];
+    std::string bytes = readFile(archive());
+    bytes.replace(entry["offset"].get<std::size_t>() + 3, 4, "????");
+    writeFile(archive(), bytes);
+    Outcome outcome = runTool("archive verify " + quoted(archive()));
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.output.find(entry["path"].get<std::string>()), std::string::npos) << outcome.output;
+
+    writeFile(archive(), bytes.substr(0, 60));
+    outcome = runTool("archive verify " + quoted(archive()));
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.output.find("Unable to read data from"), std::string::npos) << outcome.output;
+}
+
+TEST_F(ArchiveTool, RefusesWhatTheFormatCannotHoldAndKeepsTheOldArchive) {
+    create();
+    const std::string old = readFile(archive());
+    const auto refused = [&](const std::string &why) {
+        const Outcome outcome = create();
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_NE(outcome.output.find(why), std::string::npos) << outcome.output;
+        EXPECT_EQ(readFile(archive()), old);
+        EXPECT_FALSE(fs::exists(archive().string() + ".partial"));
+    };
+    addFile("dir0/FILE 0.DAT", "twin");
+    refused("dir0/File 0.dat: differs only in case from 'FILE 0.DAT'");
+    fs::remove(tree() / "dir0/FILE 0.DAT");
+
+    fs::create_directories(tree() / "DIR1");
+    refused("differs only in case from");
+    fs::remove(tree() / "DIR1");
+
+    addFile("back\\slash", "");
+    refused("the name holds a backslash");
+    fs::remove(tree() / "back\\slash");
+
+    fs::path deep = tree();
+    for (int i = 0; i < 6; ++i)
+        deep /= std::string(45, 'd');
+    writeFile(deep / "x", "");
+    refused("the path inside the archive exceeds 254 characters");
+    fs::remove_all(tree() / std::string(45, 'd'));
+
+    writeFile(tree() / "huge", "");
+    fs::resize_file(tree() / "huge", 0x100000000);
+    refused("huge: exceeds 4294967295 bytes");
+
+    EXPECT_EQ(runTool("archive create").status, 2);
+    EXPECT_EQ(runTool("archive create x.vas " + quoted(tree()) + " --rule '*=zip'").status, 2);
+    EXPECT_EQ(runTool("archive list " + quoted(root() / "no.vas")).status, 1);
+}
+
+} // namespace

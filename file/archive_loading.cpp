@@ -87,10 +87,10 @@ char *putName(char *out, const vl::ArchiveRecord &record) {
 
 // Sorts by key unless the table stands in that order already. Keys lie in their block in the order of the
 // records, so records with equal keys keep that order.
-template <class Entry, class Compare>
-void sortTable(Entry *entries, std::uint32_t count, Compare compare) {
-    const auto precedes = [compare](const Entry &a, const Entry &b) {
-        const int order = compare(a, b);
+template <class Entry>
+void sortTable(Entry *entries, std::uint32_t count) {
+    const auto precedes = [](const Entry &a, const Entry &b) {
+        const int order = vl::compareArchiveNames(a.key, b.key);
         return order != 0 ? order < 0 : a.key < b.key;
     };
     if (!std::is_sorted(entries, entries + count, precedes))
@@ -102,9 +102,9 @@ Table<V_File::VASFileEntry> loadFileTable(ArchiveReader &reader, const V_File::V
     const std::uint8_t *position = region.get();
     const std::uint8_t *const end = position + header.fileInfoSize;
 
-    // A key takes five digits more than the name; the fields stay behind.
-    constexpr std::size_t digits = 5;
-    const std::size_t room = header.fileInfoSize - header.fileCount * (vl::archiveFileFieldsSize - digits);
+    // A key takes its digits more than the name; the fields stay behind.
+    const std::size_t room =
+        header.fileInfoSize - header.fileCount * (vl::archiveFileFieldsSize - vl::archiveKeyDigits);
     Table<V_File::VASFileEntry> table{
         CountedArray<V_File::VASFileEntry>(vl::allocateArray<V_File::VASFileEntry>(header.fileCount)),
         CountedArray<char>(vl::allocateArray<char>(room))};
@@ -119,9 +119,8 @@ Table<V_File::VASFileEntry> loadFileTable(ArchiveReader &reader, const V_File::V
         if (entry.dirIndex > vl::archiveHighestDirIndex)
             reader.corrupted();
         entry.key = names;
-        for (std::uint32_t divisor = 10000; divisor != 0; divisor /= 10)
-            *names++ = static_cast<char>('0' + entry.dirIndex / divisor % 10);
-        names = putName(names, record);
+        vl::putArchiveKeyDigits(names, entry.dirIndex);
+        names = putName(names + vl::archiveKeyDigits, record);
 
         entry.offset = static_cast<unsigned int>(offset);
         offset += entry.storedSize;
@@ -193,19 +192,13 @@ void V_File::loadArchiveHeader(V_VASArchive *archive, const char *name) {
 
     Table<VASFileEntry> files = loadFileTable(reader, header);
     Table<VASDirectoryEntry> dirs = loadDirectoryTable(reader, header);
-    sortTable(files.entries.get(), header.fileCount, [](const VASFileEntry &a, const VASFileEntry &b) {
-        return vl::compareArchiveFiles(a.dirIndex, vl::nameOfArchiveFile(a), b.dirIndex,
-                                       vl::nameOfArchiveFile(b));
-    });
-    sortTable(dirs.entries.get(), header.dirCount,
-              [](const VASDirectoryEntry &a, const VASDirectoryEntry &b) {
-                  return vl::compareArchiveNames(a.key, b.key);
-              });
+    sortTable(files.entries.get(), header.fileCount);
+    sortTable(dirs.entries.get(), header.dirCount);
 
     const V_VASArchive complete = {
         archivePath.get(), header, files.entries.get(), dirs.entries.get(), files.names.get(),
         dirs.names.get(),  nullptr};
-    unsigned int *const index = vl::buildArchiveIndex(complete);
+    vl::ArchiveIndexSlot *const index = vl::buildArchiveIndex(complete);
     *archive = complete;
     archive->index = index;
     archivePath.release();

@@ -16,7 +16,6 @@ int main(int count, char **arguments) {
     int exitStatus = 0;
     addArchiveCommand(app, exitStatus);
     addSystemCommand(app, exitStatus);
-    addSystemCommand(app, exitStatus);
 
     try {
         app.parse(count, arguments);

@@ -4,7 +4,7 @@
 
 #include "vl/core/memory.h"
 
-#include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <memory>
 #include <new>
@@ -36,7 +36,7 @@ void deleteCounted(T *object) noexcept {
 /// A counted allocation of `count` unconstructed elements. Throws V_MemoryException_Allocation, also when the
 /// array would not fit the 32 bits of a size.
 template <class T>
-T *allocateArray(std::size_t count) {
+T *allocateArray(std::uint64_t count) {
     if (count > std::numeric_limits<unsigned int>::max() / sizeof(T))
         V_throw(V_MemoryException_Allocation());
     return static_cast<T *>(V_Memory::allocateCounted(static_cast<unsigned int>(count * sizeof(T))));

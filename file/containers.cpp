@@ -21,7 +21,7 @@ void *V_File::compress(const char *, const void *data, unsigned int size) {
     const std::uint64_t total = packedSize + vl::kLzssHeaderSize;
     vl::lzssWriteHeader(scratch.get(), {size, static_cast<std::uint32_t>(packedSize)});
     Bytes container(vl::allocateArray<std::uint8_t>(total));
-    std::memcpy(container.get(), scratch.get(), total);
+    std::memcpy(container.get(), scratch.get(), static_cast<std::size_t>(total)); // fits, being allocated
     return container.release();
 }
 

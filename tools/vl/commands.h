@@ -7,3 +7,4 @@
 #include <CLI/CLI.hpp>
 
 void addArchiveCommand(CLI::App &app, int &exitStatus);
+void addSystemCommand(CLI::App &app, int &exitStatus);

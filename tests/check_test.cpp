@@ -1,0 +1,126 @@
+// Failed checks: report, log, exception or end of the process.
+
+#include "tests/support/library_test.h"
+
+#include <cstdio>
+
+namespace {
+
+std::string logged;
+
+class Check : public LibraryTest {
+  protected:
+    Check() {
+        V_System::m_bAssertionCreatesException = true;
+        logged.clear();
+    }
+    ~Check() override {
+        V_System::m_bAssertionCreatesException = false;
+        V_System::m_bSuppressErrors = false;
+    }
+};
+
+const std::string line(78, '-');
+
+TEST_F(Check, EveryFailureReportsUnderItsOwnNameAndClass) {
+    const auto expect = [](const std::string &message, const std::string &start, const char *name,
+                           const char *expression) {
+        EXPECT_EQ(message, start + ":\n\n" + name + "( " + expression + " )\nFile: f\nLine: 3");
+    };
+#define EXPECT_REPORT(Leaf, start, name, expression, ...)                                                    \
+    expect(messageOf<V_DebugException_##Leaf>([] { name##__VA_ARGS__; }), start, #name, expression)
+    EXPECT_REPORT(Assert, "Assertion failed", V_ASSERT, "a", _fails("a", "f", 3, nullptr));
+    EXPECT_REPORT(Verify, "Verification failed", V_VERIFY, "a", _fails("a", "f", 3, nullptr));
+    EXPECT_REPORT(IllegalFunctionCall, "Illegal function call", V_ILLEGAL_CALL, "", _happened("f", 3));
+    EXPECT_REPORT(AssertPointer, "Pointer assertion failed", V_ASSERT_POINTER, "a",
+                  _fails("a", "f", 3, nullptr));
+    EXPECT_REPORT(Assert0OrPointer, "Pointer assertion failed", V_ASSERT_0_OR_POINTER, "a",
+                  _fails("a", "f", 3, nullptr));
+    EXPECT_REPORT(AssertPointerSize, "Pointer size assertion failed", V_ASSERT_POINTER_SIZE, "a",
+                  _fails("a", "f", 3, nullptr));
+    EXPECT_REPORT(AssertPointerToSingle, "Pointer to single object assertion failed",
+                  V_ASSERT_POINTER_TO_SINGLE, "a", _fails("a", "f", 3, nullptr));
+    EXPECT_REPORT(AssertPointerToArray, "Pointer to array assertion failed", V_ASSERT_POINTER_TO_ARRAY, "a",
+                  _fails("a", "f", 3, nullptr));
+    EXPECT_REPORT(AssertPointerToReallocation, "Pointer to reallocation assertion failed",
+                  V_ASSERT_POINTER_TO_REALLOCATION, "a", _fails("a", "f", 3, nullptr));
+    EXPECT_REPORT(AssertObjectValid, "Object invalid", V_ASSERT_OBJECT_VALID, "", _fails("f", 3));
+    EXPECT_REPORT(AssertObjectValid1, "Object invalid", V_ASSERT_OBJECT_VALID1, "a", _fails("a", "f", 3));
+    EXPECT_REPORT(AssertObjectConstructed, "Object assumed constructed", V_ASSERT_OBJECT_CONSTRUCTED, "",
+                  _fails("f", 3));
+    EXPECT_REPORT(AssertObjectDestructed, "Object assumed destructed", V_ASSERT_OBJECT_DESTRUCTED, "",
+                  _fails("f", 3));
+    EXPECT_THROW(V_ASSERT_fails("a", "f", 3, nullptr), V_DebugException *);
+}
+
+TEST_F(Check, ReasonsPercentSignsAndLongTextsStandAsGiven) {
+    EXPECT_EQ(messageOf<V_DebugException_Verify>([] { V_VERIFY_fails("100 %s %n", "f", 3, "5 %d"); }),
+              "Verification failed:\n\nV_VERIFY( 100 %s %n )\nFile: f\nLine: 3\n\nReason: 5 %d");
+    const std::string text(3000, 'x');
+    const std::string message =
+        messageOf<V_DebugException_Verify>([&] { V_VERIFY_fails(text.c_str(), "f", 3, text.c_str()); });
+    EXPECT_EQ(message, "Verification failed:\n\nV_VERIFY( " + std::string(2037, 'x'));
+}
+
+TEST_F(Check, MacrosReportTheirExpressionAndPlace) {
+    const std::string place = std::string(__FILE__) + "\nLine: " + std::to_string(__LINE__ + 1);
+    EXPECT_EQ(messageOf<V_DebugException_Verify>([] { V_VERIFY(1 + 1 == 3); }),
+              "Verification failed:\n\nV_VERIFY( 1 + 1 == 3 )\nFile: " + place);
+    EXPECT_NO_THROW(V_VERIFY(1 + 1 == 2));
+    EXPECT_THROW(V_ILLEGAL_CALL(), V_DebugException_IllegalFunctionCall *);
+    alignas(int) char bytes[8] = {};
+    EXPECT_TRUE(V_isPointer(reinterpret_cast<int *>(bytes)));
+    EXPECT_FALSE(V_isPointer(reinterpret_cast<int *>(bytes + 1)));
+    EXPECT_FALSE(V_isPointer(static_cast<int *>(nullptr)));
+}
+
+TEST_F(Check, SuppressedFailuresPassSilently) {
+    V_System::m_bSuppressErrors = true;
+    V_System::m_bAssertionCreatesException = false; // would end the process
+    EXPECT_NO_THROW(V_ASSERT_fails("a", "f", 3, nullptr));
+    EXPECT_NO_THROW(V_ILLEGAL_CALL());
+}
+
+class CheckLog : public ::testing::Test {
+  protected:
+    CheckLog() {
+        std::filesystem::current_path(m_directory.path()); // where the log goes
+        logged.clear();
+        Sys->setVerboseCallback([](const char *text) { logged += text; });
+        Sys->verbose("start");
+        logged.clear();
+    }
+    ~CheckLog() override {
+        V_System::m_bAssertionCreatesException = false;
+        Sys->setVerboseCallback(nullptr);
+        Sys->ceaseVerbose(1);
+        std::filesystem::current_path(std::filesystem::temp_directory_path());
+    }
+    V_VantorInit m_library;
+    TemporaryDirectory m_directory;
+};
+
+TEST_F(CheckLog, TheReportIsLoggedWhole) {
+    V_System::m_bAssertionCreatesException = true;
+    EXPECT_THROW(V_ASSERT_fails("50 % a", "f", 3, "r"), V_DebugException_Assert *);
+    EXPECT_EQ(logged,
+              "\n\n" + line + "\nV_ASSERT( 50 % a )\nFile: f\nLine: 3\n\nReason: r\n" + line + "\n\n");
+    logged.clear();
+    const std::string text(1500, 'x');
+    EXPECT_THROW(V_ASSERT_fails(text.c_str(), "f", 3, nullptr), V_DebugException_Assert *);
+    EXPECT_EQ(logged, "\n\n" + line + "\nV_ASSERT( " + text + " )\nFile: f\nLine: 3\n" + line + "\n\n");
+}
+
+void cleanUp() {
+    V_ASSERT_fails("within", "clean-up", 1, nullptr); // must stay silent
+    std::fputs("cleaned up\n", stderr);
+}
+
+TEST_F(CheckLog, WithoutExceptionsTheProcessCleansUpAndEnds) {
+    Sys->add(cleanUp, nullptr);
+    EXPECT_EXIT(V_ASSERT_POINTER_fails("p", "f", 3, nullptr), ::testing::ExitedWithCode(255),
+                "cleaned up\n(.|\n)*Pointer invalid(.|\n)*V_ASSERT_POINTER\\( p \\)\nFile: f\nLine: 3");
+    Sys->remove(cleanUp);
+}
+
+} // namespace

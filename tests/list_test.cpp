@@ -1,0 +1,145 @@
+// Intrusive lists.
+
+#include "tests/support/failing_allocation.h"
+
+#include "vl/core/list.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <random>
+#include <vector>
+
+namespace {
+
+template <class List>
+std::vector<int> contents(const List &list) {
+    std::vector<int> forward, backward;
+    for (const int *element = list.getFirst(); element; element = list.getNext(element))
+        forward.push_back(*element);
+    for (const int *element = list.getLast(); element; element = list.getPrev(element))
+        backward.push_back(*element);
+    std::reverse(backward.begin(), backward.end());
+    EXPECT_EQ(forward, backward);
+    EXPECT_EQ(forward.size(), static_cast<std::size_t>(list.getCount()));
+    return forward;
+}
+
+TEST(List, RandomOperationsKeepWhatAVectorKeeps) {
+    V_Memory::resetNewDeleteCounts();
+    {
+        V_DLList<int> list, other;
+        EXPECT_EQ(list.getFirst(), nullptr);
+        EXPECT_EQ(list.unlinkFirst(), nullptr);
+        EXPECT_EQ(list.unlinkLast(), nullptr);
+        std::vector<int> model, otherModel;
+        std::mt19937 random(1);
+        for (int i = 0; i < 3000; ++i) {
+            const std::size_t at = model.empty() ? 0 : random() % model.size();
+            switch (random() % (model.empty() ? 2 : 8)) {
+            case 0:
+                *list.insertFirst() = i;
+                model.insert(model.begin(), i);
+                break;
+            case 1:
+                *list.insertLast() = i;
+                model.push_back(i);
+                break;
+            case 2: { // from one list to the other
+                int *element = list.getAt(static_cast<int>(at));
+                list.unlink(element);
+                other.linkFirst(element);
+                otherModel.insert(otherModel.begin(), model[at]);
+                model.erase(model.begin() + static_cast<std::ptrdiff_t>(at));
+                break;
+            }
+            case 3:
+                list.remove(list.getAt(static_cast<int>(at)));
+                model.erase(model.begin() + static_cast<std::ptrdiff_t>(at));
+                break;
+            case 4:
+                list.linkLast(list.unlinkFirst());
+                std::rotate(model.begin(), model.begin() + 1, model.end());
+                break;
+            case 5:
+                list.linkFirst(list.unlinkLast());
+                std::rotate(model.begin(), model.end() - 1, model.end());
+                break;
+            default:
+                EXPECT_EQ(*list.getAt(static_cast<int>(at)), model[at]);
+                EXPECT_EQ(list.getAt(list.getCount()), nullptr);
+                EXPECT_EQ(list.getAt(-1), nullptr);
+            }
+            if (i % 50 == 0) {
+                EXPECT_EQ(contents(list), model);
+            }
+        }
+        EXPECT_EQ(contents(list), model);
+        EXPECT_EQ(contents(other), otherModel);
+        const int deletes = V_Memory::getDeleteCount();
+        list.removeAll();
+        EXPECT_EQ(V_Memory::getDeleteCount(), deletes + static_cast<int>(model.size()));
+        EXPECT_EQ(list.getCount(), 0);
+        list.freeNode(nullptr);
+    }
+    EXPECT_EQ(V_Memory::getNewCount(), V_Memory::getDeleteCount());
+}
+
+struct Owner {
+    std::shared_ptr<int> shared;
+};
+
+TEST(List, InitialisingListsConstructAndDestroyTheirElements) {
+    const auto shared = std::make_shared<int>();
+    {
+        V_DLListInit<Owner> list;
+        for (int i = 0; i < 3; ++i)
+            list.insertLast()->shared = shared;
+        list.remove(list.getFirst());
+        EXPECT_EQ(shared.use_count(), 3);
+    }
+    EXPECT_EQ(shared.use_count(), 1);
+}
+
+struct Throws {
+    Throws() { throw 1; }
+};
+
+TEST(List, FailuresLeaveTheListUnchanged) {
+    V_Memory::resetNewDeleteCounts();
+    V_DLListInit<Throws> throws;
+    EXPECT_THROW(throws.insertLast(), int);
+    EXPECT_EQ(throws.getCount(), 0);
+    EXPECT_EQ(V_Memory::getNewCount(), V_Memory::getDeleteCount());
+
+    V_DLList<int> list;
+    *list.insertLast() = 1;
+    const FailingAllocation fault(0);
+    EXPECT_THROW(list.insertLast(), V_MemoryException_Allocation *);
+    EXPECT_EQ(contents(list), std::vector<int>{1});
+}
+
+TEST(List, ReusableNodesComeBackLastFirst) {
+    const auto shared = std::make_shared<int>();
+    {
+        V_ReusableNodeList<Owner, V_DLListInit<Owner>> list;
+        Owner *nodes[3];
+        for (Owner *&node : nodes) {
+            node = list.getNode();
+            node->shared = shared;
+        }
+        list.releaseAll();
+        EXPECT_EQ(list.getFirst(), nullptr);
+        const int allocations = V_Memory::getNewCount();
+        EXPECT_EQ(list.getNode(), nodes[2]);
+        EXPECT_EQ(V_Memory::getNewCount(), allocations);
+        EXPECT_EQ(nodes[2]->shared, shared); // as it was left
+        EXPECT_EQ(list.getCount(), 1);
+        EXPECT_EQ(list.getFreeCount(), 2);
+        EXPECT_EQ(list.getNext(list.getFirst()), nullptr);
+    }
+    EXPECT_EQ(shared.use_count(), 1);
+}
+
+} // namespace

@@ -1,0 +1,348 @@
+// Processor detection from literal CPUID registers.
+
+#include "core/processor.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Registers = vl::platform::CpuidRegisters;
+using vl::Processor;
+
+/// A processor with the given leaves; every other leaf reads 0.
+struct FakeProcessor {
+    std::map<std::uint32_t, Registers> leaves;
+
+    FakeProcessor(const char (&vendor)[13], std::uint32_t highest, std::uint32_t signature) {
+        Registers &zero = leaves[0];
+        zero.eax = highest;
+        std::memcpy(&zero.ebx, vendor, 4);
+        std::memcpy(&zero.edx, vendor + 4, 4);
+        std::memcpy(&zero.ecx, vendor + 8, 4);
+        leaves[1].eax = signature;
+    }
+
+    Processor detect(bool savesSse = true) const {
+        return vl::detectProcessor(
+            [this](std::uint32_t leaf, Registers &registers) {
+                const auto found = leaves.find(leaf);
+                registers = found == leaves.end() ? Registers{} : found->second;
+                return true;
+            },
+            savesSse);
+    }
+};
+
+constexpr char intel[13] = "GenuineIntel";
+constexpr char umc[13] = "UMC UMC UMC ";
+constexpr char amd[13] = "AuthenticAMD";
+constexpr char cyrix[13] = "CyrixInstead";
+constexpr char nexgen[13] = "NexGenDriven";
+constexpr char centaur[13] = "CentaurHauls";
+
+TEST(Processor, VendorStringNamesTheMaker) {
+    const struct {
+        char vendor[13];
+        int number;
+        const char *model;
+    } rows[] = {{"GenuineIntel", 1, "Intel unknown"},   {"UMC UMC UMC ", 2, "UMC unknown"},
+                {"UMC UMC UMC", 2, "UMC unknown"},      {"AuthenticAMD", 3, "AMD unknown"},
+                {"CyrixInstead", 4, "Cyrix unknown"},   {"NexGenDriven", 5, "NexGen unknown"},
+                {"CentaurHauls", 6, "Centaur unknown"}, {"UMC UMC UMCX", 0, "Unknown"},
+                {"genuineintel", 0, "Unknown"}};
+    for (const auto &row : rows) {
+        const Processor processor = FakeProcessor(row.vendor, 1, 0xFF0 & ~0xF00).detect();
+        EXPECT_EQ(processor.vendor, row.number) << row.vendor;
+        EXPECT_STREQ(processor.model, row.model);
+    }
+}
+
+TEST(Processor, SignatureDecidesNameAndType) {
+    const struct {
+        const char (&vendor)[13];
+        std::vector<std::uint32_t> signatures;
+        const char *model;
+        int type;
+        std::uint32_t brand = 0;
+        std::uint32_t extendedFlags = 0;
+    } rows[] = {
+        {intel, {0x400}, "Intel 486DX-25/33", 0},
+        {intel, {0x41F}, "Intel 486DX-50", 0},
+        {intel, {0x420}, "Intel 486SX", 0},
+        {intel, {0x430}, "Intel 486DX2", 0},
+        {intel, {0x440}, "Intel 486SL", 0},
+        {intel, {0x450}, "Intel 486SX2", 0},
+        {intel, {0x470}, "Intel 486DX2WB", 0},
+        {intel, {0x480}, "Intel 486DX4", 0},
+        {intel, {0x490}, "Intel 486DX4WB", 0},
+        {intel,
+         {0x460, 0x4A0, 0x550, 0x560, 0x590, 0x620, 0x640, 0x690, 0x6F0, 0x700, 0xE00},
+         "Intel unknown",
+         0},
+        {umc, {0x410, 0x420}, "UMC 486", 0},
+        {umc, {0x400, 0x430, 0x510}, "UMC unknown", 0},
+        {amd, {0x430}, "AMD 486DX2", 0},
+        {amd, {0x470}, "AMD 486DX2WB", 0},
+        {amd, {0x480}, "AMD 486DX4", 0},
+        {amd, {0x490}, "AMD 486DX4WB", 0},
+        {amd, {0x4E0}, "AMD 486/5x86", 0},
+        {amd, {0x4F0}, "AMD 486/5x86WB", 0},
+        {cyrix, {0x490}, "Cyrix 5x86", 21},
+        {cyrix, {0x440, 0x540}, "Cyrix MediaGX", 24},
+        {intel, {0x500, 0x510, 0x520, 0x530, 0x54C, 0x570, 0x580}, "Intel Pentium", 25},
+        {nexgen, {0x500}, "NexGen Nx586", 28},
+        {nexgen, {0x510}, "NexGen unknown", 0},
+        {cyrix, {0x520}, "Cyrix 6x86", 22},
+        {cyrix, {0x600}, "Cyrix 6x86MX", 23},
+        {cyrix, {0x500, 0x610}, "Cyrix unknown", 0},
+        {amd, {0x500, 0x510, 0x520, 0x530}, "AMD K5", 19},
+        {amd, {0x560, 0x570}, "AMD K6", 6},
+        {amd, {0x580, 0x5C8, 0x5CB}, "AMD unknown", 7},
+        {amd, {0x5D0, 0x5D3}, "AMD unknown", 8},
+        {amd, {0x590, 0x5D4, 0x5D7}, "AMD unknown", 9},
+        {amd, {0x540, 0x5C7, 0x5CC, 0x5D8, 0x670, 0xF00}, "AMD unknown", 0},
+        {centaur, {0x540}, "IDT WinChip C6", 13},
+        {centaur, {0x580}, "IDT WinChip 2-3D", 15, 0, 1U << 31},
+        {centaur, {0x580}, "IDT WinChip 2", 14},
+        {centaur, {0x66F}, "Centaur unknown", 16},
+        {centaur, {0x670, 0x677}, "Centaur unknown", 17},
+        {centaur, {0x678, 0x67F}, "Centaur unknown", 18},
+        {centaur, {0x590, 0x680}, "Centaur unknown", 0},
+        {intel, {0x600, 0x610}, "Intel Pentium Pro", 26},
+        {intel, {0x630, 0x650}, "Intel Pentium II", 2},
+        {intel, {0x660}, "Intel Celeron A", 27},
+        {intel, {0x670}, "Intel Pentium III", 4},
+        {intel, {0x680}, "Intel Celeron", 1, 1},
+        {intel, {0x680}, "Intel Pentium III Xeon", 5, 3},
+        {intel, {0x680}, "Intel Pentium III", 4, 2},
+        {intel, {0xF00, 0xF29, 0xFFF}, "Intel Pentium 4", 12, 3},
+        {amd, {0x600, 0x610, 0x620, 0x640, 0x650}, "AMD unknown", 10},
+        {amd, {0x630}, "AMD unknown", 11},
+        {amd, {0x660}, "AMD unknown", 20},
+    };
+    for (const auto &row : rows)
+        for (const std::uint32_t signature : row.signatures) {
+            // The upper half of the signature and of the brand's register do not count.
+            FakeProcessor fake(row.vendor, 2, 0xABCD0000 | signature);
+            fake.leaves[1].ebx = 0x5500 | row.brand;
+            fake.leaves[2].eax = 0x4301; // 512 KB at level 2
+            fake.leaves[0x80000000].eax = 0x80000001;
+            fake.leaves[0x80000001].edx = row.extendedFlags;
+            const Processor processor = fake.detect();
+            EXPECT_STREQ(processor.model, row.model) << row.vendor << std::hex << signature;
+            EXPECT_EQ(processor.type, row.type) << row.vendor << std::hex << signature;
+        }
+}
+
+TEST(Processor, LevelTwoSizeTellsThreeIntelModelsApart) {
+    const struct {
+        std::uint32_t signature, descriptors;
+        const char *model;
+        int type;
+    } rows[] = {{0x650, 0x0001, "Intel Celeron", 1},          {0x650, 0x4301, "Intel Pentium II", 2},
+                {0x650, 0x4401, "Intel Pentium II Xeon", 3},  {0x650, 0x4501, "Intel Pentium II Xeon", 3},
+                {0x670, 0x0001, "Intel Pentium III", 4},      {0x670, 0x4301, "Intel Pentium III", 4},
+                {0x670, 0x4401, "Intel Pentium III Xeon", 5}, {0x630, 0x4401, "Intel Pentium II", 2}};
+    for (const auto &row : rows) {
+        FakeProcessor fake(intel, 2, row.signature);
+        fake.leaves[2].eax = row.descriptors;
+        const Processor processor = fake.detect();
+        EXPECT_STREQ(processor.model, row.model) << std::hex << row.signature << ' ' << row.descriptors;
+        EXPECT_EQ(processor.type, row.type);
+    }
+}
+
+TEST(Processor, FlagsGiveCapabilities) {
+    constexpr std::uint32_t b4 = 1U << 4, b15 = 1U << 15, b16 = 1U << 16, b22 = 1U << 22, b23 = 1U << 23,
+                            b25 = 1U << 25, b26 = 1U << 26, b30 = 1U << 30, b31 = 1U << 31;
+    const struct {
+        const char (&vendor)[13];
+        std::uint32_t standard, extended, highestExtended;
+        bool savesSse;
+        std::uint32_t caps;
+    } rows[] = {
+        {intel, b23, 0, 0, true, 1},
+        {nexgen, b4 | b23, b31, 0x80000001, true, 1 | 16},
+        {intel, b16 | b15, b31 | b22 | b30, 0x80000001, true, 4},
+        {amd, b16, b31, 0x80000001, true, 2 | 4},
+        {amd, b15, b31 | b22 | b30, 0x80000001, true, 2 | 8},
+        {amd, 0, b22, 0x80000001, true, 0},
+        {amd, 0, b30, 0x80000001, true, 0},
+        {amd, 0, b31 | b22 | b30, 0x80000000, true, 0}, // the leaf does not exist
+        {centaur, b15 | b16, b31 | b22 | b30, 0x80000001, true, 2},
+        {cyrix, b15, b31, 0x80000001, true, 2 | 4},
+        {cyrix, b16, b22 | b30, 0x80000001, true, 0},
+        {intel, b25, 0, 0, true, 32},
+        {intel, b26, 0, 0, true, 32 | 64},
+        {intel, b25 | b26, 0, 0, true, 32 | 64},
+        {intel, b4 | b25 | b26, 0, 0, false, 16},
+    };
+    for (const auto &row : rows) {
+        FakeProcessor fake(row.vendor, 1, 0);
+        fake.leaves[1].edx = row.standard;
+        fake.leaves[0x80000000].eax = row.highestExtended;
+        fake.leaves[0x80000001].edx = row.extended;
+        EXPECT_EQ(fake.detect(row.savesSse).caps, row.caps)
+            << row.vendor << std::hex << row.standard << ' ' << row.extended;
+    }
+}
+
+TEST(Processor, BrandStringReplacesTheNameButNotTheType) {
+    const std::string brand = "Sample CPU 3000 of exactly 48 characters length!";
+    ASSERT_EQ(brand.size(), 48U);
+    const auto detect = [&](const char(&vendor)[13], std::string text, std::uint32_t highestExtended) {
+        FakeProcessor fake(vendor, 2, 0x683);
+        fake.leaves[1].ebx = 3;
+        fake.leaves[0x80000000].eax = highestExtended;
+        text.resize(48);
+        for (std::uint32_t i = 0; i < 3; ++i)
+            std::memcpy(&fake.leaves[0x80000002 + i], text.data() + 16 * i, 16);
+        return fake.detect();
+    };
+    for (const auto *vendor : {&intel, &amd, &cyrix, &centaur})
+        EXPECT_EQ(detect(*vendor, brand, 0x80000004).model, brand) << *vendor;
+    EXPECT_EQ(detect(intel, brand, 0x80000008).type, 5);
+    EXPECT_STREQ(detect(intel, "Short", 0x80000004).model, "Short");
+    EXPECT_STREQ(detect(intel, brand, 0x80000003).model, "Intel Pentium III Xeon");
+    EXPECT_STREQ(detect(umc, brand, 0x80000004).model, "UMC unknown");
+}
+
+using Field = std::uint32_t Processor::*;
+constexpr Field fields[] = {&Processor::tlbCode, &Processor::tlbData, &Processor::l1Code, &Processor::l1Data,
+                            &Processor::l2,      &Processor::l3,      &Processor::l1Trace};
+
+/// The figures of `processor` are those expected, and 0 where nothing is expected.
+void expectFigures(const Processor &processor, const std::vector<std::pair<Field, std::uint32_t>> &expected) {
+    for (std::size_t i = 0; i < std::size(fields); ++i) {
+        const Field field = fields[i];
+        std::uint32_t value = 0;
+        for (const auto &[expectedField, expectedValue] : expected)
+            if (expectedField == field)
+                value = expectedValue;
+        EXPECT_EQ(processor.*field, value) << "figure " << i;
+    }
+}
+
+TEST(Processor, DescriptorBytesGiveCacheSizes) {
+    std::map<int, std::vector<std::pair<Field, std::uint32_t>>> rows;
+    const auto add = [&rows](Field field, std::initializer_list<std::pair<int, std::uint32_t>> values) {
+        for (const auto &[byte, value] : values)
+            rows[byte].emplace_back(field, value);
+    };
+    add(&Processor::tlbCode, {{0x01, 4096}, {0x02, 4194304}, {0x50, 64}, {0x51, 128}, {0x52, 256}});
+    add(&Processor::tlbData, {{0x03, 4096}, {0x04, 4194304}, {0x5B, 64}, {0x5C, 128}, {0x5D, 256}});
+    add(&Processor::l1Code, {{0x06, 8192}, {0x08, 16384}, {0x80, 16384}});
+    add(&Processor::l1Data,
+        {{0x0A, 8192}, {0x0C, 16384}, {0x66, 8192}, {0x67, 16384}, {0x68, 32768}, {0x80, 16384}});
+    add(&Processor::l2, {{0x41, 131072},
+                         {0x42, 262144},
+                         {0x43, 524288},
+                         {0x44, 1048576},
+                         {0x45, 2097152},
+                         {0x46, 4194304},
+                         {0x79, 131072},
+                         {0x7A, 262144},
+                         {0x7B, 524288},
+                         {0x7C, 1048576},
+                         {0x81, 131072},
+                         {0x82, 262144},
+                         {0x83, 524288},
+                         {0x84, 1048576},
+                         {0x85, 2097152}});
+    add(&Processor::l3, {{0x22, 524288}, {0x23, 1048576}, {0x25, 2097152}, {0x29, 4194304}});
+    add(&Processor::l1Trace, {{0x70, 12288}, {0x71, 16384}, {0x72, 32768}});
+
+    for (int byte = 0; byte < 256; ++byte)
+        for (int place = 1; place < 16; ++place) { // place 0 holds the count
+            SCOPED_TRACE("byte " + std::to_string(byte) + " at " + std::to_string(place));
+            FakeProcessor fake(nexgen, 2, 0);
+            unsigned char bytes[16] = {1};
+            bytes[place] = static_cast<unsigned char>(byte);
+            std::memcpy(&fake.leaves[2], bytes, sizeof bytes);
+            expectFigures(fake.detect(), rows[byte]);
+        }
+}
+
+TEST(Processor, DescriptorsAreReadAsOftenAsTheCountSays) {
+    const auto detect = [](std::vector<Registers> readings) {
+        std::size_t next = 0;
+        const FakeProcessor fake(intel, 2, 0x670);
+        return vl::detectProcessor(
+            [&](std::uint32_t leaf, Registers &registers) {
+                const auto found = fake.leaves.find(leaf);
+                registers = found == fake.leaves.end() ? Registers{} : found->second;
+                if (leaf == 2)
+                    registers = readings.at(next++);
+                return true;
+            },
+            true);
+    };
+    // A later byte wins; the low byte of every reading's first register is not a descriptor.
+    expectFigures(detect({{0x4102, 0, 0, 0x22}, {0x43, 0x42, 0, 0}}),
+                  {{&Processor::l2, 262144}, {&Processor::l3, 524288}});
+    expectFigures(detect({{0x40004301, 0, 0x22, 0}}), {{&Processor::l2, 524288}}); // nothing beyond level 2
+    expectFigures(detect({{0x40000001, 0, 0x22, 0}}), {{&Processor::l3, 524288}}); // no level 2 either
+    expectFigures(detect({{0x4300, 0x0A, 0, 0}}), {});
+    expectFigures(detect({{0x01, 0x8100000A, 0, 0}}), {{&Processor::l1Data, 8192}, {&Processor::l2, 131072}});
+}
+
+TEST(Processor, OtherMakersDescribeTheirCachesDifferently) {
+    const auto detect = [](const char(&vendor)[13], std::uint32_t highest, std::uint32_t signature,
+                           std::uint32_t highestExtended, Registers leaf2) {
+        FakeProcessor fake(vendor, highest, signature);
+        fake.leaves[2] = leaf2;
+        fake.leaves[0x80000000].eax = highestExtended;
+        fake.leaves[0x80000005] = {0, 0, 0x40FFFFFF, 0x20FFFFFF};
+        fake.leaves[0x80000006] = {0, 0, 0x0200FFFF, 0};
+        return fake.detect();
+    };
+    constexpr Registers level2 = {0x4301, 0, 0, 0};
+    const std::pair<Field, std::uint32_t> l1Code{&Processor::l1Code, 32768},
+        l1Data{&Processor::l1Data, 65536};
+    using P = Processor;
+
+    expectFigures(detect(cyrix, 1, 0x520, 0, {}),
+                  {{&P::tlbCode, 4096}, {&P::tlbData, 4096}, {&P::l1Code, 8192}, {&P::l1Data, 8192}});
+    expectFigures(detect(cyrix, 2, 0x520, 0, {0x7001, 0, 0, 0x80}),
+                  {{&P::tlbCode, 4096}, {&P::tlbData, 4096}, {&P::l1Code, 8192}, {&P::l1Data, 8192}});
+    expectFigures(detect(cyrix, 2, 0x520, 0, {0x4301, 0, 0, 0x8000}), {});
+
+    expectFigures(detect(amd, 2, 0x600, 0x80000004, level2), {});
+    expectFigures(detect(amd, 2, 0x600, 0x80000005, level2), {l1Code, l1Data});
+    expectFigures(detect(amd, 2, 0x600, 0x80000006, level2), {l1Code, l1Data, {&P::l2, 512 * 1024}});
+    expectFigures(detect(amd, 2, 0x630, 0x80000006, level2), {l1Code, l1Data, {&P::l2, 64 * 1024}});
+    expectFigures(detect(amd, 2, 0x631, 0x80000006, level2), {l1Code, l1Data, {&P::l2, 512 * 1024}});
+
+    expectFigures(detect(centaur, 2, 0x670, 0x80000006, level2), {l1Code, l1Data, {&P::l2, 2048}});
+    expectFigures(detect(centaur, 2, 0x670, 0x80000005, level2), {l1Code, l1Data});
+    expectFigures(detect(centaur, 2, 0x580, 0x80000006, level2), {l1Code, l1Data, {&P::l2, 524288}});
+    expectFigures(detect(centaur, 1, 0x580, 0, level2), {});
+    expectFigures(detect(umc, 2, 0x410, 0x80000006, level2), {{&P::l2, 524288}});
+
+    expectFigures(detect(intel, 1, 0x540, 0, level2), {{&P::l1Code, 8192}, {&P::l1Data, 8192}});
+    FakeProcessor mmx(intel, 1, 0x540);
+    mmx.leaves[1].edx = 1U << 23;
+    expectFigures(mmx.detect(), {{&P::l1Code, 16384}, {&P::l1Data, 16384}});
+}
+
+TEST(Processor, WithoutUsableLeavesNothingIsKnown) {
+    for (const std::uint32_t highest : {0x0U, 0x10U, 0x20U, 0xFFFFFFF0U}) {
+        FakeProcessor fake(intel, highest, 0x670);
+        fake.leaves[1].edx = ~0U;
+        const Processor processor = fake.detect();
+        EXPECT_EQ(processor.vendor, 0);
+        EXPECT_EQ(processor.caps, 0U);
+        EXPECT_STREQ(processor.model, "Unknown");
+    }
+    const Processor processor = vl::detectProcessor([](std::uint32_t, Registers &) { return false; }, true);
+    EXPECT_EQ(processor.vendor, 0);
+    EXPECT_STREQ(processor.model, "Unknown");
+    expectFigures(processor, {});
+}
+
+} // namespace

@@ -1,0 +1,168 @@
+// The profiler's table and its traces.
+
+#include "tests/support/failing_allocation.h"
+#include "tests/support/fake_machine.h"
+
+#include "vl/core.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <locale>
+#include <optional>
+#include <sstream>
+
+namespace {
+
+class ProfileReport : public ::testing::Test {
+  protected:
+    ProfileReport() {
+        m_library.emplace();
+        Sys->ceaseVerbose(1);
+    }
+
+    /// 8 ms: outer 5 around inner 2.
+    static void frame(const char *outerName = "outer") {
+        V_Profile::startFrame();
+        {
+            const V_Profile outer(outerName);
+            FakeMachine::pass(0.001);
+            {
+                const V_Profile inner("inner");
+                V_Memory::freeCounted(V_Memory::allocateCounted(1));
+                FakeMachine::pass(0.002);
+            }
+            FakeMachine::pass(0.002);
+        }
+        FakeMachine::pass(0.003);
+        V_Profile::endFrame();
+    }
+
+    static nlohmann::json written(const V_ProfileTrace &trace) {
+        std::ostringstream out;
+        trace.write(out);
+        return nlohmann::json::parse(out.str())["traceEvents"];
+    }
+
+    FakeMachine m_machine;
+    std::optional<V_VantorInit> m_library;
+};
+
+TEST_F(ProfileReport, TableListsTheSectionsOfTheLastFrame) {
+    V_Profile::startFrame();
+    { const V_Profile unused("not in the last frame"); }
+    V_Profile::endFrame();
+    frame();
+    frame();
+    std::ostringstream cycles;
+    V_writeProfileTable(cycles);
+    EXPECT_EQ(cycles.str(), std::string(52, ' ') +
+                                "inclusive             exclusive   allocations\n"
+                                "section                           calls       Mcycles       %       Mcycles "
+                                "      %   incl   excl\n"
+                                "outer                                 1       10.0000   62.50        6.0000 "
+                                "  37.50      1      0\n"
+                                "inner                                 1        4.0000   25.00        4.0000 "
+                                "  25.00      1      1\n"
+                                "frame                                         16.0000  100.00\n");
+
+    FakeMachine::s_iStep = 500'000; // the measured rate is 2 GHz and a thousandth
+    Sys->getProcessorSpeed();
+    FakeMachine::s_iStep = 0;
+    frame("\x1b[2J");
+    std::ostringstream seconds;
+    V_writeProfileTable(seconds);
+    EXPECT_NE(seconds.str().find("?[2J                                  1        4.9950   62.50"),
+              std::string::npos)
+        << seconds.str();
+
+    V_Profile::startFrame();
+    std::ostringstream running;
+    V_writeProfileTable(running);
+    EXPECT_EQ(running.str(), "A frame is running.\n");
+}
+
+TEST_F(ProfileReport, TraceHoldsEveryInstanceWithItsTimes) {
+    frame("before");
+    V_ProfileTrace trace;
+    FakeMachine::pass(0.5);
+    trace.start();
+    FakeMachine::pass(0.010);
+    frame();
+    frame();
+    trace.stop();
+    frame("after");
+    EXPECT_TRUE(trace.isComplete());
+    const nlohmann::json events = written(trace);
+    ASSERT_EQ(events.size(), 6U);
+    EXPECT_EQ(trace.getEventCount(), 6U);
+    const nlohmann::json expected = nlohmann::json::parse(R"([
+        {"name":"inner","cat":"section","ph":"X","pid":1,"tid":1,"ts":11000.0,"dur":2000.0,
+         "args":{"allocations":1,"releases":1}},
+        {"name":"outer","cat":"section","ph":"X","pid":1,"tid":1,"ts":10000.0,"dur":5000.0,
+         "args":{"allocations":1,"releases":1}},
+        {"name":"Frame","cat":"frame","ph":"X","pid":1,"tid":1,"ts":10000.0,"dur":8000.0}])");
+    EXPECT_EQ(nlohmann::json({events[0], events[1], events[2]}), expected);
+    EXPECT_EQ(events[5]["ts"], 18000.0);
+
+    trace.start(); // begins anew
+    EXPECT_EQ(written(trace).size(), 0U);
+}
+
+TEST_F(ProfileReport, TraceIsValidJsonWhateverTheNames) {
+    std::locale::global(std::locale::classic());
+    V_ProfileTrace trace;
+    trace.start();
+    for (const char *name : {"quote\" back\\slash", "line\nfeed\x01", "\xC3\xA4 is fine", "\xC3",
+                             "\xE0\x80\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xFF\xFE"})
+        frame(name);
+    const nlohmann::json events = written(trace);
+    std::vector<std::string> names;
+    for (const nlohmann::json &event : events)
+        if (event["name"] != "inner" && event["name"] != "Frame")
+            names.push_back(event["name"]);
+    const std::string bad = "\xEF\xBF\xBD";
+    EXPECT_EQ(names,
+              (std::vector<std::string>{"quote\" back\\slash", "line\nfeed\x01", "\xC3\xA4 is fine", bad,
+                                        bad + bad + bad, bad + bad + bad, bad + bad + bad + bad, bad + bad}));
+}
+
+TEST_F(ProfileReport, TraceEndsSafely) {
+    V_ProfileTrace first, second;
+    first.start();
+    frame();
+    second.start(); // ends the first
+    frame();
+    EXPECT_EQ(first.getEventCount(), 3U);
+    {
+        V_ProfileTrace shortLived;
+        shortLived.start();
+    }
+    frame();
+    EXPECT_EQ(second.getEventCount(), 3U);
+
+    V_ProfileTrace third;
+    third.start();
+    {
+        const FailingAllocation fault(1); // the first is made by the frame itself
+        frame();
+    }
+    EXPECT_FALSE(third.isComplete());
+    frame();
+    EXPECT_EQ(third.getEventCount(), 0U);
+
+    // A section that began before the recording is left out, and shutdown ends the recording.
+    V_Profile::startFrame();
+    {
+        const V_Profile open("open");
+        FakeMachine::pass(1);
+        first.start();
+    }
+    { const V_Profile recorded("recorded"); }
+    m_library.reset();
+    EXPECT_EQ(written(first).size(), 1U);
+    first.start();
+    EXPECT_EQ(written(first).size(), 0U);
+}
+
+} // namespace

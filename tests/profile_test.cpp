@@ -1,0 +1,370 @@
+// The frame profiler, on a clock that the test moves.
+
+#include "tests/support/failing_allocation.h"
+#include "tests/support/fake_machine.h"
+
+#include "vl/core.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+/// One second of the clock rate that measureClockRate arrives at, in seconds of the fake clock.
+constexpr double second = 1.25;
+
+class Profile : public ::testing::Test {
+  protected:
+    explicit Profile(FakeMachine::TimeStamps timeStamps = FakeMachine::TIME_STAMPS)
+        : m_machine(FakeMachine::COUNTER, timeStamps) {
+        V_Memory::resetNewDeleteCounts();
+        m_pLibrary = std::make_unique<V_VantorInit>();
+        Sys->ceaseVerbose(1);
+    }
+    ~Profile() override {
+        m_pLibrary.reset();
+        EXPECT_EQ(V_Memory::getNewCount(), V_Memory::getDeleteCount());
+    }
+
+    /// The measurement, whose steps of 1/8 second make 2.5 cycles of every nanosecond of its loop.
+    static double measureClockRate() {
+        FakeMachine::s_iStep = 125'000'000;
+        const double rate = Sys->getProcessorSpeed();
+        FakeMachine::s_iStep = 0;
+        return rate;
+    }
+
+    static void allocate(int count) {
+        for (int i = 0; i < count; ++i)
+            V_Memory::freeCounted(V_Memory::allocateCounted(1));
+    }
+
+    FakeMachine m_machine;
+    std::unique_ptr<V_VantorInit> m_pLibrary;
+};
+
+class ProfileInSeconds : public Profile {
+  protected:
+    ProfileInSeconds() : Profile(FakeMachine::NO_TIME_STAMPS) {}
+};
+
+struct Section {
+    explicit Section(const char *name, double seconds = 0) : profile(name) {
+        FakeMachine::pass(seconds * second);
+    }
+    V_Profile profile;
+};
+
+/// A frame of 8 seconds: outer 5 (2 + inner 1 + 1 + inner 1) and 3 of nothing.
+void nestedFrame() {
+    V_Profile::startFrame();
+    {
+        const Section outer("outer", 2);
+        { const Section inner("inner", 1); }
+        FakeMachine::pass(second);
+        { const Section inner("inner", 1); }
+    }
+    FakeMachine::pass(3 * second);
+    V_Profile::endFrame();
+}
+
+TEST_F(Profile, NestedSectionsSplitTimeIntoInclusiveAndExclusive) {
+    EXPECT_EQ(measureClockRate(), 2.5e9);
+    nestedFrame();
+    const V_PINFO *outer = V_Profile::request("outer");
+    ASSERT_TRUE(outer);
+    EXPECT_EQ(outer->callsThisFrame, 1);
+    EXPECT_EQ(outer->usedThisFrame, 1);
+    EXPECT_FLOAT_EQ(outer->inclusivePercent, 62.5F);
+    EXPECT_FLOAT_EQ(outer->exclusivePercent, 37.5F);
+    EXPECT_DOUBLE_EQ(outer->inclusiveSeconds, 5);
+    EXPECT_DOUBLE_EQ(outer->averageSeconds, 5);
+    EXPECT_DOUBLE_EQ(outer->lastSeconds, 5);
+    EXPECT_FLOAT_EQ(outer->maxExclusiveSeconds, 3);
+    const V_PINFO *inner = V_Profile::request("inner");
+    EXPECT_EQ(inner->callsThisFrame, 2);
+    EXPECT_FLOAT_EQ(inner->inclusivePercent, 25);
+    EXPECT_FLOAT_EQ(inner->exclusivePercent, 25);
+    EXPECT_DOUBLE_EQ(inner->averageSeconds, 1);
+    EXPECT_DOUBLE_EQ(V_Profile::requestTime("inner"), 1);
+    EXPECT_DOUBLE_EQ(V_Profile::getLastFrameTime(), 8);
+
+    // Averages run on; figures of the frame start again; the maximum stays.
+    V_Profile::startFrame();
+    { const Section section("outer", 1); }
+    V_Profile::endFrame();
+    V_Profile::request("outer");
+    EXPECT_DOUBLE_EQ(outer->inclusiveSeconds, 1);
+    EXPECT_DOUBLE_EQ(outer->averageSeconds, 3);
+    EXPECT_FLOAT_EQ(outer->maxExclusiveSeconds, 3);
+    EXPECT_EQ(outer->callsTotal, 2);
+    EXPECT_EQ(V_Profile::request("inner")->usedThisFrame, 0);
+    EXPECT_EQ(inner->maxCallsPerFrame, 2);
+    EXPECT_DOUBLE_EQ(V_Profile::getTotalTime(), 9);
+    EXPECT_EQ(V_Profile::getFrameCount(), 2);
+}
+
+TEST_F(Profile, RecursionCountsTheOutermostInstanceInclusively) {
+    measureClockRate();
+    V_Profile::startFrame();
+    {
+        const Section outer("walk", 1);
+        {
+            const Section again("walk", 2);
+            const Section other("visit", 4);
+        }
+    }
+    FakeMachine::pass(second);
+    V_Profile::endFrame();
+    const V_PINFO *walk = V_Profile::request("walk");
+    EXPECT_EQ(walk->callsThisFrame, 2);
+    EXPECT_DOUBLE_EQ(walk->inclusiveSeconds, 7);
+    EXPECT_FLOAT_EQ(walk->inclusivePercent, 87.5F);
+    EXPECT_FLOAT_EQ(walk->exclusivePercent, 37.5F);
+    EXPECT_DOUBLE_EQ(walk->averageSeconds, 3.5);
+}
+
+TEST_F(Profile, AllocationsAreCountedLikeTime) {
+    { const V_Profile notYet("outer"); }
+    V_Profile::startFrame(); // makes the entries, whose own allocations would count
+    { const Section outer("outer"); }
+    { const Section inner("inner"); }
+    V_Profile::endFrame();
+    V_Profile::startFrame();
+    {
+        const Section outer("outer");
+        allocate(2);
+        void *kept;
+        {
+            const Section inner("inner");
+            allocate(3);
+            kept = V_Memory::allocateCounted(1);
+        }
+        V_Memory::freeCounted(kept);
+    }
+    V_Profile::endFrame();
+    const V_PINFO *outer = V_Profile::request("outer");
+    const V_PINFO *inner = V_Profile::request("inner");
+    const std::vector<int> figures = {outer->inclusiveAllocations, outer->exclusiveAllocations,
+                                      outer->inclusiveReleases,    outer->exclusiveReleases,
+                                      inner->inclusiveAllocations, inner->exclusiveAllocations,
+                                      inner->inclusiveReleases,    inner->exclusiveReleases};
+    EXPECT_EQ(figures, (std::vector<int>{6, 2, 6, 3, 4, 4, 3, 3}));
+    V_Profile::startFrame();
+    V_Profile::endFrame();
+    V_Profile::request("outer");
+    EXPECT_EQ(outer->inclusiveAllocations, 0);
+    EXPECT_EQ(outer->maxExclusiveAllocations, 2);
+    EXPECT_EQ(outer->maxExclusiveReleases, 3);
+    EXPECT_EQ(outer->exclusiveThird + outer->inclusiveThird + outer->maxExclusiveThird, 0);
+}
+
+TEST_F(Profile, TraversalGivesEveryEntryOnceBetweenFrames) {
+    V_Profile::startFrame();
+    for (const char *name : {"c", "a", "b", "a"})
+        const Section section(name);
+    EXPECT_EQ(V_Profile::request(), nullptr);
+    EXPECT_EQ(V_Profile::request("a"), nullptr);
+    V_Profile::endFrame();
+    for (int round = 0; round < 2; ++round) {
+        std::string order;
+        while (const V_PINFO *info = V_Profile::request())
+            order += info->name;
+        EXPECT_EQ(order, "cab");
+    }
+    EXPECT_EQ(V_Profile::request("d"), nullptr);
+    EXPECT_EQ(V_Profile::requestTime("d"), 0);
+
+    // After a reset the node that was last is used first, cleared.
+    const V_PENTRY *last =
+        V_Profile::m_slProfiles.getNext(V_Profile::m_slProfiles.getNext(V_Profile::m_slProfiles.getFirst()));
+    V_Profile::reset();
+    EXPECT_EQ(V_Profile::getFrameCount(), 0);
+    EXPECT_EQ(V_Profile::request(), nullptr);
+    V_Profile::startFrame();
+    { const Section section("new"); }
+    EXPECT_EQ(V_Profile::m_slProfiles.getFirst(), last);
+    EXPECT_EQ(last->info.callsTotal, 1);
+    EXPECT_EQ(last->info.inclusivePercent, -1);
+    EXPECT_EQ(V_Profile::m_siEntries, 1);
+}
+
+TEST_F(Profile, NothingIsRecordedOutsideFramesOrWhenDisabled) {
+    { const Section section("outside", 1); }
+    V_Profile::startFrame();
+    V_Profile::disableProfiling();
+    EXPECT_FALSE(V_Profile::isProfilingEnabled());
+    { const Section section("disabled", 1); }
+    V_Profile::enableProfiling(true);
+    V_Profile::endFrame();
+    EXPECT_EQ(V_Profile::m_siEntries, 0);
+    EXPECT_EQ(V_Profile::request(), nullptr);
+}
+
+TEST_F(Profile, OnlyThirtyOneCharactersOfANameCount) {
+    const std::string common(31, 'n');
+    V_Profile::startFrame();
+    for (const std::string &name : {common, common + "x", common + "y", common.substr(1)})
+        const Section section(name.c_str());
+    { const V_Profile unnamed(nullptr); }
+    { const Section section(""); }
+    V_Profile::endFrame();
+    EXPECT_EQ(V_Profile::m_siEntries, 3);
+    EXPECT_EQ(V_Profile::request((common + "z").c_str())->callsThisFrame, 3);
+    EXPECT_EQ(V_Profile::request(common.c_str())->name, common);
+    EXPECT_EQ(V_Profile::request("")->callsThisFrame, 2);
+}
+
+TEST_F(Profile, InstancesThatOutliveTheirFrameAreHarmless) {
+    measureClockRate();
+    const auto open = [](const char *name) { return std::make_unique<V_Profile>(name); };
+    V_Profile::startFrame();
+    auto late = open("late");
+    V_Profile::endFrame();
+    FakeMachine::pass(second);
+    late.reset(); // still counts for the frame that ended
+    EXPECT_DOUBLE_EQ(V_Profile::requestTime("late"), 1);
+
+    const auto expectUntouched = [](const char *name) {
+        V_Profile::endFrame();
+        const V_PINFO *info = V_Profile::request(name);
+        ASSERT_TRUE(info);
+        EXPECT_EQ(info->callsThisFrame, 1);
+        EXPECT_DOUBLE_EQ(info->inclusiveSeconds, 1);
+        EXPECT_EQ(V_Profile::m_spEarlierParent, nullptr);
+        V_Profile::reset();
+    };
+    V_Profile::startFrame();
+    late = open("late");
+    V_Profile::startFrame();
+    {
+        const Section section("late", 1);
+        late.reset();
+    }
+    expectUntouched("late");
+
+    V_Profile::startFrame();
+    late = open("other");
+    V_Profile::reset();
+    {
+        const Section section("reused", 1); // in the node of the other
+        late.reset();
+    }
+    expectUntouched("reused");
+
+    V_Profile::startFrame();
+    late = open("cleared");
+    auto child = open("child");
+    V_Profile::clearEntry("cleared");
+    child.reset(); // its parent has no record any more
+    late.reset();
+    { const Section section("cleared", 1); }
+    V_Profile::endFrame();
+    EXPECT_DOUBLE_EQ(V_Profile::request("cleared")->inclusiveSeconds, 1);
+    V_Profile::reset();
+
+    V_Profile::startFrame();
+    late = open("disabled");
+    V_Profile::disableProfiling();
+    late.reset();
+    V_Profile::enableProfiling(true);
+    { const Section section("after", 1); }
+    V_Profile::startFrame();
+    { const Section section("disabled", 1); }
+    expectUntouched("disabled");
+
+    V_Profile::startFrame();
+    late = open("late");
+    m_pLibrary.reset();
+    late.reset();
+    EXPECT_EQ(V_Profile::m_sbFrameRunning, 0);
+}
+
+TEST_F(Profile, SteadyFramesAllocateNothing) {
+    measureClockRate();
+    nestedFrame();
+    const FailingAllocation fault(0);
+    for (int i = 0; i < 3; ++i)
+        nestedFrame();
+    V_Profile::reset();
+    nestedFrame(); // on recycled entries
+    EXPECT_FALSE(FailingAllocation::happened());
+    EXPECT_EQ(V_Profile::request("inner")->callsTotal, 2);
+}
+
+TEST_F(Profile, ExhaustedMemoryLeavesTheSectionUnopened) {
+    const int failures = failEachAllocation<V_MemoryException_Allocation *>(
+        [] { nestedFrame(); },
+        [] {
+            EXPECT_EQ(V_Profile::m_spEarlierParent, nullptr);
+            V_Profile::endFrame();
+        });
+    EXPECT_EQ(failures, 3);   // node and stack of the outer section, and the stack of the inner one
+    --V_Memory::sm_iNewCount; // the node that was not obtained has counted, too
+    V_Profile::reset();
+    nestedFrame();
+    EXPECT_EQ(V_Profile::request("inner")->callsThisFrame, 2);
+}
+
+TEST_F(Profile, UnmeasuredClockRateGivesNoSeconds) {
+    nestedFrame();
+    const V_PINFO *outer = V_Profile::request("outer");
+    EXPECT_FLOAT_EQ(outer->inclusivePercent, 62.5F);
+    EXPECT_EQ(outer->inclusiveSeconds + outer->averageSeconds + outer->lastSeconds, 0);
+    EXPECT_EQ(outer->maxExclusiveSeconds, 0);
+
+    FakeMachine::s_iStep = 125'000'000;
+    EXPECT_EQ(V_Profile::getTotalTime(), 0); // has measured, and forgotten
+    FakeMachine::s_iStep = 0;
+    EXPECT_EQ(V_Profile::request("outer"), nullptr);
+    nestedFrame();
+    EXPECT_DOUBLE_EQ(V_Profile::getTotalTime(), 8);
+}
+
+TEST_F(Profile, FramesOfNoLengthAndClearedEntriesShowZero) {
+    V_Profile::startFrame();
+    { const Section section("empty"); }
+    V_Profile::endFrame();
+    measureClockRate();
+    V_Profile::startFrame();
+    { const Section section("empty"); }
+    V_Profile::endFrame();
+    const V_PINFO *info = V_Profile::request("empty");
+    EXPECT_EQ(info->inclusivePercent, 0);
+    V_Profile::clearEntry("empty");
+    EXPECT_EQ(info->inclusivePercent, -1);
+    EXPECT_STREQ(info->name, "empty");
+    V_Profile::request("empty");
+    EXPECT_EQ(info->averageSeconds, 0);
+    EXPECT_EQ(info->callsTotal, 0);
+}
+
+TEST_F(ProfileInSeconds, TimeIsCountedWithoutTimeStamps) {
+    nestedFrame();
+    nestedFrame();
+    const V_PINFO *inner = V_Profile::request("inner");
+    EXPECT_FLOAT_EQ(inner->inclusivePercent, 25);
+    EXPECT_DOUBLE_EQ(inner->inclusiveSeconds, 4 * second); // of every instance so far
+    EXPECT_DOUBLE_EQ(inner->averageSeconds, second);
+    EXPECT_EQ(inner->lastSeconds, 0);
+    EXPECT_FLOAT_EQ(inner->maxExclusiveSeconds, static_cast<float>(2 * second));
+    EXPECT_DOUBLE_EQ(V_Profile::getTotalTime(), 16 * second);
+    EXPECT_DOUBLE_EQ(V_Profile::getLastFrameTime(), 8 * second);
+}
+
+TEST(ProfileWithoutLibrary, FramesAndSectionsCountWithoutTime) {
+    V_Memory::resetNewDeleteCounts();
+    nestedFrame();
+    ASSERT_TRUE(V_Profile::request("inner"));
+    EXPECT_EQ(V_Profile::request("inner")->callsThisFrame, 2);
+    EXPECT_EQ(V_Profile::getTotalTime(), 0);
+    EXPECT_EQ(V_Profile::getFrameCount(), 1);
+    V_Profile::deinit();
+    EXPECT_EQ(V_Profile::getFrameCount(), 0);
+    EXPECT_EQ(V_Memory::getNewCount(), V_Memory::getDeleteCount());
+}
+
+} // namespace

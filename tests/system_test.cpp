@@ -1,0 +1,226 @@
+// The system object: start-up and shutdown, routines, the log, V_STR.
+
+#include "tests/support/failing_allocation.h"
+#include "tests/support/library_test.h"
+
+#include <cstring>
+#include <set>
+#include <thread>
+#include <vector>
+
+namespace {
+
+std::string calls;
+std::vector<std::string> texts;
+
+/// A started library whose log goes to a directory of the test.
+class System : public ::testing::Test {
+  protected:
+    System() {
+        calls.clear();
+        texts.clear();
+        V_Memory::resetNewDeleteCounts();
+        m_pLibrary = std::make_unique<V_VantorInit>();
+        std::filesystem::current_path(m_directory.path());
+    }
+    ~System() override {
+        stop();
+        std::filesystem::current_path(std::filesystem::temp_directory_path());
+        EXPECT_EQ(V_Memory::getNewCount(), V_Memory::getDeleteCount());
+    }
+    void stop() { m_pLibrary.reset(); }
+
+    /// The log's text; "(none)" when there is none.
+    std::string log() const {
+        std::string text = "(none)";
+        for (const auto &entry : std::filesystem::directory_iterator(m_directory.path())) {
+            EXPECT_EQ(text, "(none)") << "a second log";
+            EXPECT_EQ(entry.path().filename().string().substr(0, 7), "verbose");
+            text = readFile(entry.path());
+        }
+        return text;
+    }
+
+    static void mirrorToTexts() {
+        Sys->setVerboseCallback([](const char *text) { texts.emplace_back(text); });
+    }
+
+    TemporaryDirectory m_directory;
+    std::unique_ptr<V_VantorInit> m_pLibrary;
+};
+
+const std::string doubleLine(78, '=');
+constexpr std::size_t headerLength =
+    2 + 24 + 1 + 78 + 2; // "\n ", the date with its line end, the line, "\n\n"
+
+TEST_F(System, NestedStartsOnlyCount) {
+    V_System *const first = Sys;
+    {
+        const V_VantorInit inner;
+        EXPECT_EQ(V_VantorInit::count, 2);
+        EXPECT_EQ(Sys, first);
+    }
+    EXPECT_EQ(Sys, first);
+    stop();
+    EXPECT_EQ(Sys, nullptr);
+    EXPECT_EQ(File, nullptr);
+    EXPECT_EQ(V_VantorInit::count, 0);
+}
+
+void routineA() { calls += 'A'; }
+void routineB() { calls += 'B'; }
+void routineC() {
+    calls += 'C';
+    EXPECT_EQ(File, nullptr); // the file system is gone,
+    Sys->verbose("C");        // the log is not
+}
+void removesItself() {
+    calls += 'R';
+    Sys->remove(removesItself);
+    Sys->add(routineA, "added while running, perhaps where the removed record lay");
+}
+void addsOnce() {
+    calls += '+';
+    if (calls.find('B') == std::string::npos)
+        Sys->add(routineB, nullptr);
+}
+
+TEST_F(System, RoutinesRunLastFirstAtShutdown) {
+    EXPECT_EQ(Sys->add(routineA, "a"), 1);
+    EXPECT_EQ(Sys->add(routineB, nullptr), 1);
+    EXPECT_EQ(Sys->add(routineA, "again"), 0);
+    EXPECT_EQ(Sys->add(routineC, "c"), 1);
+    EXPECT_EQ(Sys->remove(routineB), 1);
+    EXPECT_EQ(Sys->remove(routineB), 0);
+    EXPECT_EQ(Sys->add(routineB, "b"), 1);
+    stop();
+    EXPECT_EQ(calls, "BCA");
+    EXPECT_EQ(log().substr(log().size() - 1), "C");
+}
+
+TEST_F(System, RoutinesMayAddAndRemoveWhileTheyRun) {
+    Sys->add(removesItself, "removes itself");
+    Sys->add(addsOnce, nullptr);
+    stop();
+    EXPECT_EQ(calls, "+B+RA");
+}
+
+TEST_F(System, AddReportsExhaustedMemory) {
+    const int failures = failEachAllocation<V_MemoryException_Allocation *>(
+        [] {
+            Sys->add(routineA, "name");
+            Sys->remove(routineA);
+        },
+        [] { EXPECT_EQ(Sys->remove(routineA), 0); });
+    EXPECT_EQ(failures, 2);
+    --V_Memory::sm_iNewCount; // the record that was not obtained has counted, too
+}
+
+TEST_F(System, TheFirstTextIsPrecededByTheDate) {
+    mirrorToTexts();
+    EXPECT_EQ(log(), "(none)");
+    Sys->verbose("%d", 5);
+    ASSERT_EQ(texts.size(), 4U);
+    EXPECT_EQ(texts[0].size(), 27U);
+    EXPECT_EQ(texts[0].substr(0, 2), "\n ");
+    EXPECT_EQ(texts[0].back(), '\n');
+    EXPECT_EQ(texts[1], doubleLine);
+    EXPECT_EQ(texts[2], "\n\n");
+    EXPECT_EQ(texts[3], "5");
+    EXPECT_EQ(log(), texts[0] + texts[1] + texts[2] + "5");
+    Sys->verbose("%s", std::string(2000, 'x').c_str());
+    EXPECT_EQ(texts[4], std::string(1023, 'x'));
+    EXPECT_EQ(Sys->setVerboseCallback(nullptr) == nullptr, false);
+    EXPECT_EQ(Sys->setVerboseCallback(nullptr), nullptr);
+    const std::string before = log();
+    stop();
+    EXPECT_EQ(log(), before + doubleLine + "\n\n");
+}
+
+TEST_F(System, TheLogIsAppendedToClearedAndCeased) {
+    Sys->verbose("old");
+    stop();
+    m_pLibrary = std::make_unique<V_VantorInit>();
+    std::filesystem::current_path(m_directory.path());
+    Sys->verbose("new");
+    EXPECT_NE(log().find("old"), std::string::npos);
+    Sys->clearVerbose();
+    EXPECT_EQ(log(), "");
+    Sys->verbose("fresh");
+    EXPECT_EQ(log().size(), headerLength + 5);
+    Sys->ceaseVerbose(0);
+    Sys->verbose("lost");
+    EXPECT_EQ(log().size(), headerLength + 5);
+    Sys->ceaseVerbose(1);
+    Sys->clearVerbose();
+    Sys->verbose("lost");
+    stop();
+    EXPECT_EQ(log(), "(none)");
+}
+
+TEST_F(System, AnUnwritableLogIsTriedAgain) {
+    const std::filesystem::path gone = m_directory.path() / "gone";
+    std::filesystem::create_directory(gone);
+    std::filesystem::current_path(gone);
+    std::filesystem::remove(gone);
+    mirrorToTexts();
+    Sys->verbose("lost");
+    EXPECT_TRUE(texts.empty());
+    std::filesystem::current_path(m_directory.path());
+    Sys->verbose("written");
+    EXPECT_EQ(texts.back(), "written");
+}
+
+TEST_F(System, DumpListsTheRoutines) {
+    const std::string singleLine(78, '-');
+    const auto dumped = [] {
+        Sys->verbose("header");
+        texts.clear();
+        Sys->dump();
+        std::string all;
+        for (const std::string &text : texts)
+            all += text;
+        return all;
+    };
+    mirrorToTexts();
+    EXPECT_EQ(dumped(), "System Object\n" + singleLine + "\n Deinit routines:  -\n" + singleLine + "\n\n\n");
+    Sys->add(routineA, "first");
+    Sys->add(routineB, nullptr);
+    char a[32], b[32];
+    std::snprintf(a, sizeof a, "%8llx",
+                  static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(routineA)));
+    std::snprintf(b, sizeof b, "%8llx",
+                  static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(routineB)));
+    EXPECT_EQ(dumped(), "System Object\n" + singleLine + "\n Deinit routines:  " + a + " - \"first\"\n" +
+                            std::string(19, ' ') + b + " - \"\"\n" + singleLine + "\n\n\n");
+}
+
+TEST_F(System, FormattedTextsLiveFor32Calls) {
+    std::set<const char *> buffers;
+    const char *first = V_STR("%d", 0);
+    buffers.insert(first);
+    for (int i = 1; i < 32; ++i)
+        buffers.insert(V_STR("%d", i));
+    EXPECT_EQ(buffers.size(), 32U);
+    EXPECT_STREQ(first, "0");
+    EXPECT_EQ(V_STR("%s", std::string(5000, 'x').c_str()), first);
+    EXPECT_EQ(first, std::string(2047, 'x'));
+    stop();
+    EXPECT_STREQ(V_STR("%s", "without the library"), "without the library");
+}
+
+TEST_F(System, FormattedTextsOfThreadsDoNotMix) {
+    const auto work = [](int number) {
+        const std::string expected(200, static_cast<char>('a' + number));
+        for (int i = 0; i < 2000; ++i) {
+            const char *text = V_STR("%s", expected.c_str());
+            // The other threads' next texts may reach this buffer, but never while it is written.
+            EXPECT_EQ(std::strlen(text), 200U);
+        }
+    };
+    std::thread other(work, 1);
+    work(0);
+    other.join();
+}
+
+} // namespace

@@ -1,0 +1,149 @@
+// The pausable stopwatch, on a clock that the test moves, and the clocks of the system object behind it.
+
+#include "tests/support/failing_allocation.h"
+#include "tests/support/fake_machine.h"
+
+#include "vl/core.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace {
+
+struct Library {
+    Library() { Sys->ceaseVerbose(1); }
+    V_VantorInit init;
+};
+
+TEST(Timer, SamplesGiveTheTimeBetweenThem) {
+    const FakeMachine machine;
+    const Library library;
+    V_Timer timer;
+    EXPECT_EQ(timer.getAge(), 0);
+    FakeMachine::pass(0.5);
+    EXPECT_EQ(timer.sample(), 0.5F);
+    FakeMachine::pass(0.25);
+    EXPECT_EQ(timer.getRunningDelta(), 0.75F);
+    EXPECT_EQ(timer.sample(), 0.25F);
+    EXPECT_EQ(timer.getDelta(), 0.25F);
+    timer.setAge(5);
+    EXPECT_EQ(timer.getDelta(), 0);
+    FakeMachine::pass(1);
+    EXPECT_EQ(timer.getAge(), 6);
+    timer.reset();
+    EXPECT_EQ(timer.getAge(), 0);
+}
+
+TEST(Timer, PausesDoNotCount) {
+    const FakeMachine machine;
+    const Library library;
+    V_Timer timer;
+    FakeMachine::pass(2);
+    timer.resume(); // is running
+    timer.sample();
+    timer.pause();
+    FakeMachine::pass(4);
+    timer.pause();
+    EXPECT_TRUE(timer.isPaused());
+    EXPECT_EQ(timer.getAge(), 2);
+    EXPECT_EQ(timer.sample(), 0);
+    timer.setAge(7); // shows after a reset only
+    EXPECT_EQ(timer.getAge(), 2);
+    timer.resume();
+    EXPECT_EQ(timer.getAge(), 2);
+    EXPECT_EQ(timer.sample(), 0);
+    FakeMachine::pass(1);
+    EXPECT_EQ(timer.sample(), 1);
+    timer.pause();
+    timer.reset();
+    EXPECT_FALSE(timer.isPaused());
+}
+
+TEST(Timer, AgesBeyondTheCounterAreCut) {
+    const FakeMachine machine;
+    const Library library;
+    V_Timer timer;
+    for (const float age : {std::numeric_limits<float>::infinity(), 1e30F}) {
+        timer.setAge(age);
+        EXPECT_NEAR(timer.getAge(), 4611686018.0F, 1000);
+        timer.setAge(-age);
+        EXPECT_NEAR(timer.getAge(), -4611686018.0F, 1000);
+    }
+    timer.setAge(std::numeric_limits<float>::quiet_NaN());
+    EXPECT_EQ(timer.getAge(), 0);
+}
+
+TEST(Clock, MillisecondsServeWithoutACounter) {
+    const FakeMachine machine(FakeMachine::NO_COUNTER);
+    FakeMachine::pass(4294967.0); // the clock is about to wrap
+    const Library library;
+    EXPECT_EQ(Sys->getPerformanceFrequency(), 1000);
+    EXPECT_EQ(Sys->getPerformanceCounter(), 4294967000);
+    FakeMachine::pass(0.0015);
+    EXPECT_EQ(Sys->getAppAge(), 0.001);
+    const V_Timer timer;
+    FakeMachine::pass(0.0005);
+    EXPECT_EQ(timer.getAge(), 0.001F);
+    FakeMachine::pass(1);
+    EXPECT_EQ(Sys->getAppAge(), 1.002);
+}
+
+TEST(Clock, TheRealClockRunsForward) {
+    const Library library;
+    EXPECT_GT(Sys->getPerformanceFrequency(), 0);
+    const std::int64_t counter = Sys->getPerformanceCounter();
+    const double age = Sys->getAppAge();
+    while (Sys->getPerformanceCounter() == counter)
+        ;
+    EXPECT_GT(Sys->getAppAge(), age);
+    EXPECT_GE(Sys->getTotalPhysicalMemory(), Sys->getAvailablePhysicalMemory());
+    EXPECT_GT(Sys->getAvailablePhysicalMemory(), 0U);
+    EXPECT_EQ(Sys->getL1CacheSize(), Sys->getL1CodeCacheSize() + Sys->getL1DataCacheSize());
+}
+
+TEST(Clock, ClockRateIsMeasuredOnceAtRaisedPriority) {
+    for (const bool profiling : {true, false}) {
+        const FakeMachine machine;
+        const Library library;
+        V_Profile::enableProfiling(profiling);
+        static bool alwaysRaised;
+        alwaysRaised = true;
+        vl::machine.timeStampCounter = [] {
+            alwaysRaised = alwaysRaised && FakeMachine::s_iRaised == 1;
+            return static_cast<std::uint64_t>(FakeMachine::s_iNow) * 2;
+        };
+        FakeMachine::s_iStep = 125'000'000;
+        EXPECT_EQ(Sys->getProcessorSpeed(), 2.5e9);
+        EXPECT_TRUE(alwaysRaised);
+        const std::int64_t now = FakeMachine::s_iNow;
+        EXPECT_EQ(Sys->getProcessorSpeed(), 2.5e9);
+        EXPECT_EQ(FakeMachine::s_iNow, now);
+        EXPECT_EQ(FakeMachine::s_iRaised, 0);
+        EXPECT_EQ(V_Profile::request("Processor speed"), nullptr);
+        V_Profile::enableProfiling(true);
+    }
+}
+
+TEST(Clock, PriorityIsRestoredWhenTheMeasurementFails) {
+    const FakeMachine machine;
+    const Library library;
+    FakeMachine::s_iStep = 125'000'000;
+    {
+        const FailingAllocation fault(0);
+        EXPECT_THROW(Sys->getProcessorSpeed(), V_MemoryException_Allocation *);
+    }
+    EXPECT_EQ(FakeMachine::s_iRaised, 0);
+    EXPECT_EQ(V_Profile::m_sbFrameRunning, 0);
+    EXPECT_EQ(Sys->getProcessorSpeed(), 2.5e9);
+}
+
+TEST(Clock, ClockRateIsOneWithoutTimeStamps) {
+    const FakeMachine machine(FakeMachine::COUNTER, FakeMachine::NO_TIME_STAMPS);
+    const Library library;
+    EXPECT_EQ(Sys->getProcessorSpeed(), 1.0);
+    EXPECT_EQ(Sys->getProcessorSpeed(), 1.0);
+    EXPECT_EQ(FakeMachine::s_iNow, 0);
+}
+
+} // namespace

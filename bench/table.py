@@ -30,7 +30,7 @@ def medians(program):
             continue
         numbers = {key: value for key, value in entry.items() if isinstance(value, (int, float))}
         rate = entry.get("items_per_second") or entry.get("bytes_per_second")
-        numbers["time"] = 1e9 / rate if rate else entry["real_time"] * unit[entry["time_unit"]]
+        numbers["time"] = 1e9 / rate if rate else entry["cpu_time"] * unit[entry["time_unit"]]
         result[entry["run_name"]] = numbers
     return result
 

@@ -103,39 +103,41 @@ inline MatchTree::Descent MatchTree::start(unsigned r) {
 inline bool MatchTree::step(Descent &descent) {
     const unsigned p = node(descent.link);
     const bool going = p != kNil;
-    unsigned length = 1 + static_cast<unsigned>(std::countl_zero(descent.own ^ descent.link)) / 8;
     unsigned goRight = descent.own > descent.link;
-    if (length > 6) [[unlikely]] {
+    const std::uint64_t difference = descent.own ^ descent.link;
+    // Shorter matches are written as literals: where they were found does not matter.
+    if (difference < std::uint64_t{1} << 48) {
         if (!going)
             return false;
-        const std::uint8_t *const text = text_buf + p;
-        std::uint64_t keyTail = loadBe64(descent.key + 7);
-        std::uint64_t textTail = loadBe64(text + 7);
-        length = 7;
-        if (keyTail == textTail) {
-            keyTail = loadBe64(descent.key + 10);
-            textTail = loadBe64(text + 10);
-            length = 10;
+        unsigned length = 1 + static_cast<unsigned>(std::countl_zero(difference)) / 8;
+        if (length > 6) {
+            const std::uint8_t *const text = text_buf + p;
+            std::uint64_t keyTail = loadBe64(descent.key + 7);
+            std::uint64_t textTail = loadBe64(text + 7);
+            length = 7;
+            if (keyTail == textTail) {
+                keyTail = loadBe64(descent.key + 10);
+                textTail = loadBe64(text + 10);
+                length = 10;
+            }
+            length += static_cast<unsigned>(std::countl_zero(keyTail ^ textTail)) / 8;
+            goRight = keyTail > textTail;
+            if (length == kLzssLongestMatch) {
+                const unsigned r = node(descent.own);
+                setLink(left(r), sons[left(p)]);
+                setLink(right(r), sons[right(p)]);
+                dad[p] = kNoLink;
+                descent.longest = (std::uint64_t{length} << 32) + p;
+                descent.link = kNilLink;
+                return false;
+            }
         }
-        length += static_cast<unsigned>(std::countl_zero(keyTail ^ textTail)) / 8;
-        goRight = keyTail > textTail;
-        if (length == kLzssLongestMatch) {
-            const unsigned r = node(descent.own);
-            setLink(left(r), sons[left(p)]);
-            setLink(right(r), sons[right(p)]);
-            dad[p] = kNoLink;
-            descent.longest = (std::uint64_t{length} << 32) + p;
-            descent.link = kNilLink;
-            return false;
-        }
+        descent.longest = std::max(descent.longest, (std::uint64_t{length} << 32) + descent.nearness + p);
+        descent.nearness -= 1 << 16;
     }
-    const std::uint64_t mask = std::uint64_t{0} - going;
-    descent.longest =
-        std::max(descent.longest, ((std::uint64_t{length} << 32) + descent.nearness + p) & mask);
-    descent.nearness -= 1 << 16;
     const unsigned child = 2 * p + goRight;
     descent.link = sons[child];
-    descent.slot ^= (descent.slot ^ child) & static_cast<unsigned>(mask);
+    descent.slot = going ? child : descent.slot;
     return going;
 }
 
@@ -168,13 +170,10 @@ void MatchTree::deleteNode(unsigned p) {
     const Link greater = sons[right(p)];
     Link q = node(smaller) == kNil ? greater : smaller;
     if (node(smaller) != kNil && node(greater) != kNil) {
-        if (node(sons[right(node(q))]) != kNil) {
-            do
-                q = sons[right(node(q))];
-            while (node(sons[right(node(q))]) != kNil);
-            setLink(dad[node(q)], sons[left(node(q))]);
-            setLink(left(node(q)), smaller);
-        }
+        for (Link next; node(next = sons[right(node(q))]) != kNil;)
+            q = next;
+        setLink(dad[node(q)], sons[left(node(q))]);
+        setLink(left(node(q)), sons[left(p)]); // no longer `smaller` if that was q
         setLink(right(node(q)), greater);
     }
     setLink(slot, q);
@@ -244,13 +243,12 @@ class Encoder {
 // whatever items are written, and trees of different first bytes have nothing to do with each other: so they
 // can if every string goes into a tree of its own, and into none that a deletion due after it would change.
 bool Encoder::independent(unsigned count) const {
-    const std::uint8_t *const text = tree.text_buf;
+    const std::uint8_t *const inserted = tree.text_buf + after(r, 1);
+    const std::uint8_t *const deleted = tree.text_buf + s;
     bool result = true;
     for (unsigned later = 1; later < count; ++later)
-        for (unsigned i = 0; i < later; ++i) {
-            const std::uint8_t inserted = text[after(r, 1 + i)];
-            result &= inserted != text[after(r, 1 + later)] && inserted != text[after(s, later)];
-        }
+        for (unsigned i = 0; i < later; ++i)
+            result &= inserted[i] != inserted[later] && inserted[i] != deleted[later];
     return result;
 }
 

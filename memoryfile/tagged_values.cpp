@@ -50,7 +50,7 @@ unsigned int V_MemoryFile::readIntegerSlowly(unsigned int longTag, unsigned int 
     return isSigned ? static_cast<unsigned int>(static_cast<int>(value << unused) >> unused) : value;
 }
 
-void V_MemoryFile::writeText(const char *text, std::size_t length) {
+void V_MemoryFile::writeTextSlowly(const char *text, std::size_t length) {
     constexpr std::size_t longest = 0x7FFFFFFF;
     if (length > longest)
         refuse("write a string beyond 2147483647 characters to");

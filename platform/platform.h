@@ -4,9 +4,19 @@
 //
 // Paths given to and reported by these functions are zero-terminated, use the backslash (a slash is taken
 // alike) and name files without regard to the case of A-Z. A system without drives presents its tree as the
-// one drive C: (the root directory is `C:\`); a path without a drive or a leading backslash is relative to
-// the process's current directory. Path results hold at most maxPath characters; what does not fit is
-// refused, never cut. Nothing here throws the library's exceptions: failure is a false or null result.
+// one drive C: (the root directory is `C:\`); a path without a leading backslash is relative to the process's
+// current directory, `C:a.txt` like `a.txt`. Another drive and a network path (`\\server\...`) name nothing.
+// "." and ".." are resolved by text alone, ".." above the root is the root, and a path that ends in a
+// backslash names a directory or nothing. A path longer than maxPath characters is refused, never cut,
+// whether it is given or reported. Nothing here throws: failure is a false or null result.
+//
+// Where names are exact in the system, the exact spelling of an element wins; where a directory holds none,
+// the first in sorted order of the names that are equal but for the case of A-Z is meant (sorted by their
+// upper-cased bytes, and where these are equal by the bytes themselves). An element once chosen stands: if
+// the rest of the path is not below it, no other spelling of it is tried. Which names a directory holds is
+// cached and checked at every call, so a name that appears, vanishes or changes between two calls is seen; a
+// missing name costs one system call. The cache is not locked: the functions that take a path belong to one
+// thread at a time. The others may be called from any.
 #pragma once
 
 #include <cstdint>
@@ -26,11 +36,13 @@ using PathBuffer = char[maxPath + 1];
 /// cannot be told or does not fit.
 bool currentDirectory(PathBuffer &out);
 
-/// Makes `path` the process's current directory. False when it is not a directory that can be entered.
+/// Makes `path` the process's current directory. False when it is not a directory that can be entered. One
+/// file descriptor stays open on it, which makes names that are missing below it cheaper to tell.
 bool setCurrentDirectory(const char *path);
 
-/// The absolute form of `path` (drive, single backslashes, "." and ".." resolved by text alone); the file
-/// need not exist. False when it does not fit or `path` is empty.
+/// The absolute form of `path`: with drive, in single backslashes, without "." and "..", without a trailing
+/// backslash except for the root, in the spelling given; the file need not exist. False when it does not fit,
+/// or `path` is empty, on another drive or on the network.
 bool fullPath(PathBuffer &out, const char *path);
 
 enum class FileKind { None, File, Directory };
@@ -38,21 +50,23 @@ enum class FileKind { None, File, Directory };
 /// What lies at `path`: nothing that can be found, a file (anything that is not a directory), or a directory.
 FileKind fileKind(const char *path);
 
-/// Creates one directory; its parent must exist. False when it was not created (also when it exists).
+/// Creates one directory; its parent must exist. False when it was not created (also when the name exists, in
+/// any spelling).
 bool createDirectory(const char *path);
 
-/// Deletes a file (never a directory). False when nothing was deleted.
+/// Deletes a file (never a directory), in whatever spelling it is there. False when nothing was deleted.
 bool removeFile(const char *path);
 
 // ---- Files ---------------------------------------------------------------------------------------------
 
-/// Opens a file for standard input and output, `mode` as for fopen ("rb", "wb", "a+b"). Opening for writing a
-/// name that exists in another spelling opens that file. Null on failure; a directory never opens.
-/// The caller closes the result with fclose.
+/// Opens a file for standard input and output, `mode` as for fopen: one of r, w and a, then any of +, b and
+/// t. Opening for writing a name that exists in another spelling opens that file; a new file goes into the
+/// directory that matches. Null on failure; a directory never opens. Programs started later do not inherit
+/// it. The caller closes the result with fclose.
 std::FILE *openFile(const char *path, const char *mode);
 
-/// The length in bytes of an open file of any size; the position is left where it was. False when the length
-/// cannot be told (a pipe, for example).
+/// The length in bytes of an open file of any size, with what was written to it and is still buffered; the
+/// position is left where it was. False when the length cannot be told (a pipe or a device, for example).
 bool fileLength(std::FILE *file, std::uint64_t &length);
 
 /// Moves an open file to an absolute position. False on failure.
@@ -74,8 +88,9 @@ class Enumeration;
 
 /// Starts to enumerate the names of one directory that match the wildcards `*` and `?` of the last element of
 /// `pattern` ("*" and "*.*" match every name), without "." and "..". Names come sorted by their upper-cased
-/// form, so the order is the same on every machine; names of more than maxPath characters are left out. The
-/// names are those of the moment of the call. Null when the directory cannot be read or no memory is left;
+/// bytes, those that differ in case only by the bytes themselves, so the order is the same on every machine.
+/// Left out is what no path can name: names of more than maxPath characters or with a backslash. The names
+/// are those of the moment of the call. Null when the directory cannot be read or no memory is left;
 /// `outOfMemory`, where given, tells which.
 Enumeration *startEnumeration(const char *pattern, bool *outOfMemory = nullptr);
 
@@ -95,43 +110,48 @@ bool matchesWildcards(const char *pattern, const char *name);
 class UnbufferedFile;
 
 /// Opens an existing file; where the file system offers no unbuffered reading, ordinary reads serve. Null on
-/// failure.
-UnbufferedFile *openUnbuffered(const char *path);
+/// failure; `outOfMemory`, where given, tells whether that was for want of memory.
+UnbufferedFile *openUnbuffered(const char *path, bool *outOfMemory = nullptr);
 void closeUnbuffered(UnbufferedFile *file);
 
 /// Length in bytes. False when it cannot be told.
 bool unbufferedLength(UnbufferedFile *file, std::uint64_t &length);
 
 /// Bytes per sector: positions, counts and buffer addresses of readUnbuffered are multiples of it. A power of
-/// two, at least 512.
+/// two, at least 512; it never changes while the file is open.
 std::uint32_t sectorSize(UnbufferedFile *file);
 
 /// Reads `count` bytes at `position` into `buffer`; short only at the end of the file or on an error. Returns
-/// the bytes read.
+/// the bytes read. Where the file system refuses a direct read, this and all later reads are ordinary ones.
 std::uint32_t readUnbuffered(UnbufferedFile *file, std::uint64_t position, void *buffer, std::uint32_t count);
 
 // ---- The process and the machine -----------------------------------------------------------------------
 
-/// The command line: the executable's full path in double quotes, then the arguments separated by blanks.
-/// Valid for the rest of the process.
+/// The command line: the executable's full path (`C:\...`, of any length) in double quotes, then the
+/// arguments separated by blanks, one that is empty or holds a blank in double quotes. `C:\` stands for a
+/// path that cannot be told. Valid for the rest of the process.
 const char *commandLine();
 
-/// The computer's name, at most 15 characters. False when it cannot be told.
+/// The computer's name, cut after 15 characters. False when it cannot be told or cannot be part of a file
+/// name.
 bool computerName(char (&out)[16]);
 
-/// Physical memory in bytes; figures beyond 4294967295 are reported as 4294967295.
+/// Physical memory in bytes, in all and as much as can be had without swapping; figures beyond 4294967295 are
+/// reported as 4294967295, those that cannot be told as 0.
 void physicalMemory(std::uint32_t &total, std::uint32_t &available);
 
-/// Process and thread priority as raisePriority found them.
+/// Priorities as raisePriority found them: the nice value and the scheduling policy of the calling thread,
+/// and whether it changed them.
 struct Priority {
     int process, thread;
     bool processChanged, threadChanged;
 };
 
-/// Raises the calling thread as far as the system allows without asking; what is not allowed is left alone.
+/// Raises the calling thread as far as the system allows without asking (the lowest nice value, the lowest
+/// real-time priority); what is not allowed is left alone, and so is a thread that is real-time already.
 Priority raisePriority();
 
-/// Restores what raisePriority changed.
+/// Restores what raisePriority changed; to be called by the same thread.
 void restorePriority(const Priority &saved);
 
 /// The high-resolution counter: monotonic nanoseconds. performanceFrequency is false where there is none.

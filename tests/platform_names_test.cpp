@@ -69,10 +69,22 @@ std::string contents(std::FILE *file) {
     return text;
 }
 
+/// Keeps looking until every listing is old enough to be kept.
+template <class Look>
+void waitWith(Look look) {
+    const auto start = std::chrono::steady_clock::now();
+    while (std::chrono::steady_clock::now() - start < std::chrono::milliseconds(60))
+        look();
+    look();
+}
+
+/// A file system without a disk, where there is one.
+fs::path memoryDirectory() { return fs::is_directory("/dev/shm") ? "/dev/shm" : fs::temp_directory_path(); }
+
 /// A tree of few names in many spellings, changed and looked at at random.
 class RandomTree {
   public:
-    explicit RandomTree(unsigned int seed) : m_random(seed) {}
+    RandomTree(unsigned int seed, const fs::path &parent) : m_directory(parent), m_random(seed) {}
 
     const fs::path &root() const { return m_directory.path(); }
 
@@ -145,12 +157,13 @@ class RandomTree {
         }
     }
 
-    /// Looks until every listing is old enough to be kept.
+    void changeSomehow() { draw(2) != 0 ? change() : changeThroughLayer(); }
+
     void lookForAWhile() {
-        const auto start = std::chrono::steady_clock::now();
-        while (!testing::Test::HasFatalFailure() &&
-               std::chrono::steady_clock::now() - start < std::chrono::milliseconds(60))
-            look();
+        waitWith([this] {
+            if (!testing::Test::HasFatalFailure())
+                look();
+        });
     }
 
     unsigned int draw(unsigned int count) { return static_cast<unsigned int>(m_random() % count); }
@@ -187,72 +200,111 @@ class RandomTree {
 } // namespace
 
 TEST(CaseBlindNames, AreFoundInTreesThatChangeBetweenAnyTwoLooks) {
+    const fs::path before = fs::current_path();
     for (unsigned int seed = 1; seed <= 4; ++seed) {
-        RandomTree tree(seed);
+        RandomTree tree(seed, seed <= 2 ? fs::temp_directory_path() : memoryDirectory());
+        if (seed % 2 == 0) {
+            ASSERT_TRUE(setCurrentDirectory(enginePath(tree.root()).c_str()));
+        }
         for (int i = 0; i < 60; ++i)
             tree.change();
         // First with fresh time stamps throughout, then with listings kept between the changes.
         for (int i = 0; i < 300 && !HasFatalFailure(); ++i) {
-            tree.draw(2) ? tree.change() : tree.changeThroughLayer();
+            tree.changeSomehow();
             for (int j = 0; j < 4 && !HasFatalFailure(); ++j)
                 tree.look();
         }
         for (int i = 0; i < 3 && !HasFatalFailure(); ++i) {
             tree.lookForAWhile();
             for (int j = 0; j < 3; ++j) {
-                tree.draw(2) ? tree.change() : tree.changeThroughLayer();
+                tree.changeSomehow();
                 for (int k = 0; k < 20 && !HasFatalFailure(); ++k)
                     tree.look();
             }
         }
+        fs::current_path(before);
         ASSERT_FALSE(HasFatalFailure()) << "seed " << seed;
     }
 }
 
 TEST(CaseBlindNames, AreFoundWithoutReadingTheDirectoryAgain) {
-    const TemporaryDirectory directory;
-    std::ofstream(directory.path() / "Found.txt") << "x";
-    const std::string start = directory.enginePath() + '\\';
-    const auto lookAtAll = [&] {
-        EXPECT_EQ(fileKind((start + "FOUND.TXT").c_str()), FileKind::File);
-        EXPECT_EQ(fileKind((start + "missing.txt").c_str()), FileKind::None);
-        EXPECT_EQ(fileKind((start + "missing\\deeper\\name.txt").c_str()), FileKind::None);
-    };
-    const DirectoryCache &cache = DirectoryCache::instance();
-    const std::uint64_t before = cache.directoriesRead();
-    const auto begin = std::chrono::steady_clock::now();
-    while (std::chrono::steady_clock::now() - begin < std::chrono::milliseconds(60))
-        lookAtAll();
-    EXPECT_GT(cache.directoriesRead(), before);
-    const std::uint64_t settled = cache.directoriesRead();
-    for (int i = 0; i < 100; ++i)
-        lookAtAll();
-    EXPECT_EQ(cache.directoriesRead(), settled);
+    const fs::path before = fs::current_path();
+    for (const bool isCurrent : {false, true}) {
+        const TemporaryDirectory parent;
+        const fs::path place = parent.path() / "place";
+        fs::create_directory(place);
+        std::ofstream(place / "Found.txt") << "x";
+        const std::string start = enginePath(place) + '\\';
+        if (isCurrent) {
+            ASSERT_TRUE(setCurrentDirectory(start.c_str()));
+        }
+        const auto expectFound = [&](const char *name, FileKind kind) {
+            EXPECT_EQ(fileKind((start + name).c_str()), kind) << name << isCurrent;
+        };
+        const auto lookAtAll = [&] {
+            expectFound("FOUND.TXT", FileKind::File);
+            expectFound("missing.txt", FileKind::None);
+            expectFound("missing\\deeper\\name.txt", FileKind::None);
+        };
+        // A listing is not believed while the time stamp is young, and then for good.
+        const DirectoryCache &cache = DirectoryCache::instance();
+        const std::uint64_t fresh = cache.directoriesRead();
+        expectFound("FOUND.TXT", FileKind::File);
+        expectFound("FOUND.TXT", FileKind::File);
+        EXPECT_EQ(cache.directoriesRead(), fresh + 2);
+        waitWith(lookAtAll);
+        const std::uint64_t settled = cache.directoriesRead();
+        for (int i = 0; i < 100; ++i)
+            lookAtAll();
+        EXPECT_EQ(cache.directoriesRead(), settled);
 
-    // Another directory in its place, made to carry the same time of modification, is not taken for it.
-    const auto modified = fs::last_write_time(directory.path());
-    const fs::path moved = directory.path().string() + "-moved";
-    fs::rename(directory.path(), moved);
-    fs::create_directory(directory.path());
-    std::ofstream(directory.path() / "MISSING.txt") << "x";
-    fs::last_write_time(directory.path(), modified);
-    EXPECT_EQ(fileKind((start + "missing.txt").c_str()), FileKind::File);
-    EXPECT_EQ(fileKind((start + "FOUND.TXT").c_str()), FileKind::None);
-    fs::remove_all(moved);
+        // Another directory in its place, made to carry the same time of modification, is not taken for it.
+        const auto modified = fs::last_write_time(place);
+        fs::rename(place, parent.path() / "moved");
+        fs::create_directory(place);
+        std::ofstream(place / "MISSING.txt") << "x";
+        fs::last_write_time(place, modified);
+        expectFound("missing.txt", FileKind::File);
+        expectFound("FOUND.TXT", FileKind::None);
+        fs::current_path(before);
+    }
 }
 
 TEST(CaseBlindNames, AreFoundInMoreDirectoriesThanAreKept) {
-    const TemporaryDirectory directory;
+    const TemporaryDirectory directory(memoryDirectory());
     const unsigned int count = DirectoryCache::maxDirectories + 50;
-    for (unsigned int i = 0; i < count; ++i) {
-        const fs::path inner = directory.path() / numbered("d", i);
-        fs::create_directory(inner);
-        std::ofstream(inner / "a");
-    }
+    for (unsigned int i = 0; i < count; ++i)
+        fs::create_directories(directory.path() / numbered("d", i) / "a");
     for (int round = 0; round < 2; ++round)
         for (unsigned int i = 0; i < count; ++i) {
             const std::string inner = directory.enginePath() + numbered("\\D", i);
-            ASSERT_EQ(fileKind((inner + "\\A").c_str()), FileKind::File);
+            ASSERT_EQ(fileKind((inner + "\\A").c_str()), FileKind::Directory);
             ASSERT_EQ(fileKind((inner + "\\b").c_str()), FileKind::None);
         }
+}
+
+TEST(CaseBlindNames, AreFoundInDirectoriesThatTakeMoreThanTheCacheHolds) {
+    const TemporaryDirectory directory(memoryDirectory());
+    const unsigned int sizes[] = {20, 40, 60, 500};
+    for (const unsigned int size : sizes)
+        for (unsigned int i = 0; i < size; ++i)
+            fs::create_directories(directory.path() / numbered("", size) / numbered("name", i));
+    // Room for any two of the first three, never for the last.
+    DirectoryCache cache(2300);
+    const auto lookAtAll = [&] {
+        for (const unsigned int size : sizes)
+            for (const unsigned int i : {0u, size - 1, size}) {
+                const std::string place = (directory.path() / numbered("", size)).string();
+                std::string name = numbered("NAME", i);
+                ASSERT_EQ(cache.find(place, name.data(), name.size()),
+                          i < size ? NameMatch::OtherCase : NameMatch::Missing);
+                ASSERT_EQ(name, numbered(i < size ? "name" : "NAME", i));
+            }
+    };
+    waitWith(lookAtAll);
+    const std::uint64_t settled = cache.directoriesRead();
+    lookAtAll();
+    // All three looks at the large one, and one at each of those that take turns.
+    EXPECT_GE(cache.directoriesRead(), settled + 3 + 1);
+    EXPECT_LE(cache.directoriesRead(), settled + 3 + 3);
 }

@@ -304,7 +304,7 @@ class VL_API V_MemoryFile {
     // Tagged values (memoryfile/tagged_values.cpp)
     void writeIntegerSlowly(unsigned int value, unsigned int extraBytes, unsigned int tag);
     unsigned int readIntegerSlowly(unsigned int longTag, unsigned int compactBase, bool isSigned);
-    void writeText(const char *text, std::size_t length);
+    void writeTextSlowly(const char *text, std::size_t length);
     unsigned int readTextLength();
 
     // Chunks (memoryfile/chunks.cpp)
@@ -328,6 +328,7 @@ class VL_API V_MemoryFile {
                       unsigned int compactBase);
     template <class Integer>
     void readInteger(Integer &value, unsigned int longTag, unsigned int compactBase);
+    void writeText(const char *text, std::size_t length);
     template <class String>
     void readText(String &text);
 

@@ -190,18 +190,24 @@ DirectoryCache::Directory &DirectoryCache::add(std::string_view path) {
 }
 
 void DirectoryCache::remove(Directory &directory) {
+    dropNames(directory);
     Directory **link = &m_pBuckets[directory.hash % maxDirectories];
     while (*link != &directory)
         link = &(*link)->nextInBucket;
     *link = directory.nextInBucket;
-    m_uBytes -= directory.names.bytes();
     m_directories.erase(directory.self);
 }
 
-/// Drops listings, but never the most recently used one, until `bytes` more fit.
+/// Forgets the names, but not since when the directory has its stamp.
+void DirectoryCache::dropNames(Directory &directory) {
+    m_uBytes -= directory.names.bytes();
+    directory.names = {};
+    directory.listed = false;
+}
+
 void DirectoryCache::makeRoom(std::size_t bytes) {
-    while (m_uBytes + bytes > maxBytes && m_directories.size() > 1)
-        remove(m_directories.back());
+    for (auto p = m_directories.rbegin(); p != m_directories.rend() && m_uBytes + bytes > m_uMaxBytes; ++p)
+        dropNames(*p);
 }
 
 /// Whether a change from now on is certain to give the directory another stamp.
@@ -234,14 +240,12 @@ const NameTable *DirectoryCache::keepListing(std::string_view path, DirectoryRea
         directory.stamp = stamp;
         directory.firstSeen = monotonicNow();
     }
-    m_uBytes -= directory.names.bytes();
-    directory.names = {};
-    directory.listed = false;
+    dropNames(directory);
     if (!isSettled(directory))
         return nullptr;
 
     NameTable names;
-    if (!names.read(reader, maxBytes))
+    if (!names.read(reader, m_uMaxBytes))
         return nullptr;
     makeRoom(names.bytes());
     m_uBytes += names.bytes();

@@ -9,7 +9,7 @@
 // known to stamp every change; elsewhere (/proc, automounters, file systems in user space, those that fold
 // names in their own way) the directory is read at every question.
 //
-// The cache holds at most maxDirectories listings of maxBytes in all and gives up the least recently used
+// The cache holds at most maxDirectories listings of 16 MiB in all and gives up the least recently used
 // ones; a directory too large for it is read at every question. When no memory is left, nothing is kept and
 // the answers stay right. It is not locked: the layer's file functions are called from one thread at a time.
 #pragma once
@@ -65,14 +65,17 @@ class NameTable {
 class DirectoryCache {
   public:
     static constexpr std::size_t maxDirectories = 1024;
-    static constexpr std::size_t maxBytes = 16u << 20;
+
+    explicit DirectoryCache(std::size_t maxBytes = 16u << 20) : m_uMaxBytes(maxBytes) {}
+    DirectoryCache(const DirectoryCache &) = delete;
+    DirectoryCache &operator=(const DirectoryCache &) = delete;
 
     /// The one cache of the process. It is never destroyed, so that files can be used until the process ends.
     static DirectoryCache &instance();
 
-    /// Asks the directory `path` of the system for `name`, and rewrites `name` to the spelling to take when
-    /// it is there in another one. A directory that may be searched but not read answers for exact names
-    /// alone.
+    /// Asks the directory `path` of the system (zero-terminated) for `name`, and rewrites `name` to the
+    /// spelling to take when it is there in another one. A directory that may be searched but not read
+    /// answers for exact names alone.
     NameMatch find(std::string_view path, char *name, std::size_t length);
 
     /// What `find` will probably answer, told without asking the system. NoDirectory when nothing is known.
@@ -116,6 +119,7 @@ class DirectoryCache {
     Directory *lookUp(std::string_view path);
     Directory &add(std::string_view path);
     void remove(Directory &directory);
+    void dropNames(Directory &directory);
     void makeRoom(std::size_t bytes);
     bool isUnchanged(const Directory &directory) const;
     static bool isSettled(const Directory &directory);
@@ -125,7 +129,7 @@ class DirectoryCache {
     /// Most recently used first.
     std::list<Directory> m_directories;
     std::array<Directory *, maxDirectories> m_pBuckets{};
-    std::size_t m_uBytes = 0;
+    std::size_t m_uMaxBytes, m_uBytes = 0;
     std::uint64_t m_uDirectoriesRead = 0;
     int m_iHeldDescriptor = -1;
     PathBuffer m_heldPath{};

@@ -33,6 +33,9 @@ inline std::string describeBlock(V_Script &script) {
 
 class ScriptTest : public LibraryTest {
   protected:
+    /// The file system keeps a buffer as long as the longest path; it has grown before anything is counted.
+    ScriptTest() { File->getFullPathName(std::string(250, 'x').c_str()); }
+
     void write(const std::string &name, const std::string &content) { writeFile(root() / name, content); }
 
     /// The tree of main.txt with this content.

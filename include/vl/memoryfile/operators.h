@@ -31,7 +31,7 @@
 
 #include "vl/memoryfile.h"
 
-#include <limits>
+#include <algorithm>
 #include <type_traits>
 
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "values are stored as their memory image");
@@ -115,10 +115,11 @@ void V_MemoryFile::readInteger(Integer &value, unsigned int longTag, unsigned in
     constexpr bool isSigned = std::is_signed<Integer>::value;
     const unsigned char *bytes = bytesAhead(5);
     if (bytes && m_bTagsEnabled) {
-        const unsigned int compactSize = compactBase - bytes[0];
-        const bool compact = compactSize - 1 < 3;
-        if (static_cast<unsigned int>(compact) | static_cast<unsigned int>(bytes[0] == longTag)) {
-            const unsigned int size = compact ? compactSize : 4;
+        // No branch depends on which of the four forms it is: that could not be predicted.
+        const unsigned int tag = bytes[0];
+        const std::uint32_t validTags = 1u << longTag | 7u << (compactBase - 3);
+        if (tag < 32 && (validTags >> tag & 1) != 0) {
+            const unsigned int size = std::min(compactBase - tag, 4u);
             const unsigned int unused = 32 - 8 * size;
             std::uint32_t word;
             std::memcpy(&word, bytes + 1, 4);
@@ -131,21 +132,41 @@ void V_MemoryFile::readInteger(Integer &value, unsigned int longTag, unsigned in
     value = static_cast<Integer>(readIntegerSlowly(longTag, compactBase, isSigned));
 }
 
+/// Writes a string; one whose length fits a byte, as most do, straight to the buffer.
+inline void V_MemoryFile::writeText(const char *text, std::size_t length) {
+    unsigned char *room = length < 128 ? roomFor(static_cast<unsigned int>(3 + length)) : nullptr;
+    if (!room || !m_bTagsEnabled) {
+        writeTextSlowly(text, length);
+        return;
+    }
+    std::memmove(room + 3, text, length); // which may lie in this buffer
+    room[0] = BT_STRING;
+    room[1] = BT_INT8;
+    room[2] = static_cast<unsigned char>(length);
+    advance(static_cast<unsigned int>(3 + length));
+}
+
 template <class String>
 void V_MemoryFile::readText(String &text) {
     text.clear();
-    const unsigned int length = readTextLength();
-    if (const unsigned char *bytes = bytesAhead(length)) {
-        text.assign(reinterpret_cast<const char *>(bytes), length);
-        m_uPosition += length;
+    const unsigned char *bytes = bytesAhead(3);
+    if (bytes && m_bTagsEnabled && bytes[0] == BT_STRING && bytes[1] == BT_INT8 && bytes[2] < 128 &&
+        bytesAhead(3u + bytes[2])) {
+        const unsigned int length = bytes[2];
+        const auto *characters = reinterpret_cast<const char *>(bytes + 3);
+        if (length <= 15 && bytesAhead(3 + 15)) {
+            text.assign(characters, 15); // a copy of fixed length, cut afterwards, has no branches to miss
+            text.resize(length);
+        } else {
+            text.assign(characters, length);
+        }
+        m_uPosition += 3 + length;
         return;
     }
+    const unsigned int length = readTextLength();
     constexpr unsigned int longestUnread = 65536;
-    if (length <= m_uSize - m_uPosition || length <= longestUnread) {
-        if (length > text.max_size())
-            V_throw(V_MemoryException_Allocation());
+    if (length <= m_uSize - m_uPosition || length <= longestUnread)
         text.resize(length);
-    }
     read(&text[0], static_cast<int>(length));
 }
 

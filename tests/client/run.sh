@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Installs a build into a prefix of its own and builds and runs the client against it, by find_package and by
+# pkg-config, with every compiler at hand. run.sh BUILD_DIRECTORY COMPILER_FLAGS
+set -euo pipefail
+source=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+build=$1
+flags=${2:-}
+prefix=$build/client-prefix
+work=$build/client
+rm -rf "$prefix" "$work"
+cmake --install "$build" --prefix "$prefix" >/dev/null
+for compiler in g++ clang++; do
+    command -v "$compiler" >/dev/null || continue
+    cmake -G Ninja -S "$source" -B "$work/$compiler" -DCMAKE_PREFIX_PATH="$prefix" \
+        -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$flags" >/dev/null
+    cmake --build "$work/$compiler" -- --quiet
+    for client in "$work/$compiler"/client_*; do
+        [ "$("$client")" = 'File \NO SUCH FILE not found' ] || { echo "$client failed"; exit 1; }
+    done
+    if command -v pkg-config >/dev/null; then
+        pc=$(dirname "$(find "$prefix" -name vl.pc)")
+        # shellcheck disable=SC2046,SC2086
+        "$compiler" $flags -std=c++17 "$source/client.cpp" -o "$work/$compiler/by_pkg_config" \
+            $(PKG_CONFIG_PATH=$pc pkg-config --cflags --libs vl) -Wl,-rpath,"$(dirname "$pc")"
+        "$work/$compiler/by_pkg_config" >/dev/null
+    fi
+done
+"$prefix/bin/vl" --version
+[ -f "$prefix/share/man/man1/vl.1" ]

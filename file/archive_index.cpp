@@ -37,52 +37,51 @@ std::uint32_t hashOfFile(std::uint32_t dirIndex, std::uint32_t hashOfName) {
     return static_cast<std::uint32_t>(mixed >> 32 ^ mixed);
 }
 
-std::uint32_t slotCount(std::uint32_t entries) { return std::bit_ceil(2 * entries + 2); }
+std::uint32_t slotCount(std::uint32_t entries) { return std::bit_ceil(entries + entries / 3 + 2); }
 
 // One of the two hash tables of an index.
 class Slots {
   public:
-    Slots(std::uint32_t *slots, std::uint32_t entries) : m_pSlots(slots), m_uMask(slotCount(entries) - 1) {}
+    Slots(ArchiveIndexSlot *slots, std::uint32_t entries)
+        : m_pSlots(slots), m_uMask(slotCount(entries) - 1) {}
 
     // Enters an entry; adds to `probes` the slots looked at.
-    void insert(std::uint32_t hash, std::uint32_t entry, std::uint64_t &probes) {
+    void insert(std::uint32_t hash, std::uint32_t entry, std::size_t key, std::uint64_t &probes) {
         std::uint32_t at = hash & m_uMask;
-        for (; m_pSlots[at] != 0; at = (at + 1) & m_uMask)
+        for (; m_pSlots[at].entry != 0; at = (at + 1) & m_uMask)
             ++probes;
-        m_pSlots[at] = (hash & ~m_uMask) | (entry + 1);
+        m_pSlots[at] = {(hash & ~m_uMask) | (entry + 1), static_cast<std::uint32_t>(key)};
     }
 
-    // The first entry that was inserted with this hash and of which `matches` is true, or null.
-    template <class Entry, class Matches>
-    Entry *find(Entry *entries, std::uint32_t hash, Matches matches) const {
-        for (std::uint32_t at = hash & m_uMask; m_pSlots[at] != 0; at = (at + 1) & m_uMask) {
-            if ((m_pSlots[at] & ~m_uMask) != (hash & ~m_uMask))
-                continue;
-            Entry &entry = entries[(m_pSlots[at] & m_uMask) - 1];
-            if (matches(entry))
-                return &entry;
+    // The first entry that was inserted with this hash and key, or null.
+    template <class Entry>
+    Entry *find(Entry *entries, const char *keys, std::uint32_t hash, const char *key) const {
+        for (std::uint32_t at = hash & m_uMask; m_pSlots[at].entry != 0; at = (at + 1) & m_uMask) {
+            const ArchiveIndexSlot slot = m_pSlots[at];
+            if (((slot.entry ^ hash) & ~m_uMask) == 0 && compareArchiveNames(keys + slot.key, key) == 0)
+                return entries + (slot.entry & m_uMask) - 1;
         }
         return nullptr;
     }
 
   private:
-    std::uint32_t *m_pSlots;
+    ArchiveIndexSlot *m_pSlots;
     std::uint32_t m_uMask;
 };
 
-Slots fileSlots(std::uint32_t *index, const Archive &archive) { return {index, archive.header.fileCount}; }
+Slots fileSlots(ArchiveIndexSlot *index, const Archive &archive) { return {index, archive.header.fileCount}; }
 
-Slots directorySlots(std::uint32_t *index, const Archive &archive) {
+Slots directorySlots(ArchiveIndexSlot *index, const Archive &archive) {
     return {index + slotCount(archive.header.fileCount), archive.header.dirCount};
 }
 
-// The first of the sorted entries that `compare` (of an entry with what is wanted) calls equal, or null.
-template <class Entry, class Compare>
-Entry *binarySearch(Entry *entries, std::uint32_t count, Compare compare) {
+// The first of the sorted entries with this key, or null.
+template <class Entry>
+Entry *binarySearch(Entry *entries, std::uint32_t count, const char *key) {
     Entry *const end = entries + count;
-    Entry *const found =
-        std::partition_point(entries, end, [&](const Entry &entry) { return compare(entry) < 0; });
-    return found != end && compare(*found) == 0 ? found : nullptr;
+    Entry *const found = std::partition_point(
+        entries, end, [key](const Entry &entry) { return compareArchiveNames(entry.key, key) < 0; });
+    return found != end && compareArchiveNames(found->key, key) == 0 ? found : nullptr;
 }
 
 } // namespace
@@ -105,47 +104,43 @@ std::uint32_t hashArchiveName(const char *name, std::size_t length) {
     return static_cast<std::uint32_t>(hash);
 }
 
-std::uint32_t *buildArchiveIndex(const Archive &archive) {
+ArchiveIndexSlot *buildArchiveIndex(const Archive &archive) {
     const std::uint32_t files = archive.header.fileCount;
     const std::uint32_t dirs = archive.header.dirCount;
     const std::size_t size = std::size_t{slotCount(files)} + slotCount(dirs);
-    CountedArray<std::uint32_t> index(allocateArray<std::uint32_t>(size));
-    std::fill_n(index.get(), size, 0u);
+    CountedArray<ArchiveIndexSlot> index(allocateArray<ArchiveIndexSlot>(size));
+    std::fill_n(index.get(), size, ArchiveIndexSlot{});
 
     const std::uint64_t limit = probesForEachEntry * (std::uint64_t{files} + dirs + 1);
     std::uint64_t probes = 0;
     Slots ofFiles = fileSlots(index.get(), archive);
     for (std::uint32_t i = 0; i < files && probes <= limit; ++i) {
-        const char *name = nameOfArchiveFile(archive.files[i]);
-        ofFiles.insert(hashOfFile(archive.files[i].dirIndex, hashArchiveName(name, std::strlen(name))), i,
-                       probes);
+        const FileEntry &entry = archive.files[i];
+        const char *name = nameOfArchiveFile(entry);
+        ofFiles.insert(hashOfFile(entry.dirIndex, hashArchiveName(name, std::strlen(name))), i,
+                       static_cast<std::size_t>(entry.key - archive.fileNames), probes);
     }
     Slots ofDirectories = directorySlots(index.get(), archive);
-    for (std::uint32_t i = 0; i < dirs && probes <= limit; ++i)
-        ofDirectories.insert(hashArchiveName(archive.dirs[i].key, std::strlen(archive.dirs[i].key)), i,
-                             probes);
+    for (std::uint32_t i = 0; i < dirs && probes <= limit; ++i) {
+        const char *path = archive.dirs[i].key;
+        ofDirectories.insert(hashArchiveName(path, std::strlen(path)), i,
+                             static_cast<std::size_t>(path - archive.dirNames), probes);
+    }
     return probes <= limit ? index.release() : nullptr;
 }
 
 DirectoryEntry *findArchiveDirectory(const Archive &archive, const char *path, std::uint32_t hash) {
-    const auto compare = [path](const DirectoryEntry &entry) { return compareArchiveNames(entry.key, path); };
     if (archive.index)
-        return directorySlots(archive.index, archive).find(archive.dirs, hash, [&](const auto &entry) {
-            return compare(entry) == 0;
-        });
-    return binarySearch(archive.dirs, archive.header.dirCount, compare);
+        return directorySlots(archive.index, archive).find(archive.dirs, archive.dirNames, hash, path);
+    return binarySearch(archive.dirs, archive.header.dirCount, path);
 }
 
-FileEntry *findArchiveFile(const Archive &archive, std::uint32_t dirIndex, const char *name,
+FileEntry *findArchiveFile(const Archive &archive, const char *key, std::uint32_t dirIndex,
                            std::uint32_t hash) {
-    const auto compare = [dirIndex, name](const FileEntry &entry) {
-        return compareArchiveFiles(entry.dirIndex, nameOfArchiveFile(entry), dirIndex, name);
-    };
     if (archive.index)
         return fileSlots(archive.index, archive)
-            .find(archive.files, hashOfFile(dirIndex, hash),
-                  [&](const auto &entry) { return compare(entry) == 0; });
-    return binarySearch(archive.files, archive.header.fileCount, compare);
+            .find(archive.files, archive.fileNames, hashOfFile(dirIndex, hash), key);
+    return binarySearch(archive.files, archive.header.fileCount, key);
 }
 
 } // namespace vl

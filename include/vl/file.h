@@ -24,6 +24,7 @@
 
 namespace vl {
 class ArchiveAccess;
+struct ArchiveIndexSlot;
 namespace platform {
 class Enumeration;
 }
@@ -94,11 +95,11 @@ class VL_API V_File {
     struct V_VASArchive {
         char *archivePath; ///< absolute path of the archive file
         VASHeader header;
-        VASFileEntry *files;     ///< fileCount entries, sorted by key
-        VASDirectoryEntry *dirs; ///< dirCount entries, sorted by key
-        char *fileNames;         ///< the keys of the files
-        char *dirNames;          ///< the keys of the directories
-        unsigned int *index;     ///< private: speeds the lookup; null when binary search serves
+        VASFileEntry *files;         ///< fileCount entries, sorted by key
+        VASDirectoryEntry *dirs;     ///< dirCount entries, sorted by key
+        char *fileNames;             ///< the keys of the files
+        char *dirNames;              ///< the keys of the directories
+        vl::ArchiveIndexSlot *index; ///< private: speeds the lookup; null when binary search serves
     };
 
     /// The answer of a lookup.

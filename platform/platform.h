@@ -110,8 +110,8 @@ bool matchesWildcards(const char *pattern, const char *name);
 class UnbufferedFile;
 
 /// Opens an existing file; where the file system offers no unbuffered reading, ordinary reads serve. Null on
-/// failure.
-UnbufferedFile *openUnbuffered(const char *path);
+/// failure; `outOfMemory`, where given, tells whether that was for want of memory.
+UnbufferedFile *openUnbuffered(const char *path, bool *outOfMemory = nullptr);
 void closeUnbuffered(UnbufferedFile *file);
 
 /// Length in bytes. False when it cannot be told.

@@ -4,6 +4,7 @@
 
 #include "core/counted.h"
 #include "file/archive_format.h"
+#include "file/little_endian.h"
 
 #include <algorithm>
 #include <bit>
@@ -32,6 +33,22 @@ std::uint64_t fold(std::uint64_t characters) {
     return characters | upper >> 2;
 }
 
+// Up to eight characters of a text of which `left` are left, folded.
+std::uint64_t foldedWord(const char *text, std::size_t left) {
+    std::uint64_t word = loadLe64(reinterpret_cast<const std::uint8_t *>(text));
+    if (left < 8)
+        word &= (std::uint64_t{1} << 8 * left) - 1;
+    return fold(word);
+}
+
+// Whether two zero-terminated texts, the second of this length, are equal but for case.
+bool equalNames(const char *a, const char *b, std::size_t length) {
+    for (std::size_t i = 0; i <= length; i += 8)
+        if (foldedWord(a + i, length + 1 - i) != foldedWord(b + i, length + 1 - i))
+            return false;
+    return true;
+}
+
 std::uint32_t hashOfFile(std::uint32_t dirIndex, std::uint32_t hashOfName) {
     const std::uint64_t mixed = (hashOfName | std::uint64_t{dirIndex} << 32) * oddConstant;
     return static_cast<std::uint32_t>(mixed >> 32 ^ mixed);
@@ -55,10 +72,10 @@ class Slots {
 
     // The first entry that was inserted with this hash and key, or null.
     template <class Entry>
-    Entry *find(Entry *entries, const char *keys, std::uint32_t hash, const char *key) const {
+    Entry *find(Entry *entries, const char *keys, std::uint32_t hash, const ArchiveKey &key) const {
         for (std::uint32_t at = hash & m_uMask; m_pSlots[at].entry != 0; at = (at + 1) & m_uMask) {
             const ArchiveIndexSlot slot = m_pSlots[at];
-            if (((slot.entry ^ hash) & ~m_uMask) == 0 && compareArchiveNames(keys + slot.key, key) == 0)
+            if (((slot.entry ^ hash) & ~m_uMask) == 0 && equalNames(keys + slot.key, key.text, key.length))
                 return entries + (slot.entry & m_uMask) - 1;
         }
         return nullptr;
@@ -88,18 +105,9 @@ Entry *binarySearch(Entry *entries, std::uint32_t count, const char *key) {
 
 std::uint32_t hashArchiveName(const char *name, std::size_t length) {
     std::uint64_t hash = length;
-    for (; length > 0;) {
-        const std::size_t step = std::min<std::size_t>(length, 8);
-        std::uint64_t characters = 0;
-        if (step == 8)
-            std::memcpy(&characters, name, 8);
-        else
-            for (std::size_t i = 0; i < step; ++i)
-                characters |= std::uint64_t{static_cast<unsigned char>(name[i])} << 8 * i;
-        hash = (hash ^ fold(characters)) * oddConstant;
+    for (std::size_t i = 0; i < length; i += 8) {
+        hash = (hash ^ foldedWord(name + i, length - i)) * oddConstant;
         hash ^= hash >> 32;
-        name += step;
-        length -= step;
     }
     return static_cast<std::uint32_t>(hash);
 }
@@ -129,18 +137,17 @@ ArchiveIndexSlot *buildArchiveIndex(const Archive &archive) {
     return probes <= limit ? index.release() : nullptr;
 }
 
-DirectoryEntry *findArchiveDirectory(const Archive &archive, const char *path, std::uint32_t hash) {
+DirectoryEntry *findArchiveDirectory(const Archive &archive, const ArchiveKey &path) {
     if (archive.index)
-        return directorySlots(archive.index, archive).find(archive.dirs, archive.dirNames, hash, path);
-    return binarySearch(archive.dirs, archive.header.dirCount, path);
+        return directorySlots(archive.index, archive).find(archive.dirs, archive.dirNames, path.hash, path);
+    return binarySearch(archive.dirs, archive.header.dirCount, path.text);
 }
 
-FileEntry *findArchiveFile(const Archive &archive, const char *key, std::uint32_t dirIndex,
-                           std::uint32_t hash) {
+FileEntry *findArchiveFile(const Archive &archive, const ArchiveKey &key, std::uint32_t dirIndex) {
     if (archive.index)
         return fileSlots(archive.index, archive)
-            .find(archive.files, archive.fileNames, hashOfFile(dirIndex, hash), key);
-    return binarySearch(archive.files, archive.header.fileCount, key);
+            .find(archive.files, archive.fileNames, hashOfFile(dirIndex, key.hash), key);
+    return binarySearch(archive.files, archive.header.fileCount, key.text);
 }
 
 } // namespace vl

@@ -15,8 +15,19 @@
 
 namespace vl {
 
+/// Names and keys are read eight bytes at once: this many bytes behind a text (whose length does not count
+/// its terminating zero) are readable, whatever they hold.
+inline constexpr std::size_t archiveTextPadding = 8;
+
 /// A hash of a name that ignores the case of A-Z.
 std::uint32_t hashArchiveName(const char *name, std::size_t length);
+
+/// What is looked up: a directory's path, or a file's key, in which archiveKeyDigits stand before the name.
+struct ArchiveKey {
+    const char *text; ///< zero-terminated
+    std::size_t length;
+    std::uint32_t hash; ///< hashArchiveName of the path, or of the name without the digits
+};
 
 /// One slot of either hash table.
 struct ArchiveIndexSlot {
@@ -31,15 +42,13 @@ struct ArchiveIndexSlot {
 /// V_MemoryException_Allocation.
 ArchiveIndexSlot *buildArchiveIndex(const V_File::V_VASArchive &archive);
 
-/// The directory entry with this path (hashArchiveName of it in `hash`), or null. Of several records with
-/// equal keys the first in the archive is found, here and in findArchiveFile.
-V_File::VASDirectoryEntry *findArchiveDirectory(const V_File::V_VASArchive &archive, const char *path,
-                                                std::uint32_t hash);
+/// The directory entry with this path, or null. Of several records with equal keys the first in the archive
+/// is found, here and in findArchiveFile.
+V_File::VASDirectoryEntry *findArchiveDirectory(const V_File::V_VASArchive &archive, const ArchiveKey &path);
 
-/// The file entry with this key, in which archiveKeyDigits stand before the name, or null. `hash` is
-/// hashArchiveName of the name alone.
-V_File::VASFileEntry *findArchiveFile(const V_File::V_VASArchive &archive, const char *key,
-                                      std::uint32_t dirIndex, std::uint32_t hash);
+/// The file entry with this key, whose digits are those of `dirIndex`, or null.
+V_File::VASFileEntry *findArchiveFile(const V_File::V_VASArchive &archive, const ArchiveKey &key,
+                                      std::uint32_t dirIndex);
 
 /// The name of a file without the digits of its directory.
 inline const char *nameOfArchiveFile(const V_File::VASFileEntry &entry) {

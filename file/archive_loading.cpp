@@ -107,7 +107,7 @@ Table<V_File::VASFileEntry> loadFileTable(ArchiveReader &reader, const V_File::V
         header.fileInfoSize - header.fileCount * (vl::archiveFileFieldsSize - vl::archiveKeyDigits);
     Table<V_File::VASFileEntry> table{
         CountedArray<V_File::VASFileEntry>(vl::allocateArray<V_File::VASFileEntry>(header.fileCount)),
-        CountedArray<char>(vl::allocateArray<char>(room))};
+        CountedArray<char>(vl::allocateArray<char>(room + vl::archiveTextPadding))};
 
     char *names = table.names.get();
     std::uint64_t offset = std::uint64_t{vl::archiveHeaderSize} + header.fileInfoSize + header.dirInfoSize;
@@ -136,9 +136,10 @@ Table<V_File::VASDirectoryEntry> loadDirectoryTable(ArchiveReader &reader, const
     const std::uint8_t *const end = position + header.dirInfoSize;
 
     const std::size_t room = header.dirInfoSize - header.dirCount * vl::archiveDirectoryFieldsSize;
-    Table<V_File::VASDirectoryEntry> table{CountedArray<V_File::VASDirectoryEntry>(
-                                               vl::allocateArray<V_File::VASDirectoryEntry>(header.dirCount)),
-                                           CountedArray<char>(vl::allocateArray<char>(room))};
+    Table<V_File::VASDirectoryEntry> table{
+        CountedArray<V_File::VASDirectoryEntry>(
+            vl::allocateArray<V_File::VASDirectoryEntry>(header.dirCount)),
+        CountedArray<char>(vl::allocateArray<char>(room + vl::archiveTextPadding))};
 
     char *names = table.names.get();
     for (std::uint32_t i = 0; i < header.dirCount; ++i) {

@@ -12,9 +12,10 @@
 
 namespace {
 
-// A path as the archives' directory tables spell it: backslashes only. Room for one more at either end.
+// A path as the archives' directory tables spell it: backslashes only. Room for one more
+// at either end.
 struct LookupPath {
-    char text[vl::platform::maxPath + 3];
+    char text[vl::platform::maxPath + 3 + vl::archiveTextPadding];
     std::size_t length = 0;
 
     // False when the path is too long to be found.
@@ -27,10 +28,10 @@ struct LookupPath {
         return true;
     }
     void append(char c) { text[length++] = c; }
-    // Terminates it and tells its hash.
-    std::uint32_t finish() {
+    // Terminates it.
+    vl::ArchiveKey finish() {
         text[length] = 0;
-        return vl::hashArchiveName(text, length);
+        return {text, length, vl::hashArchiveName(text, length)};
     }
 };
 
@@ -49,21 +50,22 @@ void V_File::searchFile(V_VASFind *result, const char *path) {
     while (directory.text[split - 1] != '\\')
         --split;
     const std::size_t nameLength = directory.length - split;
-    const std::uint32_t nameHash = vl::hashArchiveName(directory.text + split, nameLength);
-    char key[vl::archiveKeyDigits + sizeof directory.text];
-    std::memcpy(key + vl::archiveKeyDigits, directory.text + split, nameLength);
-    key[vl::archiveKeyDigits + nameLength] = 0;
+    char keyText[vl::archiveKeyDigits + sizeof directory.text];
+    std::memcpy(keyText + vl::archiveKeyDigits, directory.text + split, nameLength);
+    keyText[vl::archiveKeyDigits + nameLength] = 0;
+    const vl::ArchiveKey key = {keyText, vl::archiveKeyDigits + nameLength,
+                                vl::hashArchiveName(keyText + vl::archiveKeyDigits, nameLength)};
     directory.length = split;
-    const std::uint32_t directoryHash = directory.finish();
+    const vl::ArchiveKey directoryKey = directory.finish();
 
     for (V_VASArchive *archive = VASArchiveList->getFirst(); archive;
          archive = VASArchiveList->getNext(archive)) {
-        VASDirectoryEntry *dir = vl::findArchiveDirectory(*archive, directory.text, directoryHash);
+        VASDirectoryEntry *dir = vl::findArchiveDirectory(*archive, directoryKey);
         if (!dir || dir->index > static_cast<int>(vl::archiveHighestDirIndex))
             continue;
         const auto dirIndex = static_cast<std::uint32_t>(dir->index);
-        vl::putArchiveKeyDigits(key, dirIndex);
-        if (VASFileEntry *file = vl::findArchiveFile(*archive, key, dirIndex, nameHash)) {
+        vl::putArchiveKeyDigits(keyText, dirIndex);
+        if (VASFileEntry *file = vl::findArchiveFile(*archive, key, dirIndex)) {
             *result = {archive, file, dir};
             return;
         }
@@ -77,11 +79,11 @@ void V_File::searchDir(V_VASFind *result, const char *path) {
         return;
     if (directory.length == 0 || directory.text[directory.length - 1] != '\\')
         directory.append('\\');
-    const std::uint32_t hash = directory.finish();
+    const vl::ArchiveKey key = directory.finish();
 
     for (V_VASArchive *archive = VASArchiveList->getFirst(); archive;
          archive = VASArchiveList->getNext(archive))
-        if (VASDirectoryEntry *dir = vl::findArchiveDirectory(*archive, directory.text, hash)) {
+        if (VASDirectoryEntry *dir = vl::findArchiveDirectory(*archive, key)) {
             *result = {archive, nullptr, dir};
             return;
         }

@@ -276,11 +276,14 @@ TEST(ArchiveStartUp, DISABLED_BesideTheProgram) {
         }
         EXPECT_EQ(V_Memory::getNewCount(), V_Memory::getDeleteCount());
     };
-    startAndStop(false);
     V_Memory::resetNewDeleteCounts();
     std::optional<V_VantorInit> library;
     const int failures = failEachAllocation<V_MemoryException_Allocation *>(
-        [&] { library.emplace(); },
+        [&] {
+            library.reset();
+            library.emplace();
+            EXPECT_EQ(File->where("b.txt"), V_File::LOC_ARCHIVE); // never started elsewhere
+        },
         [&] {
             EXPECT_EQ(Sys, nullptr);
             EXPECT_EQ(File, nullptr);

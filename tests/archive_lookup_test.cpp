@@ -100,7 +100,7 @@ TEST_F(ArchiveLookup, TellsWhatTheTablesSay) {
     const int id = static_cast<int>(0x80000001);
     File->verifyArchiverID(id);
     load(ArchiveBuilder().add("\\other", ""), "z.vas");
-    EXPECT_EQ(messageOf<V_FileException_IncompatibleArchiverID>([id] { File->verifyArchiverID(id); }),
+    EXPECT_EQ(messageOf<V_FileException_IncompatibleArchiverID>([&] { File->verifyArchiverID(id); }),
               "Archive \"" + engineRoot() + "\\z.vas\" is not compatible with this program");
     File->setArchiveHandling(V_File::AH_DIRECTORIES);
     File->verifyArchiverID(id);

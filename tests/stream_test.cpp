@@ -170,7 +170,8 @@ TEST_F(Streams, OpenRegionsOfEveryKind) {
         EXPECT_EQ(beyond.size(), 0u);
         EXPECT_EQ(readAll(odd, 4), "0123");
         copy = region;
-        copy = copy;
+        const V_FileStream &itself = copy;
+        copy = itself;
         EXPECT_EQ(copy.getPosition(), 5u);
         EXPECT_EQ(stream->getPosition(), 3u);
     }

@@ -169,6 +169,17 @@ TEST_F(System, AnUnwritableLogIsTriedAgain) {
     EXPECT_EQ(texts.back(), "written");
 }
 
+TEST_F(System, LoggingTakesNoMemory) {
+    {
+        const FailingAllocation fault(0);
+        Sys->verbose("%s", "lost");
+        Sys->clearVerbose();
+        Sys->verbose("%d", 5);
+        EXPECT_FALSE(FailingAllocation::happened());
+    }
+    EXPECT_EQ(log().size(), headerLength + 1);
+}
+
 TEST_F(System, DumpListsTheRoutines) {
     const std::string singleLine(78, '-');
     const auto dumped = [] {

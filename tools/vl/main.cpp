@@ -17,6 +17,7 @@ int main(int count, char **arguments) {
 
     int exitStatus = 0;
     addArchiveCommand(app, exitStatus);
+    addScriptCommand(app, exitStatus);
     addSystemCommand(app, exitStatus);
 
     try {

@@ -15,6 +15,7 @@ int main(int count, char **arguments) {
 
     int exitStatus = 0;
     addArchiveCommand(app, exitStatus);
+    addDumpCommand(app, exitStatus);
     addSystemCommand(app, exitStatus);
 
     try {

@@ -139,6 +139,8 @@ void V_File::changeDirectory(const char *dir) {
     copy.append(dir);
     if (copy.length() > 1 && isSeparator(name[copy.length() - 1]))
         copy.cutTo(copy.length() - 1);
+    if (std::strcmp(name, ".") == 0)
+        return; // the current directory with its separator
 
     PathBuffer resolved;
     relativeToAbsolutePath(resolved, name);

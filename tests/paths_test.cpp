@@ -111,6 +111,7 @@ TEST_F(Names, OfADirectoryThatIsMissingLeaveTheCurrentOne) {
     std::filesystem::create_directories(root() / "data");
     File->changeDirectory("DATA");
     File->changeDirectory(".");
+    File->changeDirectory("./");
     File->changeDirectory("");
     EXPECT_STREQ(File->getCurrentDirectory(), "\\DATA\\");
     EXPECT_EQ(messageOf<V_FileException_DirectoryNotFound>([] { File->changeDirectory("nowhere/"); }),

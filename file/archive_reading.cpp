@@ -7,7 +7,6 @@
 #include "core/counted.h"
 #include "file/archive_format.h"
 #include "file/lzss.h"
-#include "file/open_file.h"
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -21,16 +20,19 @@ using Bytes = vl::CountedArray<std::uint8_t>;
 // Blocks of this size are not taken before it is known that the archive holds so many bytes.
 constexpr unsigned int largeBlock = 1 << 20;
 
-bool readsTo(std::FILE *archive, const V_File::VASFileEntry &entry, std::uint8_t *out) {
-    return vl::platform::seekFile(archive, entry.offset) &&
-           std::fread(out, 1, entry.storedSize, archive) == entry.storedSize;
-}
+// Where an entry lies, and what its bytes are missed under.
+struct Source {
+    const char *archivePath;
+    const char *resolvedPath;
 
-bool holds(std::FILE *archive, const V_File::VASFileEntry &entry) {
-    std::uint64_t length = 0;
-    return vl::platform::fileLength(archive, length) &&
-           std::uint64_t{entry.offset} + entry.storedSize <= length;
-}
+    void read(std::uint64_t position, std::uint8_t *out, std::uint32_t count) const {
+        std::uint32_t delivered;
+        if (!vl::platform::readRange(archivePath, position, out, count, delivered))
+            V_throw(V_FileException_ArchiveNotFound(archivePath));
+        if (delivered != count)
+            V_throw(V_FileException_UnableToReadData(resolvedPath));
+    }
+};
 
 // Decodes an entry's container, which fills `block`, into the entry's size of bytes at `out`, of which only
 // the first `room` are there to be written. False when the container is damaged.
@@ -60,10 +62,7 @@ bool decode(const V_File::VASFileEntry &entry, const std::uint8_t *block, std::u
 void V_File::readEntry(const V_VASFind &found, const char *resolvedPath, void *buffer,
                        unsigned int bufferSize) {
     const VASFileEntry &entry = *found.file;
-    const vl::OpenFile archive = vl::openUnbuffered(found.archive->archivePath, "rb");
-    if (!archive)
-        V_throw(V_FileException_ArchiveNotFound(found.archive->archivePath));
-
+    const Source source = {found.archive->archivePath, resolvedPath};
     auto *const out = static_cast<std::uint8_t *>(buffer);
     const bool stored = entry.method == METHOD_STORED;
     if (stored && entry.size != entry.storedSize)
@@ -72,12 +71,13 @@ void V_File::readEntry(const V_VASFind &found, const char *resolvedPath, void *b
 
     Bytes block;
     if (!direct) {
-        if (entry.storedSize >= largeBlock && !holds(archive.get(), entry))
-            V_throw(V_FileException_UnableToReadData(resolvedPath));
+        if (entry.storedSize >= largeBlock) {
+            std::uint8_t last;
+            source.read(std::uint64_t{entry.offset} + entry.storedSize - 1, &last, 1);
+        }
         block.reset(vl::allocateArray<std::uint8_t>(entry.storedSize));
     }
-    if (!readsTo(archive.get(), entry, direct ? out : block.get()))
-        V_throw(V_FileException_UnableToReadData(resolvedPath));
+    source.read(entry.offset, direct ? out : block.get(), entry.storedSize);
 
     if (stored) {
         if (!direct)

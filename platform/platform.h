@@ -72,6 +72,12 @@ bool fileLength(std::FILE *file, std::uint64_t &length);
 /// Moves an open file to an absolute position. False on failure.
 bool seekFile(std::FILE *file, std::uint64_t position);
 
+/// Reads `count` bytes at `position` of an existing file in as few calls of the system as there can be: one
+/// to open, one to read, one to close. `delivered` is how many came, fewer only at the end of the file or on
+/// an error. False, and nothing delivered, when the file cannot be opened; a directory never opens.
+bool readRange(const char *path, std::uint64_t position, void *buffer, std::uint32_t count,
+               std::uint32_t &delivered);
+
 /// A point in time in calendar form, UTC. Months 1-12, days 1-31, Sunday is day of week 0.
 struct CalendarTime {
     std::uint16_t year, month, dayOfWeek, day, hour, minute, second, milliseconds;

@@ -136,8 +136,11 @@ TEST_F(ArchiveReading, ReportsArchivesThatVanishOrShrinkAfterLoading) {
         EXPECT_EQ(messageOf<V_FileException_UnableToReadData>([&] { File->load(buffer.data(), name, 0); }),
                   "Unable to read data from \"\\" + std::string(name) + "\"");
     std::filesystem::remove(root() / "a.vas");
-    EXPECT_EQ(messageOf<V_FileException_ArchiveNotFound>([&] { File->load(buffer.data(), "packed", 0); }),
-              "Archive " + engineRoot() + "\\a.vas not found");
+    for (const char *name : {"stored", "packed"}) {
+        EXPECT_EQ(messageOf<V_FileException_ArchiveNotFound>([&] { File->load(buffer.data(), name, 0); }),
+                  "Archive " + engineRoot() + "\\a.vas not found");
+        std::filesystem::create_directory(root() / "a.vas"); // in its place, a directory
+    }
 }
 
 TEST_F(ArchiveReading, SurvivesTheFailureOfEveryAllocation) {

@@ -36,8 +36,8 @@ int openFlags(const char *mode) {
     }
 }
 
-/// Opens a file (never a directory); -1 on failure.
-int openDescriptor(const char *path, int flags) {
+/// Opens a file, or for reading also a directory; -1 on failure.
+int openAnything(const char *path, int flags) {
     SystemPath system;
     if (!toSystemPath(system, path) || system.endsInSeparator)
         return -1;
@@ -48,7 +48,12 @@ int openDescriptor(const char *path, int flags) {
     };
     if (withSpelling(system, openExisting) == Spelling::Missing && (flags & O_CREAT) != 0)
         descriptor = open(system.text, flags | O_CLOEXEC, 0666);
+    return descriptor;
+}
 
+/// Opens a file (never a directory); -1 on failure.
+int openDescriptor(const char *path, int flags) {
+    const int descriptor = openAnything(path, flags);
     struct stat info;
     if (descriptor >= 0 && (fstat(descriptor, &info) != 0 || S_ISDIR(info.st_mode))) {
         close(descriptor);
@@ -106,6 +111,24 @@ bool fileLength(std::FILE *file, std::uint64_t &length) {
 
 bool seekFile(std::FILE *file, std::uint64_t position) {
     return position <= INT64_MAX && fseeko(file, static_cast<off_t>(position), SEEK_SET) == 0;
+}
+
+bool readRange(const char *path, std::uint64_t position, void *buffer, std::uint32_t count,
+               std::uint32_t &delivered) {
+    delivered = 0;
+    const int descriptor = openAnything(path, O_RDONLY);
+    if (descriptor < 0)
+        return false;
+    ssize_t got = 0;
+    do {
+        got = pread(descriptor, static_cast<char *>(buffer) + delivered, count - delivered,
+                    static_cast<off_t>(position + delivered));
+        if (got > 0)
+            delivered += static_cast<std::uint32_t>(got);
+    } while (delivered < count && (got > 0 || (got < 0 && errno == EINTR)));
+    const bool isDirectory = got < 0 && errno == EISDIR;
+    close(descriptor);
+    return !isDirectory;
 }
 
 bool lastWriteTime(const char *path, CalendarTime &time) {

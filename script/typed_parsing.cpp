@@ -201,7 +201,8 @@ bool V_Script::convert(const char *text, const Format &format, void *data) const
                 return false;
             break;
         case 's': {
-            const bool followed = std::strchr(conversion.next, '%') != nullptr;
+            const char *following = std::strchr(conversion.next, '%');
+            const bool followed = following && following[1] != 0;
             const std::uint64_t room =
                 followed && *stride > 0 ? static_cast<unsigned int>(*stride) - 1 : conversion.width;
             if (!copyText(text, *conversion.next, std::min(room, conversion.width), destination))

@@ -228,13 +228,19 @@ class VL_API V_File {
 
     // ---- Archives ------------------------------------------------------------------------------------
 
+    /// Names in archives match without regard to the case of A-Z; the first active archive that holds one
+    /// answers (the priority archive, those of the local root sorted by name, those of the secondary
+    /// directory likewise), and of several records with equal names in one archive the first. A file whose
+    /// directory has no record is not found.
+
     /// Sets how names are resolved (ArchiveHandling) and resets the current directory: `\` for AH_ARCHIVES,
     /// the local root otherwise. Archives are parked while the mode is not AH_ARCHIVES.
     void setArchiveHandling(int mode);
     int getArchiveHandling() const { return m_archiveHandling; }
 
     /// Loads the archive `name` (relative to the local root) in front of all others, replacing an earlier
-    /// priority archive. Throws V_FileException_ArchiveNotFound, V_FileException_UnableToReadData,
+    /// priority archive. While archives are parked it is parked, too, as the first of them. Throws
+    /// V_FileException_ArchiveNotFound, V_FileException_UnableToReadData,
     /// V_FileException_ArchiveCorrupted or V_FileException_ArchiveVersionConflict; no priority archive is
     /// enabled then.
     void enablePriorityArchive(const char *name);

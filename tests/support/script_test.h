@@ -1,35 +1,13 @@
 // Ground for the tests of scripts: files in the library's root, and what becomes of them as text.
 #pragma once
 
+#include "tests/support/describe_block.h"
 #include "tests/support/library_test.h"
 
 #include "script/loader.h"
 #include "vl/script.h"
 
 #include <string>
-
-/// What a block holds, on one line: `car{engine(power=250;turbo) empty}`.
-inline std::string describeBlock(V_Script &script) {
-    std::string text = script.getIndent() == 0 ? "" : script.getBlockName();
-    if (script.isData()) {
-        text += '(';
-        for (unsigned int i = 0; i < script.countLvalues(); ++i) {
-            text += (i ? ";" : "") + std::string(script.getLvalue(i));
-            if (script.getAssignment(i))
-                text += '=' + std::string(script.getAssignment(i));
-        }
-        text += ')';
-    }
-    if (script.isParent()) {
-        text += '{';
-        for (unsigned int i = 0; i < script.count(); ++i) {
-            const V_ScriptLock lock(&script, i);
-            text += (i ? " " : "") + describeBlock(script);
-        }
-        text += '}';
-    }
-    return text;
-}
 
 class ScriptTest : public LibraryTest {
   protected:

@@ -8,3 +8,5 @@
 
 void addArchiveCommand(CLI::App &app, int &exitStatus);
 void addSystemCommand(CLI::App &app, int &exitStatus);
+void addScriptCommand(CLI::App &app, int &exitStatus);
+void addDumpCommand(CLI::App &app, int &exitStatus);

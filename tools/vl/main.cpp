@@ -17,6 +17,8 @@ int main(int count, char **arguments) {
 
     int exitStatus = 0;
     addArchiveCommand(app, exitStatus);
+    addScriptCommand(app, exitStatus);
+    addDumpCommand(app, exitStatus);
     addSystemCommand(app, exitStatus);
 
     try {

@@ -162,9 +162,11 @@ TEST_F(TaggedValues, WriteTextsButNoOtherPointer) {
 TEST_F(TaggedValues, RefuseALongThatDoesNotFit) {
     if constexpr (sizeof(long) > 4) {
         V_MemoryFile file;
-        EXPECT_EQ(messageOf<V_MemoryFileException_IllegalCall>([&] { file << (long{INT_MAX} + 1); }),
+        EXPECT_EQ(messageOf<V_MemoryFileException_IllegalCall>(
+                      [&] { file << (static_cast<long>(std::int64_t{INT_MAX} + 1)); }),
                   "V_MemoryFile: Unable to write a long beyond 32 bits to (memoryfile not named yet)");
-        EXPECT_THROW(file << (long{INT_MIN} - 1), V_MemoryFileException_IllegalCall *);
+        EXPECT_THROW(file << (static_cast<long>(std::int64_t{INT_MIN} - 1)),
+                     V_MemoryFileException_IllegalCall *);
         EXPECT_THROW(file << (static_cast<unsigned long>(UINT_MAX) + 1), V_MemoryFileException_IllegalCall *);
         EXPECT_EQ(file.getSize(), 0u);
     }

@@ -17,3 +17,10 @@ for method in stored lzss scrambled; do
 done
 echo
 "$build/examples/load_archive" "$tree" "$work/stored" "$work/lzss" "$work/scrambled"
+
+echo
+echo "Reading settings from scripts that lie scrambled in an archive:"
+mkdir "$work/settings"
+"$vl" archive create "$work/settings/SCRIPTS.VAS" "$(dirname "$0")/scripts" --method scrambled 2>"$work/settings.log" ||
+    { cat "$work/settings.log" >&2; exit 1; }
+"$build/examples/read_settings" "$work/settings"

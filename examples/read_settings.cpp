@@ -3,7 +3,7 @@
 //     read_settings ROOT
 //
 // ROOT is a directory that holds vehicles.txt and graphics.txt (examples/scripts is one), or an archive
-// (*.VAS) with these files in it: the program does not see the difference.
+// (*.VAS) in which these files lie: the program does not see the difference.
 
 #include "vl/core.h"
 #include "vl/file.h"
@@ -137,9 +137,9 @@ void readGraphics() {
     char title[32] = "Untitled", textures[32] = "";
 
     const int pair[] = {4, 4, 0};
-    const V_Script::Format resolution = {"%dx%d", pair};
+    const V_Script::Format resolution = {"(%d,%d)", pair};
     V_Script script("graphics.txt");
-    const V_Script::Variables window[] = {{"size", &size, "0x0", &resolution},
+    const V_Script::Variables window[] = {{"size", &size, "(0,0)", &resolution},
                                           {"fullscreen", &fullscreen, "no", &V_Script::t_int},
                                           {"title", title, "", &name31},
                                           {}};
@@ -167,6 +167,7 @@ int main(int count, char **arguments) {
     try {
         const std::filesystem::path root = std::filesystem::absolute(arguments[1]);
         const V_VantorInit library;
+        Sys->ceaseVerbose(0); // no log file in the user's directory
         File->setFileSystemRoot(root.c_str());
         readVehicles();
         readGraphics();

@@ -24,3 +24,17 @@ mkdir "$work/settings"
 "$vl" archive create "$work/settings/SCRIPTS.VAS" "$(dirname "$0")/scripts" --method scrambled 2>"$work/settings.log" ||
     { cat "$work/settings.log" >&2; exit 1; }
 "$build/examples/read_settings" "$work/settings"
+
+echo
+echo "A data file of nested chunks:"
+mkdir "$work/data" "$work/data_stored" "$work/data_lzss"
+"$build/examples/data_file" write "$work/data"
+for method in stored lzss; do
+    "$vl" archive create "$work/data_$method/DATA.VAS" "$work/data" --method "$method" 2>"$work/$method.log" ||
+        { cat "$work/$method.log" >&2; exit 1; }
+done
+"$build/examples/data_file" read "$work/data" "$work/data_stored" "$work/data_lzss"
+echo "vl dump shows it:"
+"$vl" dump SCENE.DAT --archive "$work/data_lzss/DATA.VAS" >"$work/scene.txt"
+head -n 8 "$work/scene.txt"
+echo "... $(wc -l <"$work/scene.txt") lines"

@@ -3,7 +3,7 @@
 // The tree is built first, as JSON, and then printed as it is or as text. Each item is one object:
 //
 //   chunk    offset, chunk, version, size, items
-//   value    offset, type, value
+//   value    offset, type, value (what is not finite as "nan", "inf" or "-inf")
 //   bytes    offset, bytes (as hex), untagged or (below damage) rest
 //   damage   offset, damage: what is wrong there
 //
@@ -21,7 +21,9 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -165,12 +167,22 @@ class Dumper {
         return value;
     }
 
+    /// JSON has no numbers for what is not finite.
+    static json number(double value) {
+        if (std::isfinite(value))
+            return value;
+        return std::isnan(value) ? "nan" : value < 0 ? "-inf" : "inf";
+    }
+
     template <class Block>
     static json floats(V_MemoryFile &file) {
         const Block block = read<Block>(file);
         float values[sizeof(Block) / sizeof(float)];
         std::memcpy(values, &block, sizeof block);
-        return values;
+        json result = json::array();
+        for (const float value : values)
+            result.push_back(number(value));
+        return result;
     }
 
     /// The value at the position, and the name of its type; no type when the tag is none of a value.
@@ -201,9 +213,9 @@ class Dumper {
         case V_MemoryFile::BT_UCHAR:
             return type = "unsigned char", static_cast<int>(read<unsigned char>(file));
         case V_MemoryFile::BT_FLOAT:
-            return type = "float", read<float>(file);
+            return type = "float", number(read<float>(file));
         case V_MemoryFile::BT_DOUBLE:
-            return type = "double", read<double>(file);
+            return type = "double", number(read<double>(file));
         case V_MemoryFile::BT_STRING: {
             const V_String text = read<V_String>(file);
             return type = "string", std::string(text.data(), text.size());

@@ -122,16 +122,17 @@ int forEachFile(const Options &options, const std::function<void(const std::stri
 } // namespace
 
 void addScriptCommand(CLI::App &app, int &exitStatus) {
-    CLI::App *script = app.add_subcommand("script", "Check scripts, and show what the library reads in them");
-    script->require_subcommand(1);
+    CLI::App *command =
+        app.add_subcommand("script", "Check scripts, and show what the library reads in them");
+    command->require_subcommand(1);
     const auto options = std::make_shared<Options>();
     const auto add = [&](const char *name, const char *help) {
-        CLI::App *command = script->add_subcommand(name, help);
-        command->add_option("FILE", options->files, "Script files; a mistake is shown as file:line: message")
+        CLI::App *action = command->add_subcommand(name, help);
+        action->add_option("FILE", options->files, "Script files; a mistake is shown as file:line: message")
             ->required();
-        command->add_option("--archive", options->archive,
-                            "Read the files, and all they include, in this archive");
-        return command;
+        action->add_option("--archive", options->archive,
+                           "Read the files, and all they include, in this archive");
+        return action;
     };
 
     add("check",

@@ -69,7 +69,7 @@ struct Stretch {
 
 } // namespace
 
-int V_Memory::compare(const void *a, const void *b, unsigned int count) {
+int V_Memory::compareClosely(const void *a, const void *b, unsigned int count) {
     const auto *left = static_cast<const unsigned char *>(a);
     const auto *right = static_cast<const unsigned char *>(b);
     unsigned int rest = count;

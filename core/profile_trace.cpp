@@ -49,7 +49,7 @@ class V_ProfileTrace::Recorder final : public vl::TraceRecorder {
             return;
         try {
             m_events.push_back(stored);
-        } catch (V_MemoryException_Allocation *) {
+        } catch (...) { // memory is exhausted: what was recorded until here is kept
             m_bComplete = false;
             stop();
         }

@@ -9,12 +9,24 @@
 #include <cstdio>
 #include <ctime>
 
+namespace {
+
+/// Opens the log. Its stream buffers here and not on the heap, so that a failure is logged when memory is
+/// exhausted, too.
+void open(std::ofstream &stream, const char *name, std::ios::openmode mode) {
+    static char buffer[1024];
+    stream.clear();
+    stream.rdbuf()->pubsetbuf(buffer, sizeof buffer);
+    stream.open(name, mode);
+}
+
+} // namespace
+
 void V_System::verbose(const char *format, ...) {
     if (m_bVerboseCeased)
         return;
     if (!m_verboseStream.is_open()) {
-        m_verboseStream.clear();
-        m_verboseStream.open(m_pVerboseFileName, std::ios::out | std::ios::app);
+        open(m_verboseStream, m_pVerboseFileName, std::ios::out | std::ios::app);
         if (!m_verboseStream.is_open())
             return;
     }
@@ -56,8 +68,7 @@ void V_System::clearVerbose() {
     if (m_bVerboseCeased)
         return;
     m_verboseStream.close();
-    m_verboseStream.clear();
-    m_verboseStream.open(m_pVerboseFileName, std::ios::out | std::ios::trunc);
+    open(m_verboseStream, m_pVerboseFileName, std::ios::out | std::ios::trunc);
     m_bVerboseHeaderWritten = false;
 }
 

@@ -2,7 +2,8 @@
 //
 //     load_archive TREE ROOT...
 //
-// Each ROOT is a directory with one archive of TREE in it. Prints one line for each.
+// Each ROOT is a directory with one archive of TREE in it. Prints one line for each, and what the profiler
+// measured for the last.
 
 #include "vl/core.h"
 #include "vl/file.h"
@@ -12,6 +13,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -45,14 +47,23 @@ std::string readOriginal(const std::filesystem::path &path) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+char *loadProfiled(const char *name) {
+    const V_Profile section("V_File::load");
+    return File->load(name, V_File::WHOLE_FILE);
+}
+
 Result loadAll(const std::vector<Original> &originals, const char *root) {
     Result result;
     double start = now();
-    File->setFileSystemRoot(root);
+    {
+        const V_Profile section("mount");
+        File->setFileSystemRoot(root);
+    }
     result.mountSeconds = now() - start;
 
     std::vector<const Original *> archived;
     for (const Original &original : originals) {
+        const V_Profile section("find");
         if (original.name.size() <= 200 && File->where(original.name.c_str()) == V_File::LOC_ARCHIVE)
             archived.push_back(&original);
         else
@@ -65,6 +76,7 @@ Result loadAll(const std::vector<Original> &originals, const char *root) {
     result.lookupsPerSecond = static_cast<double>(archived.size()) / (now() - start);
 
     for (const Original *original : archived) {
+        const V_Profile section("load and compare");
         const std::string expected = readOriginal(original->path);
         const unsigned int size = File->size(original->name.c_str());
         ++result.files;
@@ -72,7 +84,7 @@ Result loadAll(const std::vector<Original> &originals, const char *root) {
         bool same = size == expected.size();
         if (size != 0) { // the allocating load takes an empty file for a damaged one
             start = now();
-            char *data = File->load(original->name.c_str(), V_File::WHOLE_FILE);
+            char *data = loadProfiled(original->name.c_str());
             result.loadSeconds += now() - start;
             same = same && std::memcmp(data, expected.data(), size) == 0;
             File->free(data);
@@ -103,12 +115,15 @@ int main(int count, char **arguments) {
     try {
         const std::vector<Original> originals = listTree(arguments[1]);
         const V_VantorInit library;
+        Sys->getProcessorSpeed(); // measured now, so that the profiler's figures are seconds
         std::printf("%-10s %7s %8s %9s %6s %9s %12s %9s  %s\n", "archive", "files", "MB", "packed MB",
                     "ratio", "mount ms", "lookups/s", "load MB/s", "compared with the originals");
         std::size_t different = 0;
         for (int i = 2; i < count; ++i) {
             const std::filesystem::path root = std::filesystem::absolute(arguments[i]);
+            V_Profile::startFrame();
             const Result result = loadAll(originals, root.c_str());
+            V_Profile::endFrame();
             const double packed = archiveBytes(root);
             different += result.different;
             std::printf(
@@ -118,6 +133,8 @@ int main(int count, char **arguments) {
                 result.bytes / 1e6 / result.loadSeconds, result.different ? "DIFFERENT" : "all equal",
                 result.missing);
         }
+        std::puts("\nWhat the last archive cost, by the library's profiler:");
+        V_writeProfileTable(std::cout);
         return different != 0;
     } catch (V_Exception *exception) {
         std::fprintf(stderr, "load_archive: %s\n", exception->getErrorMessage());

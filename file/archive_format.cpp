@@ -131,11 +131,21 @@ void encodeFileFields(std::uint8_t *bytes, const V_File::VASFileEntry &entry) {
     forEachFileField(entry, Encoder{bytes});
 }
 
+void putArchiveKeyDigits(char *key, std::uint32_t dirIndex) {
+    for (std::size_t i = archiveKeyDigits; i > 0; --i, dirIndex /= 10)
+        key[i - 1] = static_cast<char>('0' + dirIndex % 10);
+}
+
 int compareArchiveNames(const char *a, const char *b) {
     for (;; ++a, ++b) {
+        if (*a == *b) {
+            if (*a == 0)
+                return 0;
+            continue;
+        }
         const int left = std::V_CTrI::fold(*a);
         const int right = std::V_CTrI::fold(*b);
-        if (left != right || left == 0)
+        if (left != right)
             return left - right;
     }
 }

@@ -58,6 +58,7 @@ inline constexpr std::size_t archiveHeaderSize = 44;
 inline constexpr std::size_t archiveFileFieldsSize = 40;      ///< of a file record, behind its name
 inline constexpr std::size_t archiveDirectoryFieldsSize = 16; ///< of a directory record, behind its name
 inline constexpr std::uint32_t archiveHighestDirIndex = 99999;
+inline constexpr std::size_t archiveKeyDigits = 5; ///< of the directory, before the name in a file's key
 inline constexpr std::uint32_t archiveVersionBits = 0x3F99999A;
 
 /// What this library's own writer puts into the tag: the bytes "VAS" and 0.
@@ -93,8 +94,11 @@ bool nextArchiveRecord(const std::uint8_t *&position, const std::uint8_t *end, s
 void decodeFileFields(const std::uint8_t *bytes, V_File::VASFileEntry &entry);
 void encodeFileFields(std::uint8_t *bytes, const V_File::VASFileEntry &entry);
 
-/// The order of names and paths in sorted tables: byte by byte, unsigned, A-Z as a-z, a prefix first. Below
-/// 0, 0 or above 0.
+/// Writes the digits of a directory's index, which is at most archiveHighestDirIndex, to the start of a key.
+void putArchiveKeyDigits(char *key, std::uint32_t dirIndex);
+
+/// The order of names, paths and keys in sorted tables: byte by byte, unsigned, A-Z as a-z, a prefix first.
+/// Below 0, 0 or above 0.
 int compareArchiveNames(const char *a, const char *b);
 
 /// The order of file keys ("00003readme.txt") by what they are made of. A table that stands in this order,

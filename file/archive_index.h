@@ -1,13 +1,13 @@
 // What finds an entry in an archive's sorted tables: a hash table beside each of them, or, where an archive
 // has none, binary search.
 //
-// Binary search in a table of 90,000 files takes 17 steps, most of them a cache miss or two; the hash tables
-// take one slot and one comparison. They are two arrays of slots in one block, first that of the files, then
-// that of the directories, each with a power of two of at least twice as many slots as entries and linear
-// probing. A slot is 0 when free; otherwise its low bits, as many as number the slots, hold the entry's
-// position in the sorted table plus 1, and the bits above those are the hash's.
+// Binary search in a table of 90,000 files takes 17 steps, each a cache miss or two; a hash table takes one
+// miss for the slot and one for the key. The two hash tables of an archive lie in one block, first that of
+// the files, then that of the directories, each with a power of two of slots, a quarter of them free at
+// least, and linear probing.
 #pragma once
 
+#include "file/archive_format.h"
 #include "vl/file.h"
 
 #include <cstddef>
@@ -15,24 +15,44 @@
 
 namespace vl {
 
+/// Names and keys are read eight bytes at once: this many bytes behind a text (whose length does not count
+/// its terminating zero) are readable, whatever they hold.
+inline constexpr std::size_t archiveTextPadding = 8;
+
 /// A hash of a name that ignores the case of A-Z.
 std::uint32_t hashArchiveName(const char *name, std::size_t length);
+
+/// What is looked up: a directory's path, or a file's key, in which archiveKeyDigits stand before the name.
+struct ArchiveKey {
+    const char *text; ///< zero-terminated
+    std::size_t length;
+    std::uint32_t hash; ///< hashArchiveName of the path, or of the name without the digits
+};
+
+/// One slot of either hash table.
+struct ArchiveIndexSlot {
+    /// 0 when the slot is free. Otherwise the low bits, as many as number the slots, are the entry's position
+    /// in its sorted table plus 1, and the bits above those are the hash's.
+    std::uint32_t entry;
+    std::uint32_t key; ///< where the entry's key begins in the block of keys
+};
 
 /// Builds the index of an archive whose tables are complete and sorted; the block is counted (V_Memory). Null
 /// when its names collide so often, as only a malicious archive's do, that binary search is better. Throws
 /// V_MemoryException_Allocation.
-std::uint32_t *buildArchiveIndex(const V_File::V_VASArchive &archive);
+ArchiveIndexSlot *buildArchiveIndex(const V_File::V_VASArchive &archive);
 
-/// The directory entry with this path (hashArchiveName of it in `hash`), or null. Of several records with
-/// equal keys the first in the archive is found, here and in findArchiveFile.
-V_File::VASDirectoryEntry *findArchiveDirectory(const V_File::V_VASArchive &archive, const char *path,
-                                                std::uint32_t hash);
+/// The directory entry with this path, or null. Of several records with equal keys the first in the archive
+/// is found, here and in findArchiveFile.
+V_File::VASDirectoryEntry *findArchiveDirectory(const V_File::V_VASArchive &archive, const ArchiveKey &path);
 
-/// The file entry with this name (hashArchiveName of it in `hash`) in the directory with this index, or null.
-V_File::VASFileEntry *findArchiveFile(const V_File::V_VASArchive &archive, std::uint32_t dirIndex,
-                                      const char *name, std::uint32_t hash);
+/// The file entry with this key, whose digits are those of `dirIndex`, or null.
+V_File::VASFileEntry *findArchiveFile(const V_File::V_VASArchive &archive, const ArchiveKey &key,
+                                      std::uint32_t dirIndex);
 
 /// The name of a file without the digits of its directory.
-inline const char *nameOfArchiveFile(const V_File::VASFileEntry &entry) { return entry.key + 5; }
+inline const char *nameOfArchiveFile(const V_File::VASFileEntry &entry) {
+    return entry.key + archiveKeyDigits;
+}
 
 } // namespace vl

@@ -68,6 +68,17 @@ struct Table {
     CountedArray<char> names;
 };
 
+// The next of a table's records, with `left` more to come behind it. What those take at least is kept from
+// it: the room for all keys is reckoned from the sizes of table and fields, and one long name could overrun
+// it.
+vl::ArchiveRecord nextRecord(const ArchiveReader &reader, const std::uint8_t *&position,
+                             const std::uint8_t *end, std::uint32_t left, std::size_t fieldsSize) {
+    vl::ArchiveRecord record;
+    if (!vl::nextArchiveRecord(position, end - left * (fieldsSize + 1), fieldsSize, record))
+        reader.corrupted();
+    return record;
+}
+
 // Copies a key's text and its terminating zero; returns where the next one goes.
 char *putName(char *out, const vl::ArchiveRecord &record) {
     std::memcpy(out, record.name, record.nameLength + 1);
@@ -76,10 +87,10 @@ char *putName(char *out, const vl::ArchiveRecord &record) {
 
 // Sorts by key unless the table stands in that order already. Keys lie in their block in the order of the
 // records, so records with equal keys keep that order.
-template <class Entry, class Compare>
-void sortTable(Entry *entries, std::uint32_t count, Compare compare) {
-    const auto precedes = [compare](const Entry &a, const Entry &b) {
-        const int order = compare(a, b);
+template <class Entry>
+void sortTable(Entry *entries, std::uint32_t count) {
+    const auto precedes = [](const Entry &a, const Entry &b) {
+        const int order = vl::compareArchiveNames(a.key, b.key);
         return order != 0 ? order < 0 : a.key < b.key;
     };
     if (!std::is_sorted(entries, entries + count, precedes))
@@ -91,27 +102,25 @@ Table<V_File::VASFileEntry> loadFileTable(ArchiveReader &reader, const V_File::V
     const std::uint8_t *position = region.get();
     const std::uint8_t *const end = position + header.fileInfoSize;
 
-    // A key takes five digits more than the name; the fields stay behind.
-    constexpr std::size_t digits = 5;
-    const std::size_t room = header.fileInfoSize - header.fileCount * (vl::archiveFileFieldsSize - digits);
+    // A key takes its digits more than the name; the fields stay behind.
+    const std::size_t room =
+        header.fileInfoSize - header.fileCount * (vl::archiveFileFieldsSize - vl::archiveKeyDigits);
     Table<V_File::VASFileEntry> table{
         CountedArray<V_File::VASFileEntry>(vl::allocateArray<V_File::VASFileEntry>(header.fileCount)),
-        CountedArray<char>(vl::allocateArray<char>(room))};
+        CountedArray<char>(vl::allocateArray<char>(room + vl::archiveTextPadding))};
 
     char *names = table.names.get();
     std::uint64_t offset = std::uint64_t{vl::archiveHeaderSize} + header.fileInfoSize + header.dirInfoSize;
     for (std::uint32_t i = 0; i < header.fileCount; ++i) {
-        vl::ArchiveRecord record;
-        if (!vl::nextArchiveRecord(position, end, vl::archiveFileFieldsSize, record))
-            reader.corrupted();
+        const vl::ArchiveRecord record =
+            nextRecord(reader, position, end, header.fileCount - 1 - i, vl::archiveFileFieldsSize);
         V_File::VASFileEntry &entry = table.entries[i];
         vl::decodeFileFields(record.fields, entry);
         if (entry.dirIndex > vl::archiveHighestDirIndex)
             reader.corrupted();
         entry.key = names;
-        for (std::uint32_t divisor = 10000; divisor != 0; divisor /= 10)
-            *names++ = static_cast<char>('0' + entry.dirIndex / divisor % 10);
-        names = putName(names, record);
+        vl::putArchiveKeyDigits(names, entry.dirIndex);
+        names = putName(names + vl::archiveKeyDigits, record);
 
         entry.offset = static_cast<unsigned int>(offset);
         offset += entry.storedSize;
@@ -127,15 +136,15 @@ Table<V_File::VASDirectoryEntry> loadDirectoryTable(ArchiveReader &reader, const
     const std::uint8_t *const end = position + header.dirInfoSize;
 
     const std::size_t room = header.dirInfoSize - header.dirCount * vl::archiveDirectoryFieldsSize;
-    Table<V_File::VASDirectoryEntry> table{CountedArray<V_File::VASDirectoryEntry>(
-                                               vl::allocateArray<V_File::VASDirectoryEntry>(header.dirCount)),
-                                           CountedArray<char>(vl::allocateArray<char>(room))};
+    Table<V_File::VASDirectoryEntry> table{
+        CountedArray<V_File::VASDirectoryEntry>(
+            vl::allocateArray<V_File::VASDirectoryEntry>(header.dirCount)),
+        CountedArray<char>(vl::allocateArray<char>(room + vl::archiveTextPadding))};
 
     char *names = table.names.get();
     for (std::uint32_t i = 0; i < header.dirCount; ++i) {
-        vl::ArchiveRecord record;
-        if (!vl::nextArchiveRecord(position, end, vl::archiveDirectoryFieldsSize, record))
-            reader.corrupted();
+        const vl::ArchiveRecord record =
+            nextRecord(reader, position, end, header.dirCount - 1 - i, vl::archiveDirectoryFieldsSize);
         V_File::VASDirectoryEntry &entry = table.entries[i];
         entry.key = names;
         names = putName(names, record);
@@ -184,19 +193,13 @@ void V_File::loadArchiveHeader(V_VASArchive *archive, const char *name) {
 
     Table<VASFileEntry> files = loadFileTable(reader, header);
     Table<VASDirectoryEntry> dirs = loadDirectoryTable(reader, header);
-    sortTable(files.entries.get(), header.fileCount, [](const VASFileEntry &a, const VASFileEntry &b) {
-        return vl::compareArchiveFiles(a.dirIndex, vl::nameOfArchiveFile(a), b.dirIndex,
-                                       vl::nameOfArchiveFile(b));
-    });
-    sortTable(dirs.entries.get(), header.dirCount,
-              [](const VASDirectoryEntry &a, const VASDirectoryEntry &b) {
-                  return vl::compareArchiveNames(a.key, b.key);
-              });
+    sortTable(files.entries.get(), header.fileCount);
+    sortTable(dirs.entries.get(), header.dirCount);
 
     const V_VASArchive complete = {
         archivePath.get(), header, files.entries.get(), dirs.entries.get(), files.names.get(),
         dirs.names.get(),  nullptr};
-    unsigned int *const index = vl::buildArchiveIndex(complete);
+    vl::ArchiveIndexSlot *const index = vl::buildArchiveIndex(complete);
     *archive = complete;
     archive->index = index;
     archivePath.release();

@@ -2,31 +2,36 @@
 
 #include "vl/file.h"
 
+#include "file/archive_format.h"
 #include "file/archive_index.h"
 #include "platform/platform.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
 namespace {
 
-// A path as the archives' directory tables spell it: backslashes only. Room for one more at either end.
+// A path as the archives' directory tables spell it: backslashes only. Room for one more
+// at either end.
 struct LookupPath {
-    char text[vl::platform::maxPath + 3];
+    char text[vl::platform::maxPath + 3 + vl::archiveTextPadding];
     std::size_t length = 0;
 
     // False when the path is too long to be found.
     bool append(const char *path) {
-        for (; *path; ++path) {
-            if (length == vl::platform::maxPath + 1)
-                return false;
-            append(*path == '/' ? '\\' : *path);
-        }
+        const std::size_t size = std::strlen(path);
+        if (size > vl::platform::maxPath)
+            return false;
+        std::replace_copy(path, path + size, text + length, '/', '\\');
+        length += size;
         return true;
     }
     void append(char c) { text[length++] = c; }
-    std::uint32_t hashFrom(std::size_t begin) const {
-        return vl::hashArchiveName(text + begin, length - begin);
+    // Terminates it.
+    vl::ArchiveKey finish() {
+        text[length] = 0;
+        return {text, length, vl::hashArchiveName(text, length)};
     }
 };
 
@@ -40,26 +45,27 @@ void V_File::searchFile(V_VASFind *result, const char *path) {
     if (!directory.append(path))
         return;
 
-    // The name ends the directory's buffer; a copy of it, so that each can be terminated.
+    // The name leaves the directory's buffer for one of its own, with room for the digits of a key before it.
     std::size_t split = directory.length;
     while (directory.text[split - 1] != '\\')
         --split;
-    char name[sizeof directory.text];
     const std::size_t nameLength = directory.length - split;
-    std::memcpy(name, directory.text + split, nameLength);
-    name[nameLength] = 0;
-    const std::uint32_t nameHash = directory.hashFrom(split);
+    char keyText[vl::archiveKeyDigits + sizeof directory.text];
+    std::memcpy(keyText + vl::archiveKeyDigits, directory.text + split, nameLength);
+    keyText[vl::archiveKeyDigits + nameLength] = 0;
+    const vl::ArchiveKey key = {keyText, vl::archiveKeyDigits + nameLength,
+                                vl::hashArchiveName(keyText + vl::archiveKeyDigits, nameLength)};
     directory.length = split;
-    directory.text[split] = 0;
-    const std::uint32_t directoryHash = directory.hashFrom(0);
+    const vl::ArchiveKey directoryKey = directory.finish();
 
     for (V_VASArchive *archive = VASArchiveList->getFirst(); archive;
          archive = VASArchiveList->getNext(archive)) {
-        VASDirectoryEntry *dir = vl::findArchiveDirectory(*archive, directory.text, directoryHash);
-        if (!dir)
+        VASDirectoryEntry *dir = vl::findArchiveDirectory(*archive, directoryKey);
+        if (!dir || dir->index > static_cast<int>(vl::archiveHighestDirIndex))
             continue;
-        if (VASFileEntry *file =
-                vl::findArchiveFile(*archive, static_cast<std::uint32_t>(dir->index), name, nameHash)) {
+        const auto dirIndex = static_cast<std::uint32_t>(dir->index);
+        vl::putArchiveKeyDigits(keyText, dirIndex);
+        if (VASFileEntry *file = vl::findArchiveFile(*archive, key, dirIndex)) {
             *result = {archive, file, dir};
             return;
         }
@@ -73,12 +79,11 @@ void V_File::searchDir(V_VASFind *result, const char *path) {
         return;
     if (directory.length == 0 || directory.text[directory.length - 1] != '\\')
         directory.append('\\');
-    directory.text[directory.length] = 0;
-    const std::uint32_t hash = directory.hashFrom(0);
+    const vl::ArchiveKey key = directory.finish();
 
     for (V_VASArchive *archive = VASArchiveList->getFirst(); archive;
          archive = VASArchiveList->getNext(archive))
-        if (VASDirectoryEntry *dir = vl::findArchiveDirectory(*archive, directory.text, hash)) {
+        if (VASDirectoryEntry *dir = vl::findArchiveDirectory(*archive, key)) {
             *result = {archive, nullptr, dir};
             return;
         }

@@ -42,8 +42,7 @@ bool decode(const V_File::VASFileEntry &entry, const std::uint8_t *block, std::u
         return false;
     if (header.size == 0) // some writers pack an item even when there is nothing to pack
         return true;
-    // Two bytes and a bit become 18 at most: more is damage, noticed before memory is taken for it.
-    if (header.size / 9 > header.packedSize)
+    if (!vl::lzssCanHold(header.size, header.packedSize))
         return false;
 
     const std::uint8_t *code = block + vl::kLzssHeaderSize;

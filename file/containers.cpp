@@ -30,10 +30,12 @@ void *V_File::compress(const void *data, unsigned int size) { return compress("V
 void *V_File::decompress(const char *, const void *container) {
     const auto *bytes = static_cast<const std::uint8_t *>(container);
     vl::LzssHeader header;
-    if (!vl::lzssReadHeader(bytes, header))
+    if (!vl::lzssReadHeader(bytes, header) || !vl::lzssCanHold(header.size, header.packedSize))
         V_throw(V_FileException_FileCorrupted(vl::kLzssMagic));
     Bytes data(vl::allocateArray<std::uint8_t>(header.size));
-    if (!vl::lzssDecode(bytes + vl::kLzssHeaderSize, header.packedSize, data.get(), header.size))
+    // Some writers pack an item even when there is nothing to pack.
+    if (header.size != 0 &&
+        !vl::lzssDecode(bytes + vl::kLzssHeaderSize, header.packedSize, data.get(), header.size))
         V_throw(V_FileException_FileCorrupted(vl::kLzssMagic));
     return data.release();
 }
@@ -70,8 +72,3 @@ void *V_File::decrypt(const char *, const void *container) {
 void *V_File::decrypt(const void *container) { return decrypt("Vantor Library", container); }
 
 unsigned int V_File::CRC32(const void *data, unsigned int size) { return vl::crc32(data, size); }
-
-void V_File::decryptWithSeed(unsigned char *data, int size, int seed) {
-    if (size > 0)
-        vl::unscramble(data, data, static_cast<std::size_t>(size), seed == 0 ? 1 : seed);
-}

@@ -34,9 +34,8 @@ void V_FileDirectoryChange::construct(const V_String &dir) {
 void V_FileDirectoryChange::destruct() {
     if (!m_bConstructed)
         return;
-    const V_String previous = std::move(m_strPrevious);
+    File->changeDirectory(m_strPrevious.c_str());
     initializeMembers();
-    File->changeDirectory(previous.c_str());
 }
 
 void V_FileDirectoryChange::initializeMembers() {

@@ -60,8 +60,11 @@ V_File::V_File()
             createArchiveLists();
         if (!vl::platform::currentDirectory(m_strStartupDirectory))
             m_strStartupDirectory[0] = 0; // the process's business; nothing here depends on it
+        const char *commandLine = vl::platform::commandLine();
+        if (!commandLine)
+            V_throw(V_MemoryException_Allocation());
         PathBuffer program;
-        directoryOfProgram(program, vl::platform::commandLine());
+        directoryOfProgram(program, commandLine);
         // A program path without a directory was found in the current one.
         enterDirectory(m_originalLocalDirPath, program[0] ? program : ".");
         loadArchives();

@@ -2,7 +2,9 @@
 // turn each of these functions into a single load or store where the machine is too.
 #pragma once
 
+#include <bit>
 #include <cstdint>
+#include <cstring>
 
 namespace vl {
 
@@ -19,13 +21,11 @@ inline std::uint64_t loadLe64(const std::uint8_t *bytes) {
     return loadLe32(bytes) | std::uint64_t{loadLe32(bytes + 4)} << 32;
 }
 
-inline std::uint32_t loadBe32(const std::uint8_t *bytes) {
-    return std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 | std::uint32_t{bytes[2]} << 8 |
-           std::uint32_t{bytes[3]};
-}
-
+// As one copy, since Clang does not join single bytes where two of these loads overlap.
 inline std::uint64_t loadBe64(const std::uint8_t *bytes) {
-    return std::uint64_t{loadBe32(bytes)} << 32 | loadBe32(bytes + 4);
+    std::uint64_t value;
+    std::memcpy(&value, bytes, sizeof value);
+    return std::endian::native == std::endian::little ? __builtin_bswap64(value) : value;
 }
 
 inline void storeLe32(std::uint8_t *bytes, std::uint32_t value) {

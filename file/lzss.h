@@ -48,6 +48,10 @@ void lzssWriteHeader(std::uint8_t *container, const LzssHeader &header);
 /// handed over as they stand: that `packedSize` bytes really follow is the caller's to check.
 bool lzssReadHeader(const std::uint8_t *container, LzssHeader &header);
 
+/// Whether `packedSize` code bytes can give `size` bytes at all: 17 of them give 144 at most. To be asked
+/// before memory is taken on the word of a damaged container.
+constexpr bool lzssCanHold(std::uint32_t size, std::uint32_t packedSize) { return size / 9 <= packedSize; }
+
 /// Size in bytes of a buffer that holds the container of any `size` bytes: 4096 + trunc(size * 1.2), the
 /// product in single precision. Code is at most 1.125 times its data, so rounding never makes it too small.
 /// Wider than 32 bits since it passes 4294967295 from about 3.58e9 bytes on; a caller that allocates must

@@ -117,6 +117,7 @@ void LzssStreamDecoder::decodeGroups(Cursor &cursor) const {
             } else {
                 const std::uintptr_t from = (reinterpret_cast<std::uintptr_t>(to - distance) & match) |
                                             (reinterpret_cast<std::uintptr_t>(in) & ~match);
+                // NOLINTNEXTLINE(performance-no-int-to-ptr): one of two addresses, chosen without a branch
                 copyLongest(to, reinterpret_cast<const std::uint8_t *>(from));
             }
             in += 1 - static_cast<std::ptrdiff_t>(match);

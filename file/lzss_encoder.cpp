@@ -100,7 +100,8 @@ inline MatchTree::Descent MatchTree::start(unsigned r) {
 
 // Compares with one node and goes on to its child; at the end of the branch, where the link is nil, nothing
 // changes any more. True while there is something to compare with.
-inline bool MatchTree::step(Descent &descent) {
+// Always inline, so that the descents of one loop stay in registers.
+[[gnu::always_inline]] inline bool MatchTree::step(Descent &descent) {
     const unsigned p = node(descent.link);
     const bool going = p != kNil;
     unsigned goRight = descent.own > descent.link;

@@ -26,25 +26,27 @@ bool isSeparator(char c) { return c == '\\' || c == '/'; }
 
 /// Turns slashes into backslashes and drops every `.\` whose dot does not follow another dot.
 void normalise(PathBuffer &out, const char *name) {
-    PathText path(out, name);
+    char *to = out;
     for (const char *c = name; *c; ++c) {
-        if (c[0] == '.' && isSeparator(c[1]) && (c == name || c[-1] != '.'))
+        if (c[0] == '.' && isSeparator(c[1]) && (c == name || c[-1] != '.')) {
             ++c;
-        else
-            path.append(isSeparator(*c) ? '\\' : *c);
+        } else {
+            if (to == out + vl::platform::maxPath)
+                V_throw(V_FileException_PathTooLong(name));
+            *to++ = isSeparator(*c) ? '\\' : *c;
+        }
     }
+    *to = 0;
 }
 
 /// Appends a name to a path; two dots remove the last element, and take the separator behind them along.
 void join(PathText &path, const char *name) {
-    for (const char *c = name; *c;) {
-        if (c[0] == '.' && c[1] == '.') {
-            path.removeLastElement();
-            c += c[2] ? 3 : 2;
-        } else {
-            path.append(*c++);
-        }
+    while (const char *dots = std::strstr(name, "..")) {
+        path.append(name, static_cast<std::size_t>(dots - name));
+        path.removeLastElement();
+        name = dots + (dots[2] ? 3 : 2);
     }
+    path.append(name);
     if (path.endsWithBackslash())
         path.cutTo(path.length() - 1);
 }

@@ -113,14 +113,13 @@ void V_File::loadBounded(void *buffer, const char *name, unsigned int size, unsi
 }
 
 char *V_File::load(const char *, const char *name, unsigned int size) {
-    PathBuffer upperCased;
+    PathBuffer path, upperCased;
+    relativeToAbsolutePath(path, name); // first, so that a refusal shows the name as it was given
     PathText(upperCased, name).append(name);
     upperCase(upperCased);
 
     const unsigned int count = size == WHOLE_FILE ? this->size(upperCased) : size;
     if (count == 0) {
-        PathBuffer path;
-        relativeToAbsolutePath(path, name);
         V_VASFind found;
         searchFile(&found, path);
         V_throw(V_FileException_FileCorrupted(found.file ? path : upperCased));

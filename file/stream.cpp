@@ -115,10 +115,9 @@ void V_FileStream::openEntry(const vl::StreamSource &source) {
     readFile(entry.offset, bytes, sizeof bytes);
     shared->decoder->unscramble(bytes, sizeof bytes);
     packedLeft -= static_cast<unsigned int>(vl::kLzssHeaderSize);
-    // Two code bytes and a bit become 18 bytes at most.
     vl::LzssHeader header;
     if (!vl::lzssReadHeader(bytes, header) || header.size != entry.size || header.packedSize != packedLeft ||
-        header.size / 9 > header.packedSize)
+        !vl::lzssCanHold(header.size, header.packedSize))
         V_throw(V_FileException_FileCorrupted(shared->name));
     end = entry.size; // counted in unpacked bytes, which have no place in the archive, from 0
 }

@@ -10,10 +10,23 @@
 #include <cstdint>
 #include <utility>
 
+namespace {
+
+/// Null when there is no such file.
+vl::platform::UnbufferedFile *open(const char *path) {
+    bool outOfMemory = false;
+    vl::platform::UnbufferedFile *file = vl::platform::openUnbuffered(path, &outOfMemory);
+    if (outOfMemory)
+        V_throw(V_MemoryException_Allocation());
+    return file;
+}
+
+} // namespace
+
 V_UnbufferedFileStream::V_UnbufferedFileStream(const char *name, int bufferSize) : V_UnbufferedFileStream() {
     vl::StreamSource source;
     locate(source, name);
-    handle = vl::platform::openUnbuffered(source.diskPath);
+    handle = open(source.diskPath);
     if (handle) {
         std::uint64_t length = 0;
         if (!vl::platform::unbufferedLength(handle, length))
@@ -31,7 +44,7 @@ V_UnbufferedFileStream::V_UnbufferedFileStream(const char *name, int bufferSize)
             V_throw(V_FileException_FileNotAStream(source.path));
         if (entry.size != entry.storedSize || entry.size > 0xFFFFFFFFu - entry.offset)
             V_throw(V_FileException_FileCorrupted(source.path));
-        handle = vl::platform::openUnbuffered(archivePath);
+        handle = open(archivePath);
         if (!handle)
             V_throw(V_FileException_ArchiveNotFound(archivePath));
         shared = newShared(name, archivePath);
@@ -53,7 +66,7 @@ V_UnbufferedFileStream::V_UnbufferedFileStream(const V_UnbufferedFileStream &sou
     cover(source, offset, size);
     sectorSize = source.sectorSize;
     blockSize = source.blockSize;
-    handle = vl::platform::openUnbuffered(shared->sourcePath);
+    handle = open(shared->sourcePath);
     if (!handle)
         V_throw(V_FileException_FileNotFound(source.getName()));
     allocateBlock();

@@ -23,6 +23,7 @@ constexpr unsigned int largestLoaded = 1 << 16;
 
 // The library for the length of the process, and a file for the archive.
 struct World {
+    const std::filesystem::path startedIn = std::filesystem::current_path();
     TemporaryDirectory directory;
     V_VantorInit library;
     std::string archive = (directory.path() / "archive").string();
@@ -30,6 +31,7 @@ struct World {
     World() {
         Sys->ceaseVerbose(1);
         File->setFileSystemRoot(directory.enginePath().c_str());
+        std::filesystem::current_path(startedIn); // where the fuzzer looks for its files
     }
 
     void write(const Bytes &bytes) const {

@@ -6,12 +6,10 @@
 // the far corner of a cell is simply the next entry: P[b + 1], G[h + 1] need no wrapping.
 //
 // The tables are stored the way the noise reads them, which changes no value:
-//   - one- and two-dimensional gradients are stored behind the permutation (entry k holds G[P[k]]), since
-//   that
-//     is the only way they are looked up;
+//   - one- and two-dimensional gradients are stored behind the permutation (entry k holds G[P[k]]), the only
+//     way they are looked up;
 //   - vectors are split into their components, so that the gradients of two corners that are neighbours on
-//   the
-//     last axis are two floats side by side.
+//     the last axis are two floats side by side.
 // The corners of a cell are then computed side by side in one vector register, each lane with exactly the
 // operations and the order that the scalar form has.
 #include "math/noise.h"

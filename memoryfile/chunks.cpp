@@ -69,6 +69,8 @@ void V_MemoryFile::patch(unsigned int place, unsigned int value) {
 /// Reads the header at the position, which does not move. False, or an exception when a chunk is required,
 /// where there is none.
 bool V_MemoryFile::readChunkHeader(ChunkHeader &header, bool required) {
+    if (isWriteThrough())
+        refuse("read a write-through file");
     loadStream();
     const unsigned int begin = m_uPosition;
     if (!required && m_uSize - begin <= markerSize)

@@ -110,8 +110,8 @@ bool matchesWildcards(const char *pattern, const char *name);
 class UnbufferedFile;
 
 /// Opens an existing file; where the file system offers no unbuffered reading, ordinary reads serve. Null on
-/// failure.
-UnbufferedFile *openUnbuffered(const char *path);
+/// failure; `outOfMemory`, where given, tells whether that was for want of memory.
+UnbufferedFile *openUnbuffered(const char *path, bool *outOfMemory = nullptr);
 void closeUnbuffered(UnbufferedFile *file);
 
 /// Length in bytes. False when it cannot be told.
@@ -129,7 +129,7 @@ std::uint32_t readUnbuffered(UnbufferedFile *file, std::uint64_t position, void 
 
 /// The command line: the executable's full path (`C:\...`, of any length) in double quotes, then the
 /// arguments separated by blanks, one that is empty or holds a blank in double quotes. `C:\` stands for a
-/// path that cannot be told. Valid for the rest of the process.
+/// path that cannot be told. Valid for the rest of the process. Null when no memory is left.
 const char *commandLine();
 
 /// The computer's name, cut after 15 characters. False when it cannot be told or cannot be part of a file
@@ -170,6 +170,13 @@ void messageBox(const char *title, const char *text);
 
 /// Whether standard error is watched at a terminal (asked by the tool, for its progress line).
 bool standardErrorIsTerminal();
+
+/// From now on a process that is told to end (by an interrupt, a hang-up or a request to terminate, unless it
+/// was started to ignore them) first removes this file; one at a time. `path` is as the system itself names
+/// it, not as above. False, and nothing changed, when it is too long. endUnfinishedFile undoes it. Asked by
+/// the tool, for the archive under construction.
+bool beginUnfinishedFile(const char *path);
+void endUnfinishedFile();
 
 // ---- Random numbers ------------------------------------------------------------------------------------
 

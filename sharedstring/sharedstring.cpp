@@ -4,9 +4,8 @@
 // open-addressing table of four-byte slots, at most half full. A string belongs into the first empty one of
 // the `window` slots that begin at its hash's position. Strings are never removed, so
 //   - an empty slot within the window proves that the string is not in the pool,
-//   - a window that is full proves nothing, and the sorted table is searched. A string that meets a full
-//   window
-//     on its way in is left out of the index.
+//   - a full window proves nothing, and the sorted table is searched. A string that meets a full window on
+//     its way in is left out of the index.
 // Texts chosen to collide therefore cost a binary search, not a walk through the table.
 #include "vl/sharedstring.h"
 
@@ -66,7 +65,8 @@ V_SharedStringException_PoolFull::V_SharedStringException_PoolFull() {
 }
 
 V_SharedString::~V_SharedString() {
-    // A plain store into an object that ends here would be optimised away.
+    // A plain store into an object that ends here would be optimised away, and where the compiler sees this
+    // body together with the object's memory, it takes the memory to hold nothing any more.
     *static_cast<volatile short *>(&m_id) = -1;
 }
 

@@ -100,7 +100,7 @@ TEST_F(ArchiveLookup, TellsWhatTheTablesSay) {
     const int id = static_cast<int>(0x80000001);
     File->verifyArchiverID(id);
     load(ArchiveBuilder().add("\\other", ""), "z.vas");
-    EXPECT_EQ(messageOf<V_FileException_IncompatibleArchiverID>([id] { File->verifyArchiverID(id); }),
+    EXPECT_EQ(messageOf<V_FileException_IncompatibleArchiverID>([&] { File->verifyArchiverID(id); }),
               "Archive \"" + engineRoot() + "\\z.vas\" is not compatible with this program");
     File->setArchiveHandling(V_File::AH_DIRECTORIES);
     File->verifyArchiverID(id);
@@ -158,7 +158,8 @@ TEST_F(ArchiveLookup, FindsNamesThatWereChosenToCollide) {
     ManyNames names;
     for (std::uint32_t i = 0; names.builder.directories.size() < count; ++i) {
         const std::string path = "\\d" + std::to_string(i) + "\\";
-        if (vl::hashArchiveName(path.data(), path.size()) % slots == 0)
+        const std::string padded = path + std::string(vl::archiveTextPadding, 0);
+        if (vl::hashArchiveName(padded.data(), path.size()) % slots == 0)
             names.add(path + "file" + std::to_string(i));
     }
     load(names.builder);

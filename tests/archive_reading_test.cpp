@@ -6,6 +6,7 @@
 #include "support/library_test.h"
 
 #include <random>
+#include <sstream>
 
 namespace {
 
@@ -58,6 +59,23 @@ TEST_F(ArchiveReading, GivesBackWhatWasPutIn) {
                 File->free(data);
             }
         }
+}
+
+TEST_F(ArchiveReading, ReadsTheExampleOfTheFormatsDescription) {
+    const std::string text = readFile(VL_SOURCE_DIRECTORY "/docs/formats/archive.md");
+    std::istringstream hex(text.substr(text.find("The file itself")));
+    std::string word, bytes;
+    while (hex >> word && word != "```") {
+    }
+    while (hex >> word && word != "```")
+        bytes += static_cast<char>(std::stoi(word, nullptr, 16));
+    ASSERT_EQ(bytes.size(), 173u);
+    writeFile(root() / "a.vas", bytes);
+    File->setFileSystemRoot(engineRoot().c_str());
+    EXPECT_EQ(loaded("a.txt"), "abc");
+    EXPECT_EQ(loaded("b.txt"), "aaaaaaaa");
+    EXPECT_EQ(File->getMethod("b.txt"), 2);
+    File->verifyArchiverID(7);
 }
 
 TEST_F(ArchiveReading, KnowsEmptyFilesAndIgnoresUnknownMethods) {

@@ -1,5 +1,6 @@
 // Failed checks: report, log, exception or end of the process.
 
+#include "tests/support/failing_allocation.h"
 #include "tests/support/library_test.h"
 
 #include <cstdio>
@@ -72,6 +73,7 @@ TEST_F(Check, MacrosReportTheirExpressionAndPlace) {
     EXPECT_TRUE(V_isPointer(reinterpret_cast<int *>(bytes)));
     EXPECT_FALSE(V_isPointer(reinterpret_cast<int *>(bytes + 1)));
     EXPECT_FALSE(V_isPointer(static_cast<int *>(nullptr)));
+    EXPECT_TRUE(V_isPointer(reinterpret_cast<struct DeclaredOnly *>(bytes + 1)));
 }
 
 TEST_F(Check, SuppressedFailuresPassSilently) {
@@ -109,6 +111,17 @@ TEST_F(CheckLog, TheReportIsLoggedWhole) {
     const std::string text(1500, 'x');
     EXPECT_THROW(V_ASSERT_fails(text.c_str(), "f", 3, nullptr), V_DebugException_Assert *);
     EXPECT_EQ(logged, "\n\n" + line + "\nV_ASSERT( " + text + " )\nFile: f\nLine: 3\n" + line + "\n\n");
+}
+
+TEST_F(CheckLog, TheReportTakesNoMemory) {
+    V_System::m_bAssertionCreatesException = true;
+    Sys->setVerboseCallback(nullptr);
+    Sys->clearVerbose();
+    {
+        const FailingAllocation fault(0);
+        EXPECT_THROW(V_ASSERT_fails("a", "f", 3, "r"), V_DebugException_Assert *);
+        EXPECT_FALSE(FailingAllocation::happened());
+    }
 }
 
 void cleanUp() {

@@ -158,6 +158,16 @@ TEST_F(Names, AreResolvedElsewhereDuringADirectoryChange) {
         outer.destruct();
     }
     {
+        V_FileDirectoryChange outer("a\\b");
+        V_FileDirectoryChange inner("\\");
+        std::filesystem::rename(root() / "a", root() / "away");
+        EXPECT_THROW(inner.destruct(), V_FileException_DirectoryNotFound *);
+        EXPECT_TRUE(inner.isConstructed()); // so that it can be tried again
+        std::filesystem::rename(root() / "away", root() / "a");
+        inner.destruct();
+        EXPECT_STREQ(File->getCurrentDirectory(), "\\a\\b\\");
+    }
+    {
         V_FileDirectoryChange outer("a");
         const V_FileDirectoryChange inner("\\");
         std::filesystem::remove_all(root() / "a");

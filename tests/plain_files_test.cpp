@@ -3,6 +3,7 @@
 #include "support/library_test.h"
 
 #include <chrono>
+#include <cstring>
 
 namespace {
 
@@ -38,6 +39,12 @@ TEST_F(PlainFiles, ThatAreMissingOrEmptySaySo) {
               "File \\a\\no.txt not found");
     EXPECT_EQ(messageOf<V_FileException_FileNotFound>([] { File->load("a/no.txt", 1); }),
               "File \\A\\NO.TXT not found");
+    File->enableFilenameLengthLimitation(true);
+    const std::string name43(43, 'n');
+    EXPECT_EQ(
+        messageOf<V_FileException_FilenameTooLong>([&] { File->load(name43.c_str(), V_File::WHOLE_FILE); }),
+        "File name \"" + name43 + "\" (excluding path) exceeds 42 characters"); // not in upper case
+    File->enableFilenameLengthLimitation(false);
     EXPECT_EQ(File->exists("a/no.txt"), 0);
     EXPECT_EQ(File->timeStamp("a/no.txt"), 0u);
     EXPECT_EQ(File->getMethod("a/no.txt"), -1);
@@ -117,6 +124,9 @@ TEST_F(PlainFiles, TravelThroughContainersInMemory) {
     packed[4] = 1; // no longer the size that the code decodes to
     EXPECT_EQ(messageOf<V_FileException_FileCorrupted>([&] { File->decompress(packed); }),
               "File VA-> is corrupted");
+    std::memset(packed + 4, 0xFF, 4); // more than so little code can give
+    EXPECT_THROW(File->decompress(packed), V_FileException_FileCorrupted *);
+    File->free(static_cast<char *>(File->decompress("VA->\0\0\0\0\2\0\0\0\1x"))); // nothing, with an item
     packed[0] = 'v';
     EXPECT_THROW(File->decompress(packed), V_FileException_FileCorrupted *);
     for (char *buffer : {packed, hidden, shown, unpacked, static_cast<char *>(nullptr)})

@@ -133,7 +133,7 @@ TEST_F(ScriptPreprocessor, ThrowsTheClassOfEachError) {
         "bracket!");
 
     EXPECT_NE(failure<V_ScriptLoaderException_BlockComment>("/*"), "");
-    const auto thrown = [this](auto *expected, const std::string &content) {
+    const auto thrown = [&](auto *expected, const std::string &content) {
         using Expected = std::remove_pointer_t<decltype(expected)>;
         EXPECT_EQ(failure<Expected>(content).find("V_ScriptLoader: "), 0u) << content;
     };

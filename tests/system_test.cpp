@@ -3,9 +3,7 @@
 #include "tests/support/failing_allocation.h"
 #include "tests/support/library_test.h"
 
-#include <cstring>
 #include <set>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -171,6 +169,17 @@ TEST_F(System, AnUnwritableLogIsTriedAgain) {
     EXPECT_EQ(texts.back(), "written");
 }
 
+TEST_F(System, LoggingTakesNoMemory) {
+    {
+        const FailingAllocation fault(0);
+        Sys->verbose("%s", "lost");
+        Sys->clearVerbose();
+        Sys->verbose("%d", 5);
+        EXPECT_FALSE(FailingAllocation::happened());
+    }
+    EXPECT_EQ(log().size(), headerLength + 1);
+}
+
 TEST_F(System, DumpListsTheRoutines) {
     const std::string singleLine(78, '-');
     const auto dumped = [] {
@@ -207,20 +216,6 @@ TEST_F(System, FormattedTextsLiveFor32Calls) {
     EXPECT_EQ(first, std::string(2047, 'x'));
     stop();
     EXPECT_STREQ(V_STR("%s", "without the library"), "without the library");
-}
-
-TEST_F(System, FormattedTextsOfThreadsDoNotMix) {
-    const auto work = [](int number) {
-        const std::string expected(200, static_cast<char>('a' + number));
-        for (int i = 0; i < 2000; ++i) {
-            const char *text = V_STR("%s", expected.c_str());
-            // The other threads' next texts may reach this buffer, but never while it is written.
-            EXPECT_EQ(std::strlen(text), 200U);
-        }
-    };
-    std::thread other(work, 1);
-    work(0);
-    other.join();
 }
 
 } // namespace

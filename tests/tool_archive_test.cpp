@@ -1,5 +1,6 @@
 // The tool's archive commands, run as a user runs them.
 
+#include "support/archive_builder.h"
 #include "support/library_test.h"
 #include "support/program.h"
 
@@ -38,6 +39,11 @@ class ArchiveTool : public LibraryTest {
 
     Outcome create(const std::string &options = "") const {
         return runTool("archive create " + quoted(archive()) + " " + quoted(tree()) + " " + options);
+    }
+
+    void expectNothingPartial() const {
+        for (const auto &entry : fs::directory_iterator(root()))
+            EXPECT_NE(entry.path().extension(), ".partial");
     }
 
     std::map<std::string, std::string> m_contents;
@@ -84,6 +90,7 @@ TEST_F(ArchiveTool, ExtractsWhatItPacked) {
     for (const auto &[name, content] : m_contents)
         ASSERT_EQ(readFile(out / name), content) << name;
     EXPECT_LT(std::chrono::abs(fs::last_write_time(out / "empty") - time), 1ms);
+    EXPECT_TRUE(fs::is_directory(out / "hollow"));
 
     const fs::path some = root() / "some";
     ASSERT_EQ(runTool("archive extract " + quoted(archive()) + " 'dir1/*' EMPTY -d " + quoted(some)).status,
@@ -103,6 +110,13 @@ TEST_F(ArchiveTool, NeverExtractsOutsideTheTarget) {
     EXPECT_EQ(throughLink.status, 1);
     EXPECT_NE(throughLink.output.find("a link stands there"), std::string::npos) << throughLink.output;
     EXPECT_FALSE(fs::exists(root() / "victim"));
+
+    fs::remove(out / "empty");
+    fs::create_directories(root() / "victim");
+    fs::create_symlink(root() / "victim", out / "dir1");
+    create();
+    EXPECT_EQ(runTool("archive extract " + quoted(archive()) + " -d " + quoted(out)).status, 1);
+    EXPECT_TRUE(fs::is_empty(root() / "victim"));
 
     addFile("__/__/x", "evil");
     create("--method stored --exclude 'dir*'");
@@ -132,6 +146,47 @@ TEST_F(ArchiveTool, VerifyNamesTheFirstBadEntry) {
     EXPECT_NE(outcome.output.find("Unable to read data from"), std::string::npos) << outcome.output;
 }
 
+TEST_F(ArchiveTool, InterruptedLeavesTheOldArchive) {
+    create();
+    const std::string old = readFile(archive());
+    std::mt19937 random(5);
+    std::string noise(30000000, 0); // takes a while
+    for (char &c : noise)
+        c = static_cast<char>(random());
+    writeFile(tree() / "noise", noise);
+    const std::string partial =
+        "until ls " + quoted(root()) + "/*.partial >/dev/null 2>&1; do sleep 0.01; done";
+    const Outcome outcome = runShell(VL_PROGRAM_DIRECTORY "/bin/vl archive create " + quoted(archive()) +
+                                     " " + quoted(tree()) + " & " + partial + "; kill -TERM $!; wait $!");
+    EXPECT_EQ(outcome.status, 128 + 15) << outcome.output;
+    EXPECT_EQ(readFile(archive()), old);
+    expectNothingPartial();
+}
+
+TEST_F(ArchiveTool, ShowsAndUnpacksNothingThatATerminalOrAReaderWouldObey) {
+    ArchiveBuilder builder;
+    builder.add("\\\x1b[31mred", "content");
+    builder.time = {1601, 1, 1, 1, 0, 0, 0, 0};
+    builder.add("\\timeless", "content").add("\\unknown", "content", 9).add("\\cut", "content");
+    builder.records.back().size = builder.records.back().storedSize = 0xF0000000;
+    builder.write(archive());
+    const Outcome listed = runTool("archive list " + quoted(archive()));
+    EXPECT_EQ(listed.status, 0);
+    EXPECT_NE(listed.output.find("?[31mred"), std::string::npos) << listed.output;
+    EXPECT_EQ(listed.output.find('\x1b'), std::string::npos);
+
+    const std::string extract =
+        "archive extract " + quoted(archive()) + " -d " + quoted(root() / "out") + " ";
+    EXPECT_EQ(runTool(extract + "timeless").status, 0);
+    EXPECT_NE(runTool(extract + "unknown").output.find("method 9 is unknown"), std::string::npos);
+    EXPECT_FALSE(fs::exists(root() / "out/unknown"));
+    EXPECT_NE(runTool(extract + "cut").output.find("Unable to read data from"), std::string::npos);
+    EXPECT_NE(runTool("archive verify " + quoted(archive())).output.find("2 of 4 files"), std::string::npos);
+    const Outcome missing = runTool("archive verify " + quoted(root() / "no.vas"));
+    EXPECT_EQ(missing.output.find("DAMAGED"), std::string::npos) << missing.output;
+    EXPECT_EQ(runTool("archive list " + quoted(archive()) + " >/dev/full").status, 1);
+}
+
 TEST_F(ArchiveTool, RefusesWhatTheFormatCannotHoldAndKeepsTheOldArchive) {
     create();
     const std::string old = readFile(archive());
@@ -140,7 +195,7 @@ TEST_F(ArchiveTool, RefusesWhatTheFormatCannotHoldAndKeepsTheOldArchive) {
         EXPECT_EQ(outcome.status, 1);
         EXPECT_NE(outcome.output.find(why), std::string::npos) << outcome.output;
         EXPECT_EQ(readFile(archive()), old);
-        EXPECT_FALSE(fs::exists(archive().string() + ".partial"));
+        expectNothingPartial();
     };
     addFile("dir0/FILE 0.DAT", "twin");
     refused("dir0/File 0.dat: differs only in case from 'FILE 0.DAT'");
@@ -164,6 +219,14 @@ TEST_F(ArchiveTool, RefusesWhatTheFormatCannotHoldAndKeepsTheOldArchive) {
     writeFile(tree() / "huge", "");
     fs::resize_file(tree() / "huge", 0x100000000);
     refused("huge: exceeds 4294967295 bytes");
+
+    fs::create_directories(root() / "elsewhere");
+    for (const fs::path &place : {tree(), root() / "elsewhere"}) { // a directory is no place for an archive
+        const Outcome outcome =
+            runTool("archive create " + quoted(place) + " " + quoted(root() / "elsewhere"));
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_NE(outcome.output.find("is there and not a file"), std::string::npos) << outcome.output;
+    }
 
     EXPECT_EQ(runTool("archive create").status, 2);
     EXPECT_EQ(runTool("archive create x.vas " + quoted(tree()) + " --rule '*=zip'").status, 2);

@@ -24,6 +24,7 @@
 
 namespace vl {
 class ArchiveAccess;
+struct ArchiveIndexSlot;
 namespace platform {
 class Enumeration;
 }
@@ -94,11 +95,11 @@ class VL_API V_File {
     struct V_VASArchive {
         char *archivePath; ///< absolute path of the archive file
         VASHeader header;
-        VASFileEntry *files;     ///< fileCount entries, sorted by key
-        VASDirectoryEntry *dirs; ///< dirCount entries, sorted by key
-        char *fileNames;         ///< the keys of the files
-        char *dirNames;          ///< the keys of the directories
-        unsigned int *index;     ///< private: speeds the lookup; null when binary search serves
+        VASFileEntry *files;         ///< fileCount entries, sorted by key
+        VASDirectoryEntry *dirs;     ///< dirCount entries, sorted by key
+        char *fileNames;             ///< the keys of the files
+        char *dirNames;              ///< the keys of the directories
+        vl::ArchiveIndexSlot *index; ///< private: speeds the lookup; null when binary search serves
     };
 
     /// The answer of a lookup.
@@ -133,7 +134,8 @@ class VL_API V_File {
     /// an operating-system path in the other modes. Valid, and kept up to date, as long as the file system.
     const char *getCurrentDirectory() const { return m_path; }
 
-    /// The process's current directory as it was before the library was started.
+    /// The process's current directory as it was before the library was started; "" when that was longer than
+    /// 255 characters.
     const char *getStartupDirectory() const { return m_strStartupDirectory; }
 
     /// Makes `dir` (an operating-system path, relative to the process's current directory) the local root and
@@ -188,11 +190,13 @@ class VL_API V_File {
 
     /// Writes a file on disk, creating its directory (not the directory's parents) when it is missing. With
     /// override on (the start setting) an existing disk file is replaced, otherwise it is left alone. Returns
-    /// 1, or 0 when nothing was written because of that or because the file cannot be opened. Also 0 when the
-    /// disk does not take every byte; what it took stays.
+    /// 1, or 0 when nothing was written because of that or because the file cannot be opened. How much the
+    /// disk took is not examined: compare size() where a full disk must be noticed.
     int save(const char *name, const void *data, unsigned int size);
 
     /// Writes behind the end of a file on disk, creating it as save does when it is missing. 1 or 0 as save.
+    /// CAUTION: a file that exists but cannot be opened for appending (a read-only one) is saved, too: with
+    /// override on it is REPLACED by the new bytes alone.
     int append(const char *name, const void *data, unsigned int size);
 
     /// Deletes a file on disk: 1, or 0 when nothing was deleted. Archived files are never touched.
@@ -224,13 +228,19 @@ class VL_API V_File {
 
     // ---- Archives ------------------------------------------------------------------------------------
 
+    /// Names in archives match without regard to the case of A-Z; the first active archive that holds one
+    /// answers (the priority archive, those of the local root sorted by name, those of the secondary
+    /// directory likewise), and of several records with equal names in one archive the first. A file whose
+    /// directory has no record is not found.
+
     /// Sets how names are resolved (ArchiveHandling) and resets the current directory: `\` for AH_ARCHIVES,
     /// the local root otherwise. Archives are parked while the mode is not AH_ARCHIVES.
     void setArchiveHandling(int mode);
     int getArchiveHandling() const { return m_archiveHandling; }
 
     /// Loads the archive `name` (relative to the local root) in front of all others, replacing an earlier
-    /// priority archive. Throws V_FileException_ArchiveNotFound, V_FileException_UnableToReadData,
+    /// priority archive. While archives are parked it is parked, too, as the first of them. Throws
+    /// V_FileException_ArchiveNotFound, V_FileException_UnableToReadData,
     /// V_FileException_ArchiveCorrupted or V_FileException_ArchiveVersionConflict; no priority archive is
     /// enabled then.
     void enablePriorityArchive(const char *name);
@@ -266,7 +276,8 @@ class VL_API V_File {
     /// The content of a "VA->" container in a new block; release it with free. The container's length is not
     /// known here, so its `packedSize` is trusted: the caller vouches that so many bytes are there.
     /// Everything else is checked: a wrong magic or code that does not decode to exactly `size` bytes throws
-    /// V_FileException_FileCorrupted with "VA->".
+    /// V_FileException_FileCorrupted with "VA->". Code in a container of `size` 0 is ignored, as in an
+    /// archive.
     void *decompress(const char *owner, const void *container);
     void *decompress(const void *container);
 
@@ -323,9 +334,6 @@ class VL_API V_File {
     static void readEntry(const V_VASFind &entry, const char *resolvedPath, void *buffer,
                           unsigned int bufferSize);
 
-    // Containers (file/containers.cpp)
-    static void decryptWithSeed(unsigned char *data, int size, int seed);
-
     // Search (file/search.cpp)
     static int xstricmp(const char *pattern, const char *name);
     static bool isActive(const V_VASArchive *archive);
@@ -379,11 +387,12 @@ class VL_API V_FileDirectoryChange {
     /// Changes back. Never throws: should the earlier directory be gone, the current one becomes the root.
     ~V_FileDirectoryChange();
 
-    /// Undoes a change in force, then remembers the current directory and changes to `dir`. Throws as
-    /// V_File::changeDirectory, the earlier directory being back.
+    /// Undoes a change in force (as destruct), then remembers the current directory and changes to `dir`.
+    /// When that fails, throws as V_File::changeDirectory, the earlier directory being back and no change in
+    /// force.
     void construct(const V_String &dir);
     /// Undoes the change, if one is in force. Throws as V_File::changeDirectory when the earlier directory is
-    /// gone.
+    /// gone; the change then stays in force.
     void destruct();
     /// Whether a change is in force.
     bool isConstructed() const { return m_bConstructed; }

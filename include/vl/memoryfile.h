@@ -347,7 +347,7 @@ class VL_API V_MemoryFile {
     std::FILE *m_pOutFile;   ///< of a write-through file
     unsigned int m_uFlushed; ///< of a write-through file: where in the file m_pData begins
     std::vector<unsigned int, V_Allocator<unsigned int>> m_chunkStack; ///< starts of the open chunks
-    bool m_bWriteFailed;
+    bool m_bWriteFailed = false;
 
     static AccessMethod sm_eDefaultAccessMethod;
 };

@@ -4,6 +4,7 @@
 
 #include "vl/core.h"
 #include "vl/file.h"
-#include "vl/script.h"
 #include "vl/math.h"
 #include "vl/memoryfile.h"
+#include "vl/script.h"
+#include "vl/sharedstring.h"

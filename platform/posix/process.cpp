@@ -87,7 +87,7 @@ const char *commandLine() {
         static const std::string line = buildCommandLine();
         return line.c_str();
     } catch (const std::bad_alloc &) {
-        return "\"C:\\\"";
+        return nullptr;
     }
 }
 

@@ -51,7 +51,9 @@ void turnDirectOff(UnbufferedFile &file) {
 
 } // namespace
 
-UnbufferedFile *openUnbuffered(const char *path) {
+UnbufferedFile *openUnbuffered(const char *path, bool *outOfMemory) {
+    if (outOfMemory)
+        *outOfMemory = false;
     SystemPath system;
     if (!toSystemPath(system, path) || system.endsInSeparator)
         return nullptr;
@@ -70,10 +72,14 @@ UnbufferedFile *openUnbuffered(const char *path) {
         return nullptr;
 
     struct stat info;
-    UnbufferedFile *const file = fstat(descriptor, &info) == 0 && !S_ISDIR(info.st_mode)
-                                     ? new (std::nothrow) UnbufferedFile{descriptor, smallestSector, direct}
-                                     : nullptr;
+    if (fstat(descriptor, &info) != 0 || S_ISDIR(info.st_mode)) {
+        close(descriptor);
+        return nullptr;
+    }
+    auto *const file = new (std::nothrow) UnbufferedFile{descriptor, smallestSector, direct};
     if (!file) {
+        if (outOfMemory)
+            *outOfMemory = true;
         close(descriptor);
         return nullptr;
     }

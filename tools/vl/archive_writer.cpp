@@ -8,8 +8,10 @@
 #include "file/archive_format.h"
 #include "file/crc32.h"
 #include "file/lzss.h"
+#include "platform/platform.h"
 
-#include <csignal>
+#include <cerrno>
+#include <cstdio>
 #include <fstream>
 #include <random>
 #include <stdexcept>
@@ -21,30 +23,22 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-volatile std::sig_atomic_t interrupted = 0;
-
-/// Turns SIGINT and SIGTERM into a flag while an archive is being written.
-class InterruptGuard {
-  public:
-    InterruptGuard() : m_pfInterrupt(std::signal(SIGINT, note)), m_pfTerminate(std::signal(SIGTERM, note)) {}
-    ~InterruptGuard() {
-        std::signal(SIGINT, m_pfInterrupt);
-        std::signal(SIGTERM, m_pfTerminate);
-    }
-    InterruptGuard(const InterruptGuard &) = delete;
-    InterruptGuard &operator=(const InterruptGuard &) = delete;
-
-  private:
-    static void note(int) { interrupted = 1; }
-    void (*m_pfInterrupt)(int);
-    void (*m_pfTerminate)(int);
-};
-
-/// The file under construction; removed unless it was moved to its place.
+/// The file under construction, beside its final place and under a name of its own; removed unless it was
+/// moved to its place.
 class PartialFile {
   public:
-    explicit PartialFile(const fs::path &final) : m_final(final), m_partial(final) {
-        m_partial += ".partial";
+    explicit PartialFile(const fs::path &output) : m_final(output) {
+        // A link stays, and what it leads to is replaced. A device would make way for a file.
+        if (fs::exists(output)) {
+            if (!fs::is_regular_file(output))
+                throw std::runtime_error(output.string() + ": is there and not a file");
+            m_final = fs::canonical(output);
+        }
+        char suffix[32];
+        std::snprintf(suffix, sizeof suffix, ".%08x.partial", std::random_device()());
+        m_partial = m_final;
+        m_partial += suffix;
+        vl::platform::beginUnfinishedFile(m_partial.c_str());
         m_stream.open(m_partial, std::ios::binary | std::ios::trunc);
         check();
     }
@@ -53,6 +47,7 @@ class PartialFile {
         std::error_code ignored;
         if (!m_bKept)
             fs::remove(m_partial, ignored);
+        vl::platform::endUnfinishedFile();
     }
     PartialFile(const PartialFile &) = delete;
     PartialFile &operator=(const PartialFile &) = delete;
@@ -75,11 +70,10 @@ class PartialFile {
   private:
     void check() const {
         if (!m_stream)
-            throw std::runtime_error(m_partial.string() + ": cannot be written");
+            throw std::system_error(errno, std::generic_category(), m_final.string() + ": cannot be written");
     }
 
-    const fs::path &m_final;
-    fs::path m_partial;
+    fs::path m_final, m_partial;
     std::ofstream m_stream;
     bool m_bKept = false;
 };
@@ -135,7 +129,6 @@ std::uint64_t fileTableSize(const SourceTree &tree) {
 } // namespace
 
 ArchiveSummary writeArchive(const SourceTree &tree, const ArchiveSettings &settings, const fs::path &output) {
-    const InterruptGuard guard;
     PartialFile archive(output);
     Bytes dirInfo = directoryTable(tree);
     Bytes fileInfo;
@@ -151,8 +144,6 @@ ArchiveSummary writeArchive(const SourceTree &tree, const ArchiveSettings &setti
         V_File::VASFileEntry entry{};
         entry.seed = static_cast<std::uint32_t>(seeds());
         const Bytes stored = storedForm(file, readWhole(file), entry.seed);
-        if (interrupted)
-            throw std::runtime_error("interrupted; no archive was written");
         summary.unpacked += file.size;
         summary.archive += stored.size();
         if (summary.archive > 0xFFFFFFFFu)

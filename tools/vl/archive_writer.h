@@ -18,8 +18,8 @@ struct ArchiveSummary {
 };
 
 /// Writes the archive of a listed tree. Equal input gives equal bytes. The archive is written under another
-/// name beside `output` and takes its place only when it is whole: a failure or an interrupt (SIGINT,
-/// SIGTERM) leaves no half archive and an older archive untouched. Throws std::runtime_error or
-/// std::filesystem::filesystem_error, naming the file.
+/// name beside `output` and takes its place only when it is whole: a failure or an interrupt leaves no half
+/// archive and an older archive untouched. Throws std::runtime_error or std::filesystem::filesystem_error,
+/// naming the file, also when something else than a file stands at `output`.
 ArchiveSummary writeArchive(const SourceTree &tree, const ArchiveSettings &settings,
                             const std::filesystem::path &output);

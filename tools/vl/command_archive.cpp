@@ -4,6 +4,7 @@
 #include "archive_writer.h"
 #include "commands.h"
 #include "opened_archive.h"
+#include "printable.h"
 #include "progress.h"
 
 #include <nlohmann/json.hpp>
@@ -58,9 +59,20 @@ struct CreateOptions {
 MethodRule parseRule(const std::string &text) {
     const std::size_t equals = text.rfind('=');
     const auto method = equals == std::string::npos ? methods.end() : methods.find(text.substr(equals + 1));
-    if (method == methods.end())
+    if (method == methods.end() || equals == 0)
         throw CLI::ValidationError("--rule", "'" + text + "' is not PATTERN=lzss, =scrambled or =stored");
     return {text.substr(0, equals), method->second};
+}
+
+/// "532 bytes", "1.4 MB".
+std::string amount(std::uint64_t bytes) {
+    char text[32];
+    if (bytes < 10000)
+        std::snprintf(text, sizeof text, "%llu bytes", static_cast<unsigned long long>(bytes));
+    else
+        std::snprintf(text, sizeof text, bytes < 1000000 ? "%.1f kB" : "%.1f MB",
+                      static_cast<double>(bytes) / (bytes < 1000000 ? 1e3 : 1e6));
+    return text;
 }
 
 void create(const CreateOptions &options) {
@@ -70,9 +82,9 @@ void create(const CreateOptions &options) {
     const SourceTree tree =
         listSource(options.tree, options.exclude, methods.at(options.method), rules, options.output);
     const ArchiveSummary summary = writeArchive(tree, options.settings, options.output);
-    std::printf("%s: %zu files in %zu directories, %.1f MB packed to %.1f MB (%.0f%%)\n",
-                options.output.c_str(), tree.files.size(), tree.directories.size(),
-                static_cast<double>(summary.unpacked) / 1e6, static_cast<double>(summary.archive) / 1e6,
+    std::printf("%s: %zu files in %zu directories, %s packed to %s (%.0f%%)\n", options.output.c_str(),
+                tree.files.size(), tree.directories.size(), amount(summary.unpacked).c_str(),
+                amount(summary.archive).c_str(),
                 percentage(static_cast<double>(summary.archive), static_cast<double>(summary.unpacked)));
 }
 
@@ -119,7 +131,7 @@ void list(const std::string &path, bool asJson) {
     for (const V_File::VASFileEntry *file : archive.files())
         std::printf("%-9s %10u %10u %5.0f%%  %-20s  %s\n", methodName(file->method).c_str(), file->size,
                     file->storedSize, percentage(file->storedSize, file->size), timeText(file->time).c_str(),
-                    archive.pathOf(*file).c_str());
+                    printable(archive.pathOf(*file)).c_str());
 }
 
 void addList(CLI::App &archive) {
@@ -141,13 +153,27 @@ bool staysBelow(const std::string &relativePath) {
     return !relativePath.empty();
 }
 
-/// The place of a file below `target`, its directories made. Throws when a link would lead out of `target`.
-fs::path placeBelow(const fs::path &target, const std::string &relativePath) {
-    const fs::path place = target / relativePath;
-    fs::create_directories(place.parent_path());
-    const fs::path parent = fs::canonical(place.parent_path()).lexically_relative(fs::canonical(target));
-    if (parent.empty() || *parent.begin() == ".." || fs::is_symlink(fs::symlink_status(place)))
+void refuseLink(const fs::path &place) {
+    if (fs::is_symlink(fs::symlink_status(place)))
         throw std::runtime_error(place.string() + ": a link stands there, nothing was written through it");
+}
+
+/// `name`, a file's or directory's path in the archive `path`, as a path below a directory of the disk.
+std::string checkedPath(const std::string &path, const std::string &name, const std::string &relative) {
+    if (!staysBelow(relative))
+        throw std::runtime_error(path + ": the name '" + printable(name) +
+                                 "' would lead out of the target directory");
+    return relative;
+}
+
+/// Makes a directory below `target`, its parents included. Throws where a link would lead elsewhere.
+fs::path directoryBelow(const fs::path &target, const fs::path &relative) {
+    fs::path place = target;
+    for (const fs::path &element : relative) {
+        place /= element;
+        refuseLink(place);
+        fs::create_directory(place);
+    }
     return place;
 }
 
@@ -156,6 +182,9 @@ void setTime(const fs::path &path, const V_File::CalendarTime &time) {
     const year_month_day date{year(time.year), month(time.month), day(time.day)};
     if (!date.ok())
         return; // nothing sensible was recorded
+    // What the file clock's nanoseconds can tell; an unset time (1601) is not among it.
+    if (time.year < 1900 || time.year > 2400)
+        return;
     const auto point = sys_days(date) + hours(time.hour) + minutes(time.minute) + seconds(time.second) +
                        milliseconds(time.milliseconds);
     fs::last_write_time(path, file_clock::from_sys(point));
@@ -174,14 +203,23 @@ void extract(const std::string &path, const std::string &target, const std::vect
     if (chosen.empty() && !patterns.empty())
         throw std::runtime_error(path + ": no file matches");
     fs::create_directories(target);
+    // Directories without a file in them come with the whole archive only.
+    for (const std::string &directory :
+         patterns.empty() ? archive.directories() : std::vector<std::string>()) {
+        std::string relative = relativePath(directory);
+        if (relative.empty())
+            continue; // the root
+        if (relative.back() == '/')
+            relative.pop_back();
+        directoryBelow(target, checkedPath(path, directory, relative));
+    }
     Progress progress("extracting", chosen.size());
     for (std::size_t i = 0; i < chosen.size(); ++i) {
         const std::string relative = archive.relativePathOf(*chosen[i]);
         progress.show(i, relative);
-        if (!staysBelow(relative))
-            throw std::runtime_error(path + ": the name '" + archive.pathOf(*chosen[i]) +
-                                     "' would lead out of the target directory");
-        const fs::path place = placeBelow(target, relative);
+        const fs::path below = checkedPath(path, archive.pathOf(*chosen[i]), relative);
+        const fs::path place = directoryBelow(target, below.parent_path()) / below.filename();
+        refuseLink(place);
         const std::string content = archive.read(*chosen[i]);
         std::ofstream stream(place, std::ios::binary | std::ios::trunc);
         stream << content;
@@ -191,6 +229,9 @@ void extract(const std::string &path, const std::string &target, const std::vect
         setTime(place, chosen[i]->time);
     }
     std::printf("%zu files extracted to %s\n", chosen.size(), target.c_str());
+    if (archive.orphans() != 0)
+        std::fprintf(stderr, "vl: %s: %zu files belong to no directory and were left out\n", path.c_str(),
+                     archive.orphans());
 }
 
 void addExtract(CLI::App &archive) {
@@ -221,8 +262,6 @@ void verify(const std::string &path, int &exitStatus) {
                 const V_File::VASFileEntry &file = *archive.files()[i];
                 progress.show(i, archive.relativePathOf(file));
                 try {
-                    if (file.method < V_File::METHOD_LZSS || file.method > V_File::METHOD_STORED)
-                        throw std::runtime_error("method " + std::to_string(file.method) + " is unknown");
                     archive.read(file);
                 } catch (V_Exception *exception) {
                     if (++failures == 1)
@@ -239,9 +278,11 @@ void verify(const std::string &path, int &exitStatus) {
         }
         if (failures != 0)
             std::printf("%s: DAMAGED: %zu of %zu files; the first is %s (%s)\n", path.c_str(), failures,
-                        archive.files().size(), bad.c_str(), why.c_str());
+                        archive.files().size(), printable(bad).c_str(), printable(why).c_str());
         if (archive.orphans() != 0)
             std::printf("%s: DAMAGED: %zu files belong to no directory\n", path.c_str(), archive.orphans());
+    } catch (V_FileException_ArchiveNotFound *) {
+        throw; // which says nothing about the archive
     } catch (V_Exception *exception) {
         std::printf("%s: DAMAGED: %s\n", path.c_str(), exception->getErrorMessage());
     }

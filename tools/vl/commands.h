@@ -9,3 +9,4 @@
 void addArchiveCommand(CLI::App &app, int &exitStatus);
 void addSystemCommand(CLI::App &app, int &exitStatus);
 void addScriptCommand(CLI::App &app, int &exitStatus);
+void addDumpCommand(CLI::App &app, int &exitStatus);

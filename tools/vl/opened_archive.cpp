@@ -4,12 +4,15 @@
 
 #include "file/archive_access.h"
 #include "file/archive_index.h"
+#include "file/lzss.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 OpenedArchive::OpenedArchive(const std::filesystem::path &path) {
     vl::ArchiveAccess::load(m_archive, path.c_str());
     try {
+        m_uLength = std::filesystem::file_size(path);
         m_directoryByIndex.resize(m_archive.header.dirCount);
         for (unsigned int i = 0; i < m_archive.header.dirCount; ++i)
             m_directoryByIndex[static_cast<std::size_t>(m_archive.dirs[i].index)] = m_archive.dirs[i].key;
@@ -38,19 +41,26 @@ std::string OpenedArchive::pathOf(const V_File::VASFileEntry &file) const {
     return std::string(m_directoryByIndex[file.dirIndex]) + vl::nameOfArchiveFile(file);
 }
 
-std::string OpenedArchive::relativePathOf(const V_File::VASFileEntry &file) const {
-    std::string path = pathOf(file);
-    if (!path.empty() && path[0] == '\\')
+std::string relativePath(std::string path) {
+    if (!path.empty() && path.front() == '\\')
         path.erase(0, 1);
     std::replace(path.begin(), path.end(), '\\', '/');
     return path;
 }
 
+std::string OpenedArchive::relativePathOf(const V_File::VASFileEntry &file) const {
+    return relativePath(pathOf(file));
+}
+
 std::string OpenedArchive::read(const V_File::VASFileEntry &file) const {
     const std::string path = pathOf(file);
-    // Two stored bytes become 18 at most; a size beyond that is damage, noticed before memory is taken for it.
-    if (file.size / 9 > file.storedSize)
+    if (file.method < V_File::METHOD_LZSS || file.method > V_File::METHOD_STORED)
+        throw std::runtime_error(path + ": method " + std::to_string(file.method) + " is unknown");
+    // Damage is noticed before memory is taken on its word.
+    if (!vl::lzssCanHold(file.size, file.storedSize))
         V_throw(V_FileException_FileCorrupted(path.c_str()));
+    if (std::uint64_t{file.offset} + file.storedSize > m_uLength)
+        V_throw(V_FileException_UnableToReadData(path.c_str()));
     std::string content(file.size, '\0');
     vl::ArchiveAccess::read(m_archive, file, path.c_str(), content.data());
     return content;

@@ -3,6 +3,7 @@
 
 #include "vl/file.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -32,12 +33,17 @@ class OpenedArchive {
     /// "data/maps/a.map": below a directory of the disk.
     std::string relativePathOf(const V_File::VASFileEntry &file) const;
 
-    /// The unpacked content. Throws as V_File::load.
+    /// The unpacked content. Throws as V_File::load, and std::runtime_error for a method that is unknown.
     std::string read(const V_File::VASFileEntry &file) const;
 
   private:
     V_File::V_VASArchive m_archive{};
+    std::uintmax_t m_uLength = 0;
     std::vector<const char *> m_directoryByIndex;
     std::vector<const V_File::VASFileEntry *> m_files;
     std::size_t m_uOrphans = 0;
 };
+
+/// A path in an archive, "\data\maps\", as one below a directory of the disk: "data/maps/". What it leads to
+/// is the caller's to check.
+std::string relativePath(std::string path);

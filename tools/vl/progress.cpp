@@ -2,6 +2,8 @@
 
 #include "progress.h"
 
+#include "printable.h"
+
 #include "platform/platform.h"
 
 #include <cstdio>
@@ -20,5 +22,5 @@ void Progress::show(std::uint64_t done, const std::string &current) {
     if (!m_bTerminal || percent == m_iShownPercent)
         return;
     m_iShownPercent = percent;
-    std::fprintf(stderr, "\r\033[K%s %3d%%  %.60s", m_strVerb.c_str(), percent, current.c_str());
+    std::fprintf(stderr, "\r\033[K%s %3d%%  %.60s", m_strVerb.c_str(), percent, printable(current).c_str());
 }

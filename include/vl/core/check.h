@@ -6,12 +6,13 @@
 // set, failed checks do nothing.
 //
 // V_VERIFY and V_ILLEGAL_CALL are always active. All others are active unless NDEBUG is defined; define
-// V_CHECKS to 1 or 0 before including the library's headers to decide for yourself. An inactive check does
-// not evaluate its argument.
+// V_CHECKS to 1 or 0 before including the library's headers to decide for yourself. An inactive check
+// compiles its argument but does not evaluate it.
 #pragma once
 
 #include "vl/core/export.h"
 
+#include <cstddef>
 #include <cstdint>
 
 /// The failure functions. `expression` is the text of the tested expression, `file` and `line` its position
@@ -38,12 +39,14 @@ VL_API void V_ASSERT_OBJECT_VALID1_fails(const char *expression, const char *fil
 VL_API void V_ASSERT_OBJECT_CONSTRUCTED_fails(const char *file, int line);
 VL_API void V_ASSERT_OBJECT_DESTRUCTED_fails(const char *file, int line);
 
-/// What a valid pointer is here: not null and aligned for what it points to.
-template <class T>
+/// What a valid pointer is here: not null and, when the type it points to is known, aligned for that.
+template <class T, std::size_t alignment = alignof(T)>
 bool V_isPointer(const T *pointer) {
-    return pointer != nullptr && reinterpret_cast<std::uintptr_t>(pointer) % alignof(T) == 0;
+    return pointer != nullptr && reinterpret_cast<std::uintptr_t>(pointer) % alignment == 0;
 }
 inline bool V_isPointer(const void *pointer) { return pointer != nullptr; }
+/// Compilers warn of `this` beside null, but not here.
+inline bool V_isNull(const volatile void *pointer) { return pointer == nullptr; }
 
 #ifndef V_CHECKS
 #ifdef NDEBUG
@@ -53,12 +56,13 @@ inline bool V_isPointer(const void *pointer) { return pointer != nullptr; }
 #endif
 #endif
 
-/// Runs `failure` when `condition` does not hold.
+/// Runs `failure` when `condition` does not hold. An inactive check still names what it would look at, so
+/// that nothing becomes unused.
 #define V_CHECK_ALWAYS(condition, failure) ((condition) ? static_cast<void>(0) : (failure))
 #if V_CHECKS
 #define V_CHECK(condition, failure) V_CHECK_ALWAYS(condition, failure)
 #else
-#define V_CHECK(condition, failure) static_cast<void>(0)
+#define V_CHECK(condition, failure) static_cast<void>(false && (condition))
 #endif
 
 /// The expression must be true. The second form explains why.
@@ -75,7 +79,7 @@ inline bool V_isPointer(const void *pointer) { return pointer != nullptr; }
 #define V_ASSERT_POINTER(pointer)                                                                            \
     V_CHECK(V_isPointer(pointer), V_ASSERT_POINTER_fails(#pointer, __FILE__, __LINE__, nullptr))
 #define V_ASSERT_0_OR_POINTER(pointer)                                                                       \
-    V_CHECK((pointer) == nullptr || V_isPointer(pointer),                                                    \
+    V_CHECK(V_isNull(pointer) || V_isPointer(pointer),                                                       \
             V_ASSERT_0_OR_POINTER_fails(#pointer, __FILE__, __LINE__, nullptr))
 /// The pointer must be valid, or `size` (in bytes) 0.
 #define V_ASSERT_POINTER_SIZE(pointer, size)                                                                 \

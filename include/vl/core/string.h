@@ -38,11 +38,11 @@ class V_Allocator {
     }
 };
 
-namespace std {
+namespace std { // NOLINT(cert-dcl58-cpp): clients name V_CTrI so
 
 /// Character traits that compare without regard to the case of A-Z. The name in this namespace is part of the
 /// library's interface.
-struct V_CTrI : char_traits<char> { // NOLINT(cert-dcl58-cpp): clients name it so
+struct V_CTrI : char_traits<char> {
     static constexpr unsigned char fold(char c) {
         return static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
     }

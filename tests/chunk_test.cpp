@@ -1,0 +1,254 @@
+// Chunks: exact bytes, nesting, every kind of parent, and headers that lie.
+
+#include "support/archive_builder.h"
+#include "support/library_test.h"
+
+#include "vl/memoryfile.h"
+
+#include <functional>
+#include <random>
+
+namespace {
+
+using Chunk = V_MemoryFile::Chunk;
+using DataError = V_MemoryFileException_DataError;
+using Overreading = V_MemoryFileException_Overreading;
+using SeekOutOfRange = V_MemoryFileException_SeekOutOfRange;
+
+std::string bytesOf(const V_MemoryFile &file) {
+    return {static_cast<const char *>(file.getAddress()), file.getSize()};
+}
+
+std::string header(unsigned int id, unsigned int version, unsigned int size) {
+    std::string bytes = "\x0C";
+    for (unsigned int field : {id, version, size})
+        for (int shift = 0; shift < 32; shift += 8)
+            bytes += static_cast<char>(field >> shift);
+    return bytes;
+}
+
+V_MemoryFile over(const std::string &bytes) {
+    return V_MemoryFile(bytes.data(), static_cast<unsigned int>(bytes.size()), true);
+}
+
+/// Writes a random tree of chunks and values; the same seed gives the same tree.
+void writeTree(V_MemoryFile &file, std::mt19937 &random, int depth) {
+    for (int i = 0; i < 8; ++i) {
+        file.createChunk(static_cast<unsigned int>(depth), static_cast<unsigned int>(i));
+        file << i << V_String(random() % 300, 'x');
+        if (depth < 3)
+            writeTree(file, random, depth + 1);
+        file << depth;
+        file.closeChunk();
+    }
+}
+
+/// Reads what writeTree wrote, skipping some of the chunks and opening the others.
+void readTree(V_MemoryFile &file, std::mt19937 &random, int depth) {
+    for (int i = 0; i < 8; ++i) {
+        const unsigned int begin = file.getPosition();
+        Chunk chunk = file.peekChunk();
+        ASSERT_TRUE(chunk.isValid());
+        ASSERT_EQ(chunk.getID(), static_cast<unsigned int>(depth));
+        ASSERT_EQ(chunk.getVersion(), static_cast<unsigned int>(i));
+        EXPECT_EQ(file.getPosition(), begin);
+        V_MemoryFile &payload = chunk.getMemoryFile();
+        EXPECT_EQ(payload.getSize(), chunk.getSize());
+        int number;
+        V_String text;
+        payload >> number >> text;
+        EXPECT_EQ(number, i);
+        EXPECT_EQ(text.size(), random() % 300);
+        if (depth < 3)
+            readTree(payload, random, depth + 1);
+        payload >> number;
+        EXPECT_EQ(number, depth);
+        EXPECT_THROW(payload >> number, Overreading *);
+        file.skipChunk();
+        EXPECT_EQ(file.getPosition(), begin + 13 + chunk.getSize());
+    }
+}
+
+class Chunks : public LibraryTest {};
+
+} // namespace
+
+TEST_F(Chunks, LieAsTheFormatSays) {
+    V_MemoryFile file(1);
+    file.createChunk(7, 1);
+    file << 5;
+    file.closeChunk();
+    EXPECT_EQ(bytesOf(file), header(7, 1, 15) + "\x14\x05");
+
+    file.createChunk(8, 2);
+    file.createChunk(9, 3);
+    file.closeChunk();
+    file.closeChunk();
+    EXPECT_EQ(bytesOf(file).substr(15), header(8, 2, 26) + header(9, 3, 13));
+
+    file.toRead();
+    Chunk chunk = file.openChunk(7);
+    EXPECT_TRUE(chunk.isValid());
+    EXPECT_EQ(chunk.getSize(), 2u);
+    int number = 0;
+    chunk.getMemoryFile() >> number;
+    EXPECT_EQ(number, 5);
+    file.skipChunk();
+    const Chunk outer = file.openChunk(0);
+    Chunk copy(outer), inner = copy.openChunk(9);
+    EXPECT_EQ(inner.getID(), 9u);
+    EXPECT_EQ(inner.getSize(), 0u);
+    EXPECT_THROW(inner.getMemoryFile() >> number, Overreading *);
+}
+
+TEST_F(Chunks, WithoutTagsKeepTheirHeaders) {
+    V_MemoryFile file;
+    file.disableTags();
+    file.createChunk(7, 1);
+    file << 5;
+    file.closeChunk();
+    EXPECT_EQ(bytesOf(file), header(7, 1, 17) + std::string("\5\0\0\0", 4));
+    file.toRead();
+    Chunk chunk = file.openChunk(7);
+    EXPECT_TRUE(chunk.getMemoryFile().areTagsEnabled());
+    chunk.getMemoryFile().disableTags();
+    int number = 0;
+    chunk.getMemoryFile() >> number;
+    EXPECT_EQ(number, 5);
+}
+
+TEST_F(Chunks, NestTheSameInEveryKindOfFile) {
+    V_MemoryFile file;
+    std::mt19937 random(3);
+    writeTree(file, random, 0);
+    const std::string bytes = bytesOf(file);
+    ASSERT_GT(bytes.size(), std::size_t{V_MemoryFile::STREAM_SIZE});
+    for (unsigned int capacity : {1u, 10u, 1000u, 100000u}) {
+        V_MemoryFile through(capacity, (engineRoot() + "\\out.dat").c_str());
+        std::mt19937 again(3);
+        writeTree(through, again, 0);
+        through.destruct();
+        EXPECT_FALSE(through.hasWriteFailed());
+        EXPECT_TRUE(readFile(root() / "out.dat") == bytes) << "capacity " << capacity;
+    }
+
+    ArchiveBuilder archive;
+    archive.add("\\stored.dat", bytes, 3).add("\\lzss.dat", bytes, 1).add("\\scrambled.dat", bytes, 2);
+    archive.write(root() / "A.VAS");
+    File->setFileSystemRoot(engineRoot().c_str());
+    for (const char *name : {"out.dat", "stored.dat", "lzss.dat", "scrambled.dat"}) {
+        for (auto method : {V_MemoryFile::AM_MEMORY, V_MemoryFile::AM_STREAM}) {
+            V_MemoryFile reader(name, method);
+            std::mt19937 again(3);
+            readTree(reader, again, 0);
+            EXPECT_EQ(reader.getPosition(), bytes.size()) << name;
+        }
+    }
+}
+
+TEST_F(Chunks, ArePatchedWhereverTheirHeaderHasGone) {
+    // Every split of a header between disk and buffer: seeking back decides how far the buffer is flushed.
+    for (int back = 0; back <= 14; ++back) {
+        V_MemoryFile file(40, (engineRoot() + "\\out.dat").c_str());
+        file.createChunk(7, 1);
+        file.write("ab", 2);
+        file.seek(back, V_MemoryFile::SM_END);
+        const std::string rest(39, 'r');
+        file.write(rest.data(), 39);
+        file.closeChunk();
+        file.destruct();
+        std::string expected = header(7, 1, 0) + "ab";
+        expected.replace(expected.size() - static_cast<std::size_t>(back), std::string::npos, rest);
+        expected.replace(9, 4, header(7, 1, static_cast<unsigned int>(expected.size())).substr(9));
+        if (back <= 2) { // deeper, the chunk's own header is overwritten
+            EXPECT_EQ(readFile(root() / "out.dat"), expected);
+        } else {
+            EXPECT_EQ(readFile(root() / "out.dat").substr(9, 4), expected.substr(9, 4));
+        }
+    }
+}
+
+TEST_F(Chunks, AreNotClosedWhereNoneIsOpen) {
+    V_MemoryFile file;
+    EXPECT_EQ(messageOf<V_MemoryFileException_IllegalCall>([&] { file.closeChunk(); }),
+              "V_MemoryFile: Unable to close a chunk, for none is open, in (memoryfile not named yet)");
+    file << 1;
+    file.createChunk(1, 1);
+    file.seek(0, V_MemoryFile::SM_BEGIN);
+    EXPECT_THROW(file.closeChunk(), V_MemoryFileException_IllegalCall *);
+    file.seek(0, V_MemoryFile::SM_END);
+    file.closeChunk();
+    EXPECT_THROW(file.closeChunk(), V_MemoryFileException_IllegalCall *);
+    EXPECT_THROW(over("abc").createChunk(1, 1), V_MemoryFileException_IllegalCall *);
+}
+
+TEST_F(Chunks, AreMissedWithoutHarm) {
+    for (const std::string bytes : {"", "\x0C", "x", "\x0Dyyyyyyyyyyyyyyy"}) {
+        V_MemoryFile file = over(bytes);
+        Chunk chunk;
+        chunk.getMemoryFile() << 5;
+        file.peekChunk(chunk);
+        EXPECT_FALSE(chunk.isValid());
+        EXPECT_EQ(chunk.getSize(), 0u);
+        EXPECT_EQ(chunk.getMemoryFile().getSize(), 0u);
+        file.skipChunk();
+        EXPECT_EQ(file.getPosition(), 0u);
+        if (bytes.size() > 1) {
+            EXPECT_THROW(file.openChunk(1), DataError *);
+            EXPECT_EQ(file.getPosition(), 1u);
+        }
+    }
+    V_MemoryFile cut = over(header(7, 1, 13).substr(0, 12));
+    EXPECT_THROW(cut.peekChunk(), Overreading *);
+    EXPECT_EQ(cut.getPosition(), 1u);
+    EXPECT_THROW(over(header(7, 1, 13).substr(0, 12)).openChunk(7), Overreading *);
+    EXPECT_THROW(over("").openChunk(7), Overreading *);
+}
+
+TEST_F(Chunks, WithImpossibleSizesAreRefused) {
+    const std::string filler(V_MemoryFile::STREAM_SIZE, 'f');
+    for (bool streamed : {false, true}) {
+        for (unsigned int size : {0u, 1u, 12u, 14u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+            // The chunk lies at the end of another one's payload, with more data behind that.
+            writeFile(root() / "data.dat",
+                      header(1, 1, 26) + header(2, 2, size) + (streamed ? filler : "ff"));
+            V_MemoryFile file("data.dat", V_MemoryFile::AM_STREAM);
+            ASSERT_EQ(file.getAddress() == nullptr, streamed);
+            Chunk outer = file.openChunk(1), inner = outer;
+            EXPECT_THROW(outer.openChunk(inner, 2), DataError *);
+            EXPECT_THROW(outer.peekChunk(inner), DataError *);
+            EXPECT_FALSE(inner.isValid());
+            if (size < 13) {
+                EXPECT_THROW(outer.skipChunk(), DataError *);
+            } else {
+                EXPECT_THROW(outer.skipChunk(), SeekOutOfRange *);
+            }
+            EXPECT_EQ(outer.getMemoryFile().getPosition(), 0u);
+        }
+    }
+}
+
+TEST_F(Chunks, AreOpenedIntoThemselves) {
+    V_MemoryFile file;
+    for (unsigned int id = 0; id < 4; ++id)
+        file.createChunk(id, 0);
+    file << V_String(V_MemoryFile::STREAM_SIZE, 'x') << 5;
+    for (int i = 0; i < 4; ++i)
+        file.closeChunk();
+    file.save("data.dat");
+    for (auto method : {V_MemoryFile::AM_MEMORY, V_MemoryFile::AM_STREAM}) {
+        V_MemoryFile reader("data.dat", method);
+        Chunk chunk = reader.openChunk(0);
+        chunk.openChunk(chunk, 1);
+        chunk.peekChunk(chunk);
+        chunk = chunk.openChunk(3);
+        EXPECT_EQ(chunk.getID(), 3u);
+        EXPECT_NE(std::string(chunk.getMemoryFile().getFilename()).find("data.dat"), std::string::npos);
+        V_String text;
+        int number = 0;
+        chunk.getMemoryFile() >> text >> number;
+        EXPECT_EQ(number, 5);
+        chunk.peekChunk(chunk);
+        EXPECT_FALSE(chunk.isValid());
+    }
+}

@@ -1,0 +1,88 @@
+// The file system when memory runs out: every operation with each of its allocations failing in turn reports
+// that or does its work all the same, releases what it took, and succeeds at the next try.
+
+#include "support/failing_allocation.h"
+#include "support/library_test.h"
+
+#include <cstring>
+#include <memory>
+
+namespace {
+
+class Exhaustion : public LibraryTest {
+  protected:
+    /// Returns how often `operation` has reported exhausted memory. It must not allocate by itself.
+    template <class Operation>
+    int failEachOf(const Operation &operation) {
+        const int atRest = outstanding();
+        return failEachAllocation<V_MemoryException_Allocation *>(operation, [&] {
+            // The counters count a failed allocation, too, for which there is no release.
+            const int left = outstanding() - atRest;
+            EXPECT_TRUE(left == 0 || left == 1) << left;
+            V_Memory::sm_iDeleteCount += left;
+            operation();
+            EXPECT_STREQ(File->getCurrentDirectory(), "\\");
+        });
+    }
+
+  private:
+    static int outstanding() { return V_Memory::getNewCount() - V_Memory::getDeleteCount(); }
+};
+
+struct Release {
+    void operator()(void *block) const { File->free(static_cast<char *>(block)); }
+};
+using Block = std::unique_ptr<void, Release>;
+
+TEST_F(Exhaustion, OfAPlainFile) {
+    writeFile(root() / "Data/File.bin", "content");
+    EXPECT_GE(failEachOf([] {
+                  const Block data(File->load("data/file.BIN", V_File::WHOLE_FILE));
+                  EXPECT_EQ(std::memcmp(data.get(), "content", 7), 0);
+              }),
+              1);
+    failEachOf([] {
+        EXPECT_EQ(File->save("DATA/new.txt", "one ", 4), 1);
+        EXPECT_EQ(File->append("data/NEW.txt", "two", 3), 1);
+        EXPECT_EQ(File->size("data/new.TXT"), 7u);
+        EXPECT_NE(File->timeStamp("data/new.TXT"), 0u);
+        EXPECT_EQ(File->del("Data/New.txt"), 1);
+        EXPECT_EQ(File->where("data/new.txt"), V_File::LOC_NONE);
+    });
+}
+
+TEST_F(Exhaustion, OfANameThatOutgrowsItsBuffer) {
+    char name[200] = "";
+    EXPECT_GE(failEachOf([&name] {
+                  name[std::strlen(name)] = 'n'; // longer at each try
+                  const char *resolved = File->getFullPathName(name);
+                  EXPECT_STREQ(resolved + 1, name);
+              }),
+              1);
+}
+
+TEST_F(Exhaustion, OfADirectoryChange) {
+    std::filesystem::create_directories(root() / "A directory with a long name/below/it");
+    EXPECT_GE(failEachOf([] {
+                  const V_FileDirectoryChange outer("a directory with a LONG name");
+                  V_FileDirectoryChange inner("BELOW");
+                  EXPECT_STREQ(File->getCurrentDirectory(), "\\a directory with a LONG name\\BELOW\\");
+                  inner.construct("below\\it\\..");
+                  EXPECT_STREQ(File->getCurrentDirectory(), "\\a directory with a LONG name\\below\\");
+              }),
+              2);
+}
+
+TEST_F(Exhaustion, OfContainersInMemory) {
+    EXPECT_GE(failEachOf([] {
+                  const Block packed(File->compress("content, content", 16));
+                  const Block hidden(File->encrypt(packed.get(), 20));
+                  const Block shown(File->decrypt(hidden.get()));
+                  const Block unpacked(File->decompress(packed.get()));
+                  EXPECT_EQ(std::memcmp(shown.get(), packed.get(), 20), 0);
+                  EXPECT_EQ(std::memcmp(unpacked.get(), "content, content", 16), 0);
+              }),
+              5);
+}
+
+} // namespace

@@ -1,0 +1,308 @@
+// Streams over files on disk and archive entries: ranges, shared buffers, decoding on the way, and files that
+// are not what they claim to be.
+
+#include "support/archive_builder.h"
+#include "support/failing_allocation.h"
+#include "support/library_test.h"
+
+#include "vl/file/stream.h"
+
+#include <random>
+#include <vector>
+
+namespace {
+
+std::string pattern(std::size_t size) {
+    std::string text(size, '\0');
+    std::mt19937 random(static_cast<unsigned int>(size));
+    for (char &c : text)
+        c = static_cast<char>(random() % 5 == 0 ? random() : 'a');
+    return text;
+}
+
+std::string readUpTo(V_FileStream &stream, std::size_t size) {
+    std::string text(size, '\0');
+    text.resize(stream.read(text.data(), static_cast<unsigned int>(size)));
+    return text;
+}
+
+std::string readAll(V_FileStream &stream, std::size_t piece) {
+    std::string text;
+    for (std::string more = readUpTo(stream, piece); !more.empty(); more = readUpTo(stream, piece))
+        text += more;
+    return text;
+}
+
+class Streams : public LibraryTest {
+  protected:
+    /// The same content on disk and under every storage method.
+    void writeEverywhere(const std::string &content) {
+        writeFile(root() / "disk", content);
+        ArchiveBuilder archive;
+        archive.add("\\first", "something in front", 3).add("\\stored", content, 3).add("\\lzss", content, 1);
+        archive.add("\\scrambled", content, 2).add("\\last", "and something behind", 3);
+        archive.records[3].seed = 0; // counts as 1
+        archive.records[3].stored = scrambledPlainly(packedPlainly(content), 0);
+        archive.write(root() / "A.VAS");
+        File->setFileSystemRoot(engineRoot().c_str());
+    }
+};
+
+using Corrupted = V_FileException_FileCorrupted;
+using Unable = V_FileException_UnableToReadData;
+
+} // namespace
+
+TEST_F(Streams, DeliverTheSameInPiecesOfAnySize) {
+    const std::string content = pattern(20000);
+    writeEverywhere(content);
+    for (const char *name : {"disk", "stored", "lzss", "scrambled"})
+        for (int buffer : {1, 3, 16, 4096, 100000, 0, -5})
+            for (std::size_t piece : {1, 7, 4096, 50000}) {
+                V_FileStream stream(name, buffer);
+                EXPECT_EQ(stream.size(), content.size());
+                EXPECT_TRUE(readAll(stream, piece) == content) << name << ' ' << buffer << ' ' << piece;
+                EXPECT_EQ(stream.getPosition(), content.size());
+            }
+    for (const char *name : {"disk", "stored"})
+        for (int buffer : {1, 1000, 0, 100000})
+            for (std::size_t piece : {1, 700, 50000}) {
+                V_UnbufferedFileStream stream(name, buffer);
+                EXPECT_TRUE(readAll(stream, piece) == content) << name << ' ' << buffer << ' ' << piece;
+            }
+    V_FileStream stream("stored", 100);
+    EXPECT_EQ(stream.getName(), engineRoot() + "\\A.VAS");
+    EXPECT_EQ(V_FileStream("DISK", 100).getName(), engineRoot() + "\\DISK");
+}
+
+TEST_F(Streams, SeekInsideTheirRange) {
+    const std::string content = pattern(100);
+    writeEverywhere(content);
+    for (const char *name : {"disk", "stored"}) {
+        V_FileStream buffered(name, 30);
+        V_UnbufferedFileStream unbuffered(name, 0);
+        for (V_FileStream *stream : {&buffered, static_cast<V_FileStream *>(&unbuffered)}) {
+            const auto at = [&](unsigned int offset, V_FileStream::SeekMode mode) {
+                EXPECT_EQ(stream->seek(offset, mode), 0);
+                return stream->getPosition();
+            };
+            EXPECT_EQ(at(10, V_FileStream::SM_END), 90u);
+            EXPECT_EQ(readUpTo(*stream, 50), content.substr(90));
+            EXPECT_EQ(readUpTo(*stream, 50), "");
+            EXPECT_EQ(at(200, V_FileStream::SM_BEGIN), 100u);
+            EXPECT_EQ(at(0xFFFFFFFF, V_FileStream::SM_CURRENT), 99u);
+            EXPECT_EQ(readUpTo(*stream, 1), content.substr(99));
+            EXPECT_EQ(at(0u - 1000, V_FileStream::SM_CURRENT), 0u);
+            EXPECT_EQ(at(0x7FFFFFFF, V_FileStream::SM_CURRENT), 100u);
+            EXPECT_EQ(at(0xFFFFFFFF, V_FileStream::SM_END), 0u);
+            EXPECT_EQ(at(0xFFFFFFFF, V_FileStream::SM_BEGIN), 100u);
+        }
+    }
+}
+
+// Many streams over one file, each a region of another, read and moved in random order: each must behave as
+// if it had the file to itself.
+TEST_F(Streams, ShareAFileAsIfEachHadItAlone) {
+    const std::string content = pattern(90000);
+    writeEverywhere(content);
+    struct Model {
+        std::size_t begin, size, position;
+    };
+    for (const char *name : {"disk", "stored"})
+        for (int buffer : {1, 64, 4096, 50000}) {
+            std::mt19937 random(static_cast<unsigned int>(buffer));
+            std::vector<std::unique_ptr<V_FileStream>> streams;
+            std::vector<Model> models{{0, content.size(), 0}};
+            streams.push_back(std::make_unique<V_FileStream>(name, buffer));
+            for (int step = 0; step < 3000; ++step) {
+                const std::size_t i = random() % streams.size();
+                Model &model = models[i];
+                const auto draw = [&](std::size_t limit) {
+                    return static_cast<unsigned int>(random() % (limit + 1));
+                };
+                switch (random() % 8) {
+                case 0:
+                    if (streams.size() < 12) {
+                        const unsigned int offset = draw(model.size), size = draw(model.size);
+                        streams.push_back(std::make_unique<V_FileStream>(
+                            *streams[i], static_cast<int>(offset), static_cast<int>(size)));
+                        models.push_back(
+                            {model.begin + offset, std::min<std::size_t>(size, model.size - offset), 0});
+                    } else {
+                        streams.erase(streams.begin() + static_cast<std::ptrdiff_t>(i));
+                        models.erase(models.begin() + static_cast<std::ptrdiff_t>(i));
+                    }
+                    break;
+                case 1:
+                    model.position = draw(model.size);
+                    streams[i]->seek(static_cast<unsigned int>(model.position), V_FileStream::SM_BEGIN);
+                    break;
+                case 2: {
+                    const std::size_t j = random() % streams.size();
+                    *streams[j] = *streams[i];
+                    models[j] = model;
+                    break;
+                }
+                default: {
+                    const std::size_t n = draw(random() % 4 == 0 ? 40000 : 100);
+                    const std::string expected = content.substr(model.begin + model.position,
+                                                                std::min(n, model.size - model.position));
+                    ASSERT_TRUE(readUpTo(*streams[i], n) == expected) << name << ' ' << buffer << ' ' << step;
+                    model.position += expected.size();
+                }
+                }
+            }
+        }
+}
+
+TEST_F(Streams, OpenRegionsOfEveryKind) {
+    writeEverywhere("0123456789");
+    V_FileStream buffered("disk", 4);
+    V_UnbufferedFileStream unbuffered("stored", 4);
+    for (V_FileStream *stream : {&buffered, static_cast<V_FileStream *>(&unbuffered)}) {
+        stream->seek(3, V_FileStream::SM_BEGIN);
+        V_FileStream copy(*stream), region(*stream, 2, 5), rest(*stream, 8, -1), beyond(*stream, 11, 5),
+            odd(*stream, -7, 4);
+        EXPECT_EQ(readAll(copy, 4), "3456789");
+        EXPECT_EQ(readAll(region, 4), "23456");
+        EXPECT_EQ(rest.getPosition(), 0u);
+        EXPECT_EQ(readAll(rest, 4), "89");
+        EXPECT_EQ(beyond.size(), 0u);
+        EXPECT_EQ(readAll(odd, 4), "0123");
+        copy = region;
+        const V_FileStream &itself = copy;
+        copy = itself;
+        EXPECT_EQ(copy.getPosition(), 5u);
+        EXPECT_EQ(stream->getPosition(), 3u);
+    }
+    V_UnbufferedFileStream region(unbuffered, 4, 3), other("disk", 512);
+    EXPECT_EQ(readAll(region, 2), "456");
+    other = region;
+    other.seek(1, V_FileStream::SM_BEGIN);
+    EXPECT_EQ(readAll(other, 2), "56");
+    EXPECT_EQ(other.getName(), region.getName());
+
+    std::filesystem::remove(root() / "A.VAS");
+    EXPECT_THROW(V_UnbufferedFileStream copy(unbuffered), V_FileException_FileNotFound *);
+    EXPECT_EQ(messageOf<V_FileException_ArchiveNotFound>([] { V_FileStream("lzss", 4); }),
+              "Archive " + engineRoot() + "\\A.VAS not found");
+    EXPECT_THROW(V_UnbufferedFileStream("stored", 4), V_FileException_ArchiveNotFound *);
+}
+
+TEST_F(Streams, RefuseWhatCompressionForbids) {
+    writeEverywhere(pattern(100));
+    for (const char *name : {"lzss", "scrambled"}) {
+        V_FileStream stream(name, 64);
+        readUpTo(stream, 10);
+        EXPECT_EQ(messageOf<V_FileException_CannotSeekCompressedFileStream>(
+                      [&] { stream.seek(0, V_FileStream::SM_BEGIN); }),
+                  std::string("Cannot seek compressed file stream \"") + name + "\"");
+        EXPECT_EQ(
+            messageOf<V_FileException_CannotCopyCompressedFileStream>([&] { V_FileStream copy(stream); }),
+            std::string("Cannot copy construct compressed file stream \"") + name + "\"");
+        V_FileStream other("disk", 4);
+        EXPECT_THROW(other = stream, V_FileException_CannotCopyCompressedFileStream *);
+        EXPECT_EQ(readAll(other, 100), pattern(100));
+        EXPECT_EQ(readAll(stream, 100), pattern(100).substr(10));
+        EXPECT_EQ(messageOf<V_FileException_FileNotAStream>([&] { V_UnbufferedFileStream(name, 0); }),
+                  std::string("File \\") + name + " is not a stream");
+    }
+    for (bool buffered : {true, false})
+        EXPECT_EQ(messageOf<V_FileException_FileNotFound>([&] {
+                      buffered ? void(V_FileStream("no", 0)) : void(V_UnbufferedFileStream("no", 0));
+                  }),
+                  "File " + engineRoot() + "\\no not found");
+}
+
+TEST_F(Streams, NoticeAFileThatShrinks) {
+    writeEverywhere(pattern(20000));
+    V_FileStream buffered("disk", 5000), large("disk", 5000);
+    V_UnbufferedFileStream unbuffered("disk", 4096);
+    std::filesystem::resize_file(root() / "disk", 12000);
+    EXPECT_EQ(readUpTo(buffered, 10000), pattern(20000).substr(0, 10000));
+    EXPECT_EQ(messageOf<Unable>([&] { readUpTo(buffered, 5000); }), "Unable to read data from \"disk\"");
+    EXPECT_EQ(buffered.getPosition(), 10000u);
+    EXPECT_THROW(readUpTo(large, 20000), Unable *);
+    EXPECT_EQ(large.getPosition(), 0u);
+    EXPECT_EQ(messageOf<V_FileException_OverreadingStream>([&] { readUpTo(unbuffered, 15000); }),
+              "Overreading stream disk");
+    EXPECT_EQ(readUpTo(unbuffered, 12000), pattern(20000).substr(0, 12000));
+}
+
+// Every way in which an entry can contradict itself ends in an exception, and the bytes before the damage are
+// those of an undamaged entry.
+TEST_F(Streams, NoticeDamagedEntries) {
+    const std::string content = pattern(3000);
+    using Damage = std::function<void(ArchiveBuilder::Record &)>;
+    struct {
+        const char *what;
+        Damage damage;
+        bool opens;
+    } const cases[] = {
+        {"no room for a header", [](auto &r) { r.storedSize = 11, r.stored.resize(11); }, false},
+        {"an unknown method", [](auto &r) { r.method = 4; }, false},
+        {"another magic", [](auto &r) { r.stored[0] = 'X'; }, false},
+        {"another size", [](auto &r) { ++r.size; }, false},
+        {"another packed size", [](auto &r) { ++r.stored[8]; }, false},
+        {"a size that no code gives",
+         [](auto &r) { r.size = 0x7FFFFFFF, r.stored.replace(4, 4, "\xFF\xFF\xFF\x7F"); }, false},
+        {"code that ends early",
+         [](auto &r) {
+             r.size += 100, r.stored[4] = static_cast<char>(r.size),
+                            r.stored[5] = static_cast<char>(r.size >> 8);
+         },
+         true},
+        {"code that goes on",
+         [](auto &r) {
+             r.size -= 100, r.stored[4] = static_cast<char>(r.size),
+                            r.stored[5] = static_cast<char>(r.size >> 8);
+         },
+         true},
+    };
+    for (const auto &test : cases) {
+        ArchiveBuilder archive;
+        archive.add("\\packed", content, 1);
+        test.damage(archive.records[0]);
+        archive.write(root() / "A.VAS");
+        File->setFileSystemRoot(engineRoot().c_str());
+        if (!test.opens) {
+            EXPECT_EQ(messageOf<Corrupted>([] { V_FileStream("packed", 64); }), "File packed is corrupted")
+                << test.what;
+            continue;
+        }
+        for (std::size_t piece : {1, 100, 5000}) {
+            V_FileStream stream("packed", 64);
+            std::string text;
+            EXPECT_THROW(for (std::string more = readUpTo(stream, piece); !more.empty();
+                              more = readUpTo(stream, piece)) text += more,
+                         Corrupted *)
+                << test.what;
+            EXPECT_EQ(content.compare(0, text.size(), text), 0) << test.what;
+            EXPECT_THROW(readUpTo(stream, 1), Corrupted *);
+        }
+    }
+    ArchiveBuilder().add("\\packed", content, 1).add("\\stored", content, 3).write(root() / "A.VAS");
+    File->setFileSystemRoot(engineRoot().c_str());
+    std::filesystem::resize_file(root() / "A.VAS", std::filesystem::file_size(root() / "A.VAS") - 3500);
+    V_FileStream packed("packed", 64), stored("stored", 64);
+    EXPECT_THROW(readAll(packed, 5000), Unable *);
+    EXPECT_THROW(readAll(stored, 5000), Unable *);
+}
+
+TEST_F(Streams, SurviveEveryFailingAllocation) {
+    writeEverywhere("0123456789");
+    const auto outstanding = [] { return V_Memory::getNewCount() - V_Memory::getDeleteCount(); };
+    const int atRest = outstanding();
+    const int failures = failEachAllocation<V_MemoryException_Allocation *>(
+        [] {
+            V_FileStream disk("disk", 4), copy(disk), packed("scrambled", 4);
+            V_UnbufferedFileStream unbuffered("stored", 4), second(unbuffered);
+            V_FileStream sliced(second, 1, 1);
+            copy = sliced;
+        },
+        [&] {
+            EXPECT_LE(outstanding(), atRest + 1);
+            V_Memory::sm_iDeleteCount += outstanding() - atRest; // for the one that failed
+        });
+    EXPECT_GT(failures, 15);
+}

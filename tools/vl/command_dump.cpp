@@ -1,0 +1,311 @@
+// vl dump: a memory file as a tree of its chunks and tagged values, from disk or out of an archive.
+//
+// The tree is built first, as JSON, and then printed as it is or as text. Each item is one object:
+//
+//   chunk    offset, chunk, version, size, items
+//   value    offset, type, value
+//   bytes    offset, bytes (as hex), untagged or (below damage) rest
+//   damage   offset, damage: what is wrong there
+//
+// Where damage ends a chunk's items, the rest of its payload is shown as bytes, and the parent goes on behind
+// the chunk. A payload whose very first byte is no tag was written without tags.
+
+#include "commands.h"
+#include "opened_archive.h"
+
+#include "vl/core.h"
+#include "vl/file.h"
+#include "vl/math_types.h"
+#include "vl/memoryfile.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+
+using json = nlohmann::ordered_json;
+
+namespace {
+
+/// Chunks nested deeper are not looked into; no writer nests so deep, but a damaged file might.
+constexpr int deepest = 100;
+constexpr unsigned int chunkHeaderSize = 13;
+
+struct DumpOptions {
+    std::string file, archive;
+    bool asJson = false, untagged = false;
+};
+
+class Dumper {
+  public:
+    Dumper(const std::string &bytes, bool untagged) : m_bytes(bytes), m_bUntagged(untagged) {}
+
+    bool damaged() const { return m_bDamaged; }
+
+    json items(unsigned int begin, unsigned int end, int depth) {
+        json result = json::array();
+        unsigned int position = begin;
+        while (position != end) {
+            if (byteAt(position) == V_MemoryFile::BT_CHUNK && looksLikeChunk(position, end)) {
+                position = addChunk(result, position, end, depth);
+                continue;
+            }
+            if (m_bUntagged) {
+                const unsigned int begun = position++;
+                while (position != end && !looksLikeChunk(position, end))
+                    ++position;
+                result.push_back({{"offset", begun}, {"bytes", hex(begun, position)}, {"untagged", true}});
+                continue;
+            }
+            const std::string problem = addValue(result, position, end);
+            if (problem.empty())
+                continue;
+            if (result.empty() && depth > 0 && problem == noTag) {
+                result.push_back({{"offset", begin}, {"bytes", hex(begin, end)}, {"untagged", true}});
+            } else {
+                addDamage(result, position, problem);
+                result.push_back({{"offset", position}, {"bytes", hex(position, end)}, {"rest", true}});
+            }
+            break;
+        }
+        return result;
+    }
+
+  private:
+    static constexpr const char *noTag = "no tag of a value";
+
+    unsigned char byteAt(unsigned int offset) const { return static_cast<unsigned char>(m_bytes[offset]); }
+    unsigned int fieldAt(unsigned int offset) const {
+        return byteAt(offset) | byteAt(offset + 1) << 8 | byteAt(offset + 2) << 16 |
+               static_cast<unsigned int>(byteAt(offset + 3)) << 24;
+    }
+
+    std::string hex(unsigned int begin, unsigned int end) const {
+        std::string text;
+        for (; begin != end; ++begin) {
+            char digits[4];
+            std::snprintf(digits, sizeof digits, "%02x ", byteAt(begin));
+            text += digits;
+        }
+        return text.substr(0, text.size() - !text.empty());
+    }
+
+    void addDamage(json &result, unsigned int offset, const std::string &what) {
+        m_bDamaged = true;
+        result.push_back({{"offset", offset}, {"damage", what}});
+    }
+
+    /// Without tags a marker alone says little; a size that fits as well decides.
+    bool looksLikeChunk(unsigned int position, unsigned int end) const {
+        if (!m_bUntagged)
+            return byteAt(position) == V_MemoryFile::BT_CHUNK;
+        return byteAt(position) == V_MemoryFile::BT_CHUNK && end - position >= chunkHeaderSize &&
+               fieldAt(position + 9) >= chunkHeaderSize && fieldAt(position + 9) <= end - position;
+    }
+
+    /// Adds the chunk at `position` and returns where it ends.
+    unsigned int addChunk(json &result, unsigned int position, unsigned int end, int depth) {
+        if (end - position < chunkHeaderSize) {
+            addDamage(result, position, "chunk header cut short");
+            result.push_back({{"offset", position}, {"bytes", hex(position, end)}, {"rest", true}});
+            return end;
+        }
+        const unsigned int size = fieldAt(position + 9);
+        unsigned int chunkEnd = position + size;
+        json chunk = {{"offset", position},
+                      {"chunk", fieldAt(position + 1)},
+                      {"version", fieldAt(position + 5)},
+                      {"size", size}};
+        if (size < chunkHeaderSize || size > end - position) {
+            // Whatever its size should be, its payload begins behind the header and ends with its parent.
+            addDamage(result, position + 9,
+                      size == 0 ? "chunk that was never closed" : "chunk size that does not fit");
+            chunkEnd = end;
+        }
+        const unsigned int payload = position + chunkHeaderSize;
+        if (depth == deepest) {
+            addDamage(result, position, "chunks nested too deep");
+            chunk["items"] =
+                json::array({{{"offset", payload}, {"bytes", hex(payload, chunkEnd)}, {"rest", true}}});
+        } else {
+            chunk["items"] = items(payload, chunkEnd, depth + 1);
+        }
+        result.push_back(std::move(chunk));
+        return chunkEnd;
+    }
+
+    /// Adds the tagged value at `position` and moves that behind it. Otherwise tells what is wrong.
+    std::string addValue(json &result, unsigned int &position, unsigned int end) const {
+        V_MemoryFile file(m_bytes.data() + position, end - position, false);
+        const char *type = nullptr;
+        json value;
+        try {
+            value = readValue(file, byteAt(position), type);
+        } catch (V_MemoryFileException_Overreading *) {
+            return "value cut short";
+        } catch (V_MemoryFileException_DataError *) {
+            return "string without a length";
+        }
+        if (!type)
+            return noTag;
+        result.push_back({{"offset", position}, {"type", type}, {"value", std::move(value)}});
+        position += file.getPosition();
+        return {};
+    }
+
+    template <class T>
+    static T read(V_MemoryFile &file) {
+        T value{};
+        file >> value;
+        return value;
+    }
+
+    template <class Block>
+    static json floats(V_MemoryFile &file) {
+        const Block block = read<Block>(file);
+        float values[sizeof(Block) / sizeof(float)];
+        std::memcpy(values, &block, sizeof block);
+        return values;
+    }
+
+    /// The value at the position, and the name of its type; no type when the tag is none of a value.
+    static json readValue(V_MemoryFile &file, unsigned char tag, const char *&type) {
+        switch (tag) {
+        case V_MemoryFile::BT_LONG:
+            return type = "long", read<long>(file);
+        case V_MemoryFile::BT_ULONG:
+            return type = "unsigned long", read<unsigned long>(file);
+        case V_MemoryFile::BT_INT:
+        case V_MemoryFile::BT_INT24:
+        case V_MemoryFile::BT_INT16:
+        case V_MemoryFile::BT_INT8:
+            return type = "int", read<int>(file);
+        case V_MemoryFile::BT_UINT:
+        case V_MemoryFile::BT_UINT24:
+        case V_MemoryFile::BT_UINT16:
+        case V_MemoryFile::BT_UINT8:
+            return type = "unsigned int", read<unsigned int>(file);
+        case V_MemoryFile::BT_SHORT:
+            return type = "short", read<short>(file);
+        case V_MemoryFile::BT_USHORT:
+            return type = "unsigned short", read<unsigned short>(file);
+        case V_MemoryFile::BT_CHAR:
+            return type = "char", static_cast<int>(read<char>(file));
+        case V_MemoryFile::BT_SCHAR:
+            return type = "signed char", static_cast<int>(read<signed char>(file));
+        case V_MemoryFile::BT_UCHAR:
+            return type = "unsigned char", static_cast<int>(read<unsigned char>(file));
+        case V_MemoryFile::BT_FLOAT:
+            return type = "float", read<float>(file);
+        case V_MemoryFile::BT_DOUBLE:
+            return type = "double", read<double>(file);
+        case V_MemoryFile::BT_STRING: {
+            const V_String text = read<V_String>(file);
+            return type = "string", std::string(text.data(), text.size());
+        }
+        case V_MemoryFile::BT_BOOL:
+            return type = "bool", read<bool>(file);
+        case V_MemoryFile::BT_VECTOR2:
+            return type = "vector2", floats<M_Vector2Template<float>>(file);
+        case V_MemoryFile::BT_VECTOR3:
+            return type = "vector3", floats<M_Vector3Template<float>>(file);
+        case V_MemoryFile::BT_VECTOR4:
+            return type = "vector4", floats<M_Vector4Template<float>>(file);
+        case V_MemoryFile::BT_MATRIX2:
+            return type = "matrix2", floats<M_Matrix2Template<float>>(file);
+        case V_MemoryFile::BT_MATRIX3:
+            return type = "matrix3", floats<M_Matrix3Template<float>>(file);
+        case V_MemoryFile::BT_MATRIX4X3:
+            return type = "matrix4x3", floats<M_Matrix4x3Template<float>>(file);
+        case V_MemoryFile::BT_MATRIX4:
+            return type = "matrix4", floats<M_Matrix4Template<float>>(file);
+        case V_MemoryFile::BT_FLOAT16:
+            return type = "float16", static_cast<float>(read<M_Float16>(file));
+        default:
+            return {};
+        }
+    }
+
+    const std::string &m_bytes;
+    const bool m_bUntagged;
+    bool m_bDamaged = false;
+};
+
+// ---- Text ------------------------------------------------------------------------------------------------
+
+std::string compact(const json &value) { return value.dump(-1, ' ', false, json::error_handler_t::replace); }
+
+void printText(const json &items, int depth) {
+    for (const json &item : items) {
+        std::printf("%08x  %*s", item["offset"].get<unsigned int>(), 2 * depth, "");
+        if (item.contains("chunk")) {
+            std::printf("chunk %u version %u size %u\n", item["chunk"].get<unsigned int>(),
+                        item["version"].get<unsigned int>(), item["size"].get<unsigned int>());
+            printText(item["items"], depth + 1);
+        } else if (item.contains("type")) {
+            std::printf("%s %s\n", item["type"].get<std::string>().c_str(), compact(item["value"]).c_str());
+        } else if (item.contains("damage")) {
+            std::printf("DAMAGE: %s\n", item["damage"].get<std::string>().c_str());
+        } else {
+            std::printf("%s %s\n", item.contains("untagged") ? "untagged" : "rest",
+                        item["bytes"].get<std::string>().c_str());
+        }
+    }
+}
+
+// ---- The command -----------------------------------------------------------------------------------------
+
+std::string contentOf(const DumpOptions &options) {
+    if (options.archive.empty()) {
+        std::ifstream stream(options.file, std::ios::binary);
+        if (!stream || !std::filesystem::is_regular_file(options.file))
+            throw std::runtime_error("cannot read " + options.file);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+    // The archive spells its names with backslashes from the root and ignores case, and so may the user.
+    std::string wanted = options.file;
+    std::replace(wanted.begin(), wanted.end(), '/', '\\');
+    if (wanted.empty() || wanted[0] != '\\')
+        wanted.insert(0, "\\");
+    const OpenedArchive archive(options.archive);
+    for (const V_File::VASFileEntry *entry : archive.files())
+        if (V_StringI(archive.pathOf(*entry).c_str()) == wanted.c_str())
+            return archive.read(*entry);
+    throw std::runtime_error("no file " + options.file + " in " + options.archive);
+}
+
+int dump(const DumpOptions &options) {
+    const std::string content = contentOf(options);
+    if (content.size() > 0xFFFFFFFFu)
+        throw std::runtime_error(options.file + " is too large for a memory file");
+    Dumper dumper(content, options.untagged);
+    const json items = dumper.items(0, static_cast<unsigned int>(content.size()), 0);
+    if (options.asJson)
+        std::puts(items.dump(2, ' ', false, json::error_handler_t::replace).c_str());
+    else
+        printText(items, 0);
+    return dumper.damaged() ? 1 : 0;
+}
+
+} // namespace
+
+void addDumpCommand(CLI::App &app, int &exitStatus) {
+    CLI::App *command = app.add_subcommand("dump", "Show a data file as a tree of its chunks and values");
+    auto options = std::make_shared<DumpOptions>();
+    command->add_option("FILE", options->file, "The data file; with --archive, its name in the archive")
+        ->required();
+    command->add_option("--archive", options->archive, "Read FILE out of this VAS archive")
+        ->check(CLI::ExistingFile);
+    command->add_flag("--json", options->asJson, "Print JSON");
+    command->add_flag("--untagged", options->untagged,
+                      "The file was written without tags: show values as bytes");
+    command->footer(
+        "Offsets count from the first byte of the file. Damage is reported where it lies and what\n"
+        "remains readable is shown; the exit status is then 1.");
+    command->callback([options, &exitStatus] { exitStatus = dump(*options); });
+}

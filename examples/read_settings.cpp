@@ -3,7 +3,7 @@
 //     read_settings ROOT
 //
 // ROOT is a directory that holds vehicles.txt and graphics.txt (examples/scripts is one), or an archive
-// (*.VAS) in which these files lie: the program does not see the difference.
+// (*.VAS) with these files in it: the program does not see the difference.
 
 #include "vl/core.h"
 #include "vl/file.h"
@@ -74,7 +74,7 @@ Vehicle readVehicle(V_Script &script) {
     script.parse(engine, "engine", 0, true);
 
     for (unsigned int i = 0; i < script.count("wheel"); ++i) {
-        const V_ScriptLock wheel(&script, "wheel", i); // the current block until the end of the scope
+        const V_ScriptLock wheel(&script, "wheel", i);
         vehicle.wheels.push_back(readWheel(script));
     }
     if (script.count("lights") != 0) {
@@ -96,7 +96,7 @@ void print(const Vehicle &vehicle) {
 
 void readVehicles() {
     V_Script script("vehicles.txt");
-    const V_Script::Blocks blocks[] = {{"garage", 1, 1}, {"vehicle", 1, 100}, {}};
+    const V_Script::Blocks blocks[] = {{"garage", 1, 1}, {"vehicle", 1, 100}, {"switches", 0, 1}, {}};
     script.blockCheck(blocks, false);
 
     float gravity;
@@ -108,17 +108,16 @@ void readVehicles() {
                                           {"max_vehicles", &maximum, "8", &V_Script::t_unsigned},
                                           {"greeting", greeting, "\"Welcome\"", &text63},
                                           {}};
-    {
-        const V_ScriptLock lock(&script, "garage", 0);
-        std::printf("%s, at %s:", script.getScriptName(), script.staticNesting());
-        // A statement without a value is a switch: it is asked for by name, and parse is told to pass over
-        // it.
-        std::printf(" debug %s\n", script.countLvalues("debug") ? "on" : "off");
-        V_Script::setIgnoreUnknownVariables(script.countLvalues("debug") != 0);
-        script.parse(garage, true);
-        V_Script::setIgnoreUnknownVariables(false);
+    script.parse(garage, "garage", 0, true);
+    std::printf("%s: %s (gravity %g, at most %u vehicles)\n", script.getScriptName(), greeting, gravity,
+                maximum);
+    if (script.count("switches") != 0) {
+        const V_ScriptLock lock(&script, "switches", 0); // the current block until the end of the scope
+        std::printf("%s:", script.staticNesting());
+        for (unsigned int i = 0; i < script.countLvalues(); ++i)
+            std::printf(" %s", script.getLvalue(i));
+        std::puts("\n");
     }
-    std::printf("%s (gravity %g, at most %u vehicles)\n\n", greeting, gravity, maximum);
 
     for (unsigned int i = 0; i < script.count("vehicle"); ++i) {
         const V_ScriptLock lock(&script, "vehicle", i);
@@ -137,9 +136,9 @@ void readGraphics() {
     char title[32] = "Untitled", textures[32] = "";
 
     const int pair[] = {4, 4, 0};
-    const V_Script::Format resolution = {"(%d,%d)", pair};
+    const V_Script::Format resolution = {"%d,%d", pair};
     V_Script script("graphics.txt");
-    const V_Script::Variables window[] = {{"size", &size, "(0,0)", &resolution},
+    const V_Script::Variables window[] = {{"size", &size, "640,480", &resolution},
                                           {"fullscreen", &fullscreen, "no", &V_Script::t_int},
                                           {"title", title, "", &name31},
                                           {}};
@@ -167,7 +166,7 @@ int main(int count, char **arguments) {
     try {
         const std::filesystem::path root = std::filesystem::absolute(arguments[1]);
         const V_VantorInit library;
-        Sys->ceaseVerbose(0); // no log file in the user's directory
+        Sys->ceaseVerbose(0); // no log in the settings' directory
         File->setFileSystemRoot(root.c_str());
         readVehicles();
         readGraphics();

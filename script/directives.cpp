@@ -1,4 +1,4 @@
-// Pass 1 of the preprocessor: what becomes of a word, and the directives #include and #define.
+// Pass 1 of the preprocessor: the arguments of the directives #include and #define.
 
 #include "script/source_file.h"
 
@@ -65,46 +65,6 @@ bool isDelimited(std::string_view word) {
 }
 
 } // namespace
-
-SourceFile::INCLUDEINSERT *SourceFile::processWord(std::string_view word) {
-    if (word.empty())
-        return nullptr;
-    switch (m_eDirective) {
-    case Directive::none:
-        processOrdinaryWord(word);
-        return nullptr;
-    case Directive::include:
-        return processIncludeName(word);
-    case Directive::define:
-        processDefineName(word);
-        return nullptr;
-    }
-    return nullptr;
-}
-
-void SourceFile::processOrdinaryWord(std::string_view word) {
-    if (word.front() == '#') {
-        if (word == "#include")
-            m_eDirective = Directive::include;
-        else if (word == "#define")
-            m_eDirective = Directive::define;
-        else
-            fail(m_uLine, V_ScriptLoaderException_UnknownDirective(m_uLine, m_strPath));
-        return;
-    }
-
-    const auto position = static_cast<unsigned int>(m_pWrite - m_pBytes);
-    const bool semicolon = word.back() == ';';
-    const std::string_view name =
-        word.substr(0, word.size() - (semicolon ? 1 : 0)).substr(0, WorkState::maximumDefineLength);
-    if (const V_String *value = m_state.findDefinition(name)) {
-        *m_state.m_definePool.take(m_defines) = {value, position, m_uLine, semicolon};
-        return;
-    }
-    if (loadEnvironment.trace)
-        m_wordOrigins.push_back({position, m_uLine, m_uTraceIndex});
-    m_pWrite += word.size();
-}
 
 SourceFile::INCLUDEINSERT *SourceFile::processIncludeName(std::string_view word) {
     if (const BRACKETS *open = m_brackets.getLast())

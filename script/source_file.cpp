@@ -11,8 +11,20 @@
 namespace vl {
 namespace {
 
-/// What the scanner looks at closely; every other character just belongs to its word.
-constexpr CharacterSet notable(whitespace, "/\"{}[]<>");
+/// For each character that just belongs to its word: what it is in lower case. 0 for those that the scanner
+/// looks at closely (and for the zero byte).
+struct WordCharacters {
+    constexpr WordCharacters() {
+        constexpr CharacterSet notable(whitespace, "/\"{}[]<>");
+        for (int i = 0; i < 256; ++i)
+            if (const char c = static_cast<char>(i); !notable.contains(c))
+                m_lower[i] = lower(c);
+    }
+    char operator[](char c) const { return m_lower[static_cast<unsigned char>(c)]; }
+
+    char m_lower[256] = {};
+};
+constexpr WordCharacters wordCharacters;
 
 /// Whether a comment begins at `text`.
 bool isComment(const char *text, const char *end) {
@@ -48,8 +60,15 @@ SourceFile::INCLUDEINSERT *SourceFile::scan() {
         skipWhitespace();
         if (m_pRead == m_pEnd)
             break;
-        if (INCLUDEINSERT *include = processWord(readWord()))
-            return include;
+        const std::string_view word = readWord();
+        if (word.empty())
+            continue;
+        if (m_eDirective == Directive::none)
+            processOrdinaryWord(word);
+        else if (m_eDirective == Directive::define)
+            processDefineName(word);
+        else
+            return processIncludeName(word);
     }
     if (const BRACKETS *open = m_brackets.getLast())
         fail(open->line, V_ScriptLoaderException_NoClosingBracket(m_strPath, open->line));
@@ -78,66 +97,100 @@ void SourceFile::skipComment() {
 }
 
 void SourceFile::skipWhitespace() {
-    const char *start = m_pRead;
-    for (; m_pRead != m_pEnd && isWhitespace(*m_pRead); ++m_pRead)
-        if (*m_pRead == '\n')
-            ++m_uLine;
-    if (m_pRead != start && m_pWrite != m_pBytes && !isWhitespace(m_pWrite[-1]))
+    const char *read = m_pRead;
+    for (; read != m_pEnd && isWhitespace(*read); ++read)
+        m_uLine += *read == '\n';
+    if (read != m_pRead && m_pWrite != m_pBytes && !isWhitespace(m_pWrite[-1]))
         *m_pWrite++ = ' ';
+    m_pRead = read;
 }
 
 /// Reads to the end of the word at the read position. It is copied, in lower case, to the write position,
 /// which stays where it is: it is the word's processing that keeps or drops it.
 std::string_view SourceFile::readWord() {
     char *out = m_pWrite;
-    while (m_pRead != m_pEnd) {
-        const char c = *m_pRead;
-        if (!notable.contains(c)) {
-            *out++ = lower(c);
-            ++m_pRead;
-            continue;
-        }
-        if (isWhitespace(c) || isComment(m_pRead, m_pEnd))
+    for (;;) {
+        // Bytes are written here: positions in members would be read anew after each.
+        const char *read = m_pRead;
+        const char *const end = m_pEnd;
+        char *write = out;
+        for (char c; read != end && (c = wordCharacters[*read]) != 0; ++read)
+            *write++ = c;
+        out = write;
+        m_pRead = read;
+        if (read == end || isWhitespace(*read) || isComment(read, end))
             break;
-        if (c == '"' && m_pEnd - m_pRead > 1) {
+        if (*read == '"' && end - read > 1) {
             out = copyStringMarking(out);
             continue;
         }
-        switch (c) {
-        case '{':
-            openBracket('}');
-            break;
-        case '[':
-            openBracket(']');
-            break;
-        case '<':
-            openBracket('>');
-            break;
-        case '}':
-        case ']':
-        case '>':
-            closeBracket(c);
-            break;
-        }
-        *out++ = c;
-        ++m_pRead;
+        checkBracket(*read);
+        *out++ = *m_pRead++;
     }
     return {m_pWrite, static_cast<std::size_t>(out - m_pWrite)};
 }
 
+/// An opening bracket is noted, a closing one must fit.
+void SourceFile::checkBracket(char c) {
+    switch (c) {
+    case '{':
+        openBracket('}');
+        break;
+    case '[':
+        openBracket(']');
+        break;
+    case '<':
+        openBracket('>');
+        break;
+    case '}':
+    case ']':
+    case '>':
+        closeBracket(c);
+        break;
+    }
+}
+
+/// What becomes of a word outside directives, and what directive it begins.
+void SourceFile::processOrdinaryWord(std::string_view word) {
+    if (word.front() == '#') {
+        if (word == "#include")
+            m_eDirective = Directive::include;
+        else if (word == "#define")
+            m_eDirective = Directive::define;
+        else
+            fail(m_uLine, V_ScriptLoaderException_UnknownDirective(m_uLine, m_strPath));
+        return;
+    }
+
+    const auto position = static_cast<unsigned int>(m_pWrite - m_pBytes);
+    if (m_state.hasDefinitions()) {
+        const bool semicolon = word.back() == ';';
+        const std::string_view name =
+            word.substr(0, word.size() - (semicolon ? 1 : 0)).substr(0, WorkState::maximumDefineLength);
+        if (const V_String *value = m_state.findDefinition(name)) {
+            *m_state.m_definePool.take(m_defines) = {value, position, m_uLine, semicolon};
+            return;
+        }
+    }
+    if (loadEnvironment.trace)
+        m_wordOrigins.push_back({position, m_uLine, m_uTraceIndex});
+    m_pWrite += word.size();
+}
+
 char *SourceFile::copyStringMarking(char *out) {
-    const char *start = m_pRead++;
-    for (;; ++m_pRead) {
-        if (m_pRead == m_pEnd || *m_pRead == '\n')
+    const char *read = m_pRead + 1;
+    for (;; ++read) {
+        if (read == m_pEnd || *read == '\n')
             fail(m_uLine, V_ScriptLoaderException_EndlessString(m_uLine, m_strPath));
-        if (isEscapedQuote(m_pRead, m_pEnd))
-            ++m_pRead;
-        else if (*m_pRead == '"')
+        if (isEscapedQuote(read, m_pEnd))
+            ++read;
+        else if (*read == '"')
             break;
     }
-    ++m_pRead;
-    std::memmove(out, start, static_cast<std::size_t>(m_pRead - start));
-    return out + (m_pRead - start);
+    const std::size_t length = static_cast<std::size_t>(read + 1 - m_pRead);
+    std::memmove(out, m_pRead, length);
+    m_pRead += length;
+    return out + length;
 }
 
 void SourceFile::openBracket(char closer) {

@@ -51,10 +51,10 @@ class SourceFile {
     void skipWhitespace();
     std::string_view readWord();
     char *copyStringMarking(char *out);
+    void checkBracket(char c);
     void openBracket(char closer);
     void closeBracket(char closer);
 
-    INCLUDEINSERT *processWord(std::string_view word);
     void processOrdinaryWord(std::string_view word);
     INCLUDEINSERT *processIncludeName(std::string_view word);
     void processDefineName(std::string_view word);

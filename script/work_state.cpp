@@ -22,8 +22,6 @@ void WorkState::release() noexcept {
 }
 
 const V_String *WorkState::findDefinition(std::string_view name) const {
-    if (m_definitions.empty())
-        return nullptr;
     const auto found = m_definitions.find(NameView(name.data(), name.size()));
     return found == m_definitions.end() ? nullptr : &found->second;
 }

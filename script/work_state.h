@@ -73,6 +73,7 @@ class WorkState {
     static void release() noexcept;
     static WorkState &get() { return *sm_pInstance; }
 
+    bool hasDefinitions() const { return !m_definitions.empty(); }
     /// The value defined for a name, null when there is none.
     const V_String *findDefinition(std::string_view name) const;
     /// Adds a definition that does not exist yet.

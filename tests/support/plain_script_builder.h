@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -15,15 +16,15 @@ class PlainBuilder {
     /// first words of the error.
     std::string build() {
         try {
-            const std::string children = region(0, m_text.size());
-            return children.empty() ? "" : "{" + children + "}";
+            return region(0, m_text.size());
         } catch (const char *error) {
             return error;
         }
     }
 
   private:
-    static bool blank(char c) { return c == ' '; }
+    static bool blank(char c) { return c != 0 && std::strchr(" \t\n\r\v", c); }
+    static std::string untilZero(const std::string &text) { return text.c_str(); }
     void blanks(std::size_t &p, std::size_t end) const {
         while (p < end && blank(m_text[p]))
             ++p;
@@ -32,11 +33,12 @@ class PlainBuilder {
 
     std::string region(std::size_t p, std::size_t end) {
         std::string children;
+        unsigned int count = 0;
         for (;;) {
             while (p < end && (blank(m_text[p]) || m_text[p] == 0))
                 ++p;
             if (p >= end)
-                return children;
+                return count ? "{" + children + "}" : "";
             if (m_text[p] == '{')
                 throw "There can't be a nested block";
             if (m_text[p] != '[')
@@ -49,7 +51,7 @@ class PlainBuilder {
                 blanks(q, end);
             if (close >= end || q >= end || m_text[q] == '}' || m_text[q] == '[')
                 throw "Either { } nesting or data must";
-            children += (children.empty() ? "" : " ") + m_text.substr(p + 1, close - p - 1);
+            children += (count++ ? " " : "") + untilZero(m_text.substr(p + 1, close - p - 1));
             p = m_text[q] == '{' ? nesting(q + 1, end, children) : data(q, end, children);
         }
     }
@@ -64,8 +66,7 @@ class PlainBuilder {
             else if (!marked && m_text[p] == '{')
                 ++depth;
             else if (!marked && m_text[p] == '}' && --depth == 0) {
-                const std::string children = region(start, p);
-                out += children.empty() ? "" : "{" + children + "}";
+                out += region(start, p);
                 return p + 1;
             }
         }
@@ -86,15 +87,16 @@ class PlainBuilder {
                 semicolons += !marked && m_text[p] == ';';
         }
         p = std::min(p, end);
-        const std::string content = m_text.substr(start, p - start);
-        const std::size_t last = content.find_last_not_of(std::string(" \0", 2));
-        if (semicolons == 0 || last == std::string::npos || content[last] != ';')
+        const std::string text = m_text.substr(start, p - start);
+        const std::size_t last = text.find_last_not_of(std::string(" \0", 2));
+        if (semicolons == 0 || last == std::string::npos || text[last] != ';')
             throw "Statements separating semicolon";
-        out += statements(content, semicolons);
+        out += content(text, semicolons);
         return p;
     }
-    static std::string statements(const std::string &s, unsigned int count) {
+    static std::string content(const std::string &s, unsigned int count) {
         std::string out;
+        unsigned int statements = 0;
         std::size_t q = 0;
         const auto skip = [&] {
             while (q < s.size() && blank(s[q]))
@@ -124,7 +126,7 @@ class PlainBuilder {
             skip();
             if (separator != '=' && separator != ';')
                 throw "Left side of an assignment can't";
-            out += (out.empty() ? "" : ";") + name;
+            out += (statements++ ? ";" : "") + untilZero(name);
             if (separator == ';')
                 continue;
             bool marked = false;
@@ -146,9 +148,9 @@ class PlainBuilder {
             if (q >= s.size())
                 throw "Right side of an assignment can't";
             ++q;
-            out += '=' + value;
+            out += '=' + untilZero(value);
         }
-        return out.empty() ? "" : "(" + out + ")";
+        return statements ? "(" + out + ")" : "";
     }
 
     std::string m_text;

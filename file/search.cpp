@@ -197,8 +197,9 @@ const char *V_File::findNextFile() {
             if (!xstricmp(m_strPattern, name))
                 continue;
             const std::size_t nameLength = std::strlen(name);
+            // Not memcpy, which GCC turns into a string instruction here that takes long to start.
             if (nameLength <= vl::platform::maxPath)
-                return static_cast<const char *>(std::memcpy(m_strResult, name, nameLength + 1));
+                return static_cast<const char *>(std::memmove(m_strResult, name, nameLength + 1));
         }
         m_pArchive = VASArchiveList->getNext(m_pArchive);
         m_uIndex = 0;

@@ -8,6 +8,7 @@
 #include "platform/posix/spelling.h"
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <string>
@@ -37,6 +38,18 @@ bool collect(std::vector<std::string> &names, const char *directory, const char 
         errno = 0;
     }
     return errno == 0;
+}
+
+bool matchesOne(char pattern, char c) {
+    return pattern == c || upperCase(pattern) == upperCase(c) || pattern == '?';
+}
+
+bool matchesAll(const char *pattern, const char *text, std::size_t length) {
+    for (std::size_t i = 0; i < length; ++i) {
+        if (!matchesOne(pattern[i], text[i]))
+            return false;
+    }
+    return true;
 }
 
 } // namespace
@@ -79,27 +92,36 @@ const char *nextName(Enumeration *enumeration) {
 void endEnumeration(Enumeration *enumeration) { delete enumeration; }
 
 bool matchesWildcards(const char *pattern, const char *name) {
-    // Only the last star needs to be remembered: what an earlier one could still take over, the last one can
-    // take as well.
-    const char *afterStar = nullptr;
-    const char *starTakesTo = nullptr;
-    while (*name != '\0') {
-        if (*pattern == '*') {
-            afterStar = ++pattern;
-            starTakesTo = name;
-        } else if (*pattern != '\0' && (*pattern == '?' || upperCase(*pattern) == upperCase(*name))) {
-            ++pattern;
-            ++name;
-        } else if (afterStar) {
-            pattern = afterStar;
-            name = ++starTakesTo;
-        } else {
+    for (; *pattern != '*'; ++pattern, ++name) {
+        if (*name == '\0')
+            return *pattern == '\0';
+        if (!matchesOne(*pattern, *name))
             return false;
-        }
     }
-    while (*pattern == '*')
-        ++pattern;
-    return *pattern == '\0';
+    if (pattern[1] == '\0')
+        return true; // without measuring the name: most searches are for "*"
+    // What follows the last star has one place only. What stands between two stars takes the first place that
+    // it finds: any later one leaves less for the others.
+    const char *const lastStar = std::strrchr(pattern, '*');
+    const std::size_t tail = std::strlen(lastStar + 1), length = std::strlen(name);
+    if (tail > length)
+        return false;
+    const char *const nameEnd = name + (length - tail);
+    if (!matchesAll(lastStar + 1, nameEnd, tail))
+        return false;
+    while (pattern != lastStar) {
+        const char *const piece = pattern + 1;
+        pattern = std::strchr(piece, '*');
+        const auto pieceLength = static_cast<std::size_t>(pattern - piece);
+        for (;; ++name) {
+            if (static_cast<std::size_t>(nameEnd - name) < pieceLength)
+                return false;
+            if (matchesAll(piece, name, pieceLength))
+                break;
+        }
+        name += pieceLength;
+    }
+    return true;
 }
 
 } // namespace vl::platform

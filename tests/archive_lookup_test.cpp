@@ -43,9 +43,8 @@ TEST_F(ArchiveLookup, IgnoresCaseAndTheKindOfSlash) {
         EXPECT_EQ(File->where(name), V_File::LOC_ARCHIVE) << name;
         EXPECT_EQ(File->size(name), 1u) << name;
     }
-    for (const char *name : {"", "\\", "data", "\\DATA\\", "Data\\Maps", "empty"}) {
+    for (const char *name : {"", "\\", "data", "\\DATA\\", "Data\\Maps", "empty"})
         EXPECT_EQ(File->isDirectory(name), 1) << name;
-    }
     for (const char *name : {"readme.txt", "data\\readme", "data\\readme.txt2", "dat", "data\\top", "maps"}) {
         EXPECT_EQ(File->where(name), V_File::LOC_NONE) << name;
         EXPECT_EQ(File->isDirectory(name), 0) << name;

@@ -30,21 +30,18 @@ TEST_F(Check, EveryFailureReportsUnderItsOwnNameAndClass) {
     };
 #define EXPECT_REPORT(Leaf, start, name, expression, ...)                                                    \
     expect(messageOf<V_DebugException_##Leaf>([] { name##__VA_ARGS__; }), start, #name, expression)
-    EXPECT_REPORT(Assert, "Assertion failed", V_ASSERT, "a", _fails("a", "f", 3, nullptr));
-    EXPECT_REPORT(Verify, "Verification failed", V_VERIFY, "a", _fails("a", "f", 3, nullptr));
+#define EXPECT_FAILURE(Leaf, start, name) EXPECT_REPORT(Leaf, start, name, "a", _fails("a", "f", 3, nullptr))
+    EXPECT_FAILURE(Assert, "Assertion failed", V_ASSERT);
+    EXPECT_FAILURE(Verify, "Verification failed", V_VERIFY);
     EXPECT_REPORT(IllegalFunctionCall, "Illegal function call", V_ILLEGAL_CALL, "", _happened("f", 3));
-    EXPECT_REPORT(AssertPointer, "Pointer assertion failed", V_ASSERT_POINTER, "a",
-                  _fails("a", "f", 3, nullptr));
-    EXPECT_REPORT(Assert0OrPointer, "Pointer assertion failed", V_ASSERT_0_OR_POINTER, "a",
-                  _fails("a", "f", 3, nullptr));
-    EXPECT_REPORT(AssertPointerSize, "Pointer size assertion failed", V_ASSERT_POINTER_SIZE, "a",
-                  _fails("a", "f", 3, nullptr));
-    EXPECT_REPORT(AssertPointerToSingle, "Pointer to single object assertion failed",
-                  V_ASSERT_POINTER_TO_SINGLE, "a", _fails("a", "f", 3, nullptr));
-    EXPECT_REPORT(AssertPointerToArray, "Pointer to array assertion failed", V_ASSERT_POINTER_TO_ARRAY, "a",
-                  _fails("a", "f", 3, nullptr));
-    EXPECT_REPORT(AssertPointerToReallocation, "Pointer to reallocation assertion failed",
-                  V_ASSERT_POINTER_TO_REALLOCATION, "a", _fails("a", "f", 3, nullptr));
+    EXPECT_FAILURE(AssertPointer, "Pointer assertion failed", V_ASSERT_POINTER);
+    EXPECT_FAILURE(Assert0OrPointer, "Pointer assertion failed", V_ASSERT_0_OR_POINTER);
+    EXPECT_FAILURE(AssertPointerSize, "Pointer size assertion failed", V_ASSERT_POINTER_SIZE);
+    EXPECT_FAILURE(AssertPointerToSingle, "Pointer to single object assertion failed",
+                   V_ASSERT_POINTER_TO_SINGLE);
+    EXPECT_FAILURE(AssertPointerToArray, "Pointer to array assertion failed", V_ASSERT_POINTER_TO_ARRAY);
+    EXPECT_FAILURE(AssertPointerToReallocation, "Pointer to reallocation assertion failed",
+                   V_ASSERT_POINTER_TO_REALLOCATION);
     EXPECT_REPORT(AssertObjectValid, "Object invalid", V_ASSERT_OBJECT_VALID, "", _fails("f", 3));
     EXPECT_REPORT(AssertObjectValid1, "Object invalid", V_ASSERT_OBJECT_VALID1, "a", _fails("a", "f", 3));
     EXPECT_REPORT(AssertObjectConstructed, "Object assumed constructed", V_ASSERT_OBJECT_CONSTRUCTED, "",

@@ -83,9 +83,8 @@ TEST(FpuControl, PrecisionNarrowsTheX87UnitUntilTheScopeEnds) {
     // The smallest power of two whose addition to 1 still shows.
     const auto significandBits = [] {
         int bits = 1;
-        while (sum(1.0L, std::ldexp(1.0L, -bits)) != 1.0L) {
+        while (sum(1.0L, std::ldexp(1.0L, -bits)) != 1.0L)
             ++bits;
-        }
         return bits;
     };
     const int bitsBefore = significandBits();

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 #include <random>
 #include <vector>
@@ -37,36 +38,25 @@ TEST(List, RandomOperationsKeepWhatAVectorKeeps) {
         std::mt19937 random(1);
         for (int i = 0; i < 3000; ++i) {
             const std::size_t at = model.empty() ? 0 : random() % model.size();
-            switch (random() % (model.empty() ? 2 : 7)) {
-            case 0:
-                *list.insertFirst() = i;
-                model.insert(model.begin(), i);
-                break;
-            case 1:
-                *list.insertLast() = i;
-                model.push_back(i);
-                break;
-            case 2: { // from one list to the other
-                int *element = list.getAt(static_cast<int>(at));
-                list.unlink(element);
-                other.linkFirst(element);
-                otherModel.insert(otherModel.begin(), model[at]);
-                model.erase(model.begin() + static_cast<std::ptrdiff_t>(at));
-                break;
-            }
-            case 3:
-                list.remove(list.getAt(static_cast<int>(at)));
-                model.erase(model.begin() + static_cast<std::ptrdiff_t>(at));
-                break;
-            case 4:
-                list.linkLast(list.unlinkFirst());
-                list.linkFirst(list.unlinkLast());
-                break;
-            default:
-                EXPECT_EQ(*list.getAt(static_cast<int>(at)), model[at]);
-                EXPECT_EQ(list.getAt(list.getCount()), nullptr);
-                EXPECT_EQ(list.getAt(-1), nullptr);
-            }
+            const auto place = model.begin() + static_cast<std::ptrdiff_t>(at);
+            int *const element = list.getAt(static_cast<int>(at));
+            const std::function<void()> operations[] = {
+                [&] { *list.insertFirst() = i, model.insert(model.begin(), i); },
+                [&] { *list.insertLast() = i, model.push_back(i); },
+                [&] { // from one list to the other
+                    list.unlink(element);
+                    other.linkFirst(element);
+                    otherModel.insert(otherModel.begin(), *place);
+                    model.erase(place);
+                },
+                [&] { list.remove(element), model.erase(place); },
+                [&] { list.linkLast(list.unlinkFirst()), list.linkFirst(list.unlinkLast()); },
+                [&] {
+                    EXPECT_EQ(*element, *place);
+                    EXPECT_EQ(list.getAt(list.getCount()), nullptr);
+                    EXPECT_EQ(list.getAt(-1), nullptr);
+                }};
+            operations[random() % (model.empty() ? 2 : 6)]();
             if (i % 50 == 0) {
                 EXPECT_EQ(contents(list), model);
             }

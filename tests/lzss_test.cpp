@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
@@ -40,28 +41,20 @@ Bytes generated(int kind, std::size_t size, unsigned seed) {
     const std::size_t period = 1 + random() % 40;
     while (data.size() < size) {
         const unsigned r = random();
-        switch (kind) {
-        case kRandom:
+        const auto high = static_cast<std::uint8_t>(r >> 8);
+        if (kind == kRandom)
             data.push_back(static_cast<std::uint8_t>(r));
-            break;
-        case kTwoLetters:
-            data.push_back(static_cast<std::uint8_t>('a' + (r >> 8) % 2));
-            break;
-        case kRuns:
+        else if (kind == kTwoLetters)
+            data.push_back("ab"[high % 2]);
+        else if (kind == kRuns)
             data.insert(data.end(), 1 + (r >> 8) % 60, static_cast<std::uint8_t>(r % 4 * 0x20));
-            break;
-        case kWords:
-            for (const char *c = words[r % 9]; *c; ++c)
-                data.push_back(static_cast<std::uint8_t>(*c));
-            break;
-        case kSpaces:
-            data.push_back(r % 16 ? ' ' : static_cast<std::uint8_t>(r >> 8));
-            break;
-        case kRepeats:
+        else if (kind == kWords)
+            data.insert(data.end(), words[r % 9], words[r % 9] + std::strlen(words[r % 9]));
+        else if (kind == kSpaces)
+            data.push_back(r % 16 ? ' ' : high);
+        else
             data.push_back(data.size() < period || r % 300 == 0 ? static_cast<std::uint8_t>(r >> 16)
                                                                 : data[data.size() - period]);
-            break;
-        }
     }
     data.resize(size);
     return data;
@@ -128,20 +121,15 @@ TEST(Lzss, DamagedCodeIsJudgedAsThePlainDecoderDoes) {
         const Bytes data = generated(round % kKinds, random() % 6000, random());
         Bytes code = encoded(data);
         Bytes out(data.size());
-        switch (round / kKinds % 4) {
-        case 0:
+        const int damage = round / kKinds % 4;
+        if (damage == 0)
             code.resize(random() % (code.size() + 1));
-            break;
-        case 1:
+        else if (damage == 1)
             code.push_back(static_cast<std::uint8_t>(random()));
-            break;
-        case 2:
+        else if (damage == 2)
             out.resize(out.size() + random() % 3 - std::min<std::size_t>(out.size(), 1));
-            break;
-        case 3:
+        else
             code = generated(static_cast<int>(random() % kKinds), random() % 6000, random());
-            break;
-        }
         for (unsigned flips = random() % 3; flips > 0 && !code.empty(); --flips)
             code[random() % code.size()] ^= static_cast<std::uint8_t>(1 << random() % 8);
         Bytes expected(out.size());

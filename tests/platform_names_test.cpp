@@ -92,24 +92,17 @@ class RandomTree {
     void change() {
         const fs::path place = root() / join(randomNames(), '/');
         std::error_code ignored;
-        switch (draw(6)) {
-        case 0:
-        case 1:
+        const unsigned int kind = draw(6);
+        if (kind < 2)
             fs::create_directories(place, ignored);
-            break;
-        case 2:
+        else if (kind == 2)
             std::ofstream(place) << "outside " << ++m_uFiles;
-            break;
-        case 3:
+        else if (kind == 3)
             fs::rename(place, root() / join(randomNames(), '/'), ignored);
-            break;
-        case 4:
-            if (leadsSomewhere(place.parent_path()))
-                fs::create_directory_symlink(root() / randomNames().front(), place, ignored);
-            break;
-        default:
+        else if (kind == 5)
             fs::remove_all(place, ignored);
-        }
+        else if (leadsSomewhere(place.parent_path()))
+            fs::create_directory_symlink(root() / randomNames().front(), place, ignored);
     }
 
     /// Changes the tree through the layer and checks that the right place changed.
@@ -119,8 +112,8 @@ class RandomTree {
         const std::optional<fs::path> place = resolve(root(), names);
         const bool present = place && fs::exists(fs::symlink_status(*place));
         SCOPED_TRACE(path);
-        switch (draw(3)) {
-        case 0: {
+        const unsigned int kind = draw(3);
+        if (kind == 0) {
             const std::string text = numbered("inside ", ++m_uFiles);
             std::FILE *const file = openFile(path.c_str(), "wb");
             ASSERT_EQ(file != nullptr, place && !isDirectory(*place) && isUsable(*place));
@@ -129,13 +122,10 @@ class RandomTree {
                 std::fclose(file);
                 ASSERT_EQ(contents(std::ifstream(*place)), text);
             }
-            break;
-        }
-        case 1:
+        } else if (kind == 1) {
             ASSERT_EQ(createDirectory(path.c_str()), place && !present);
             ASSERT_TRUE(!place || present || isDirectory(*place));
-            break;
-        default:
+        } else {
             ASSERT_EQ(removeFile(path.c_str()), present && !isRealDirectory(*place));
             ASSERT_TRUE(!present || isRealDirectory(*place) == fs::exists(fs::symlink_status(*place)));
         }

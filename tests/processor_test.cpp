@@ -6,6 +6,7 @@
 
 #include <cstring>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -63,78 +64,68 @@ TEST(Processor, VendorStringNamesTheMaker) {
 }
 
 TEST(Processor, SignatureDecidesNameAndType) {
-    const struct {
-        const char (&vendor)[13];
-        std::vector<std::uint32_t> signatures;
-        const char *model;
-        int type;
-        std::uint32_t brand = 0;
-        std::uint32_t extendedFlags = 0;
-    } rows[] = {{intel, {0x400}, "Intel 486DX-25/33", 0},
-                {intel, {0x41F}, "Intel 486DX-50", 0},
-                {intel, {0x420}, "Intel 486SX", 0},
-                {intel, {0x430}, "Intel 486DX2", 0},
-                {intel, {0x440}, "Intel 486SL", 0},
-                {intel, {0x450}, "Intel 486SX2", 0},
-                {intel, {0x470}, "Intel 486DX2WB", 0},
-                {intel, {0x480}, "Intel 486DX4", 0},
-                {intel, {0x490}, "Intel 486DX4WB", 0},
-                {intel,
-                 {0x460, 0x4A0, 0x550, 0x560, 0x590, 0x620, 0x640, 0x690, 0x6F0, 0x700, 0xE00},
-                 "Intel unknown",
-                 0},
-                {umc, {0x410, 0x420}, "UMC 486", 0},
-                {umc, {0x400, 0x430, 0x510}, "UMC unknown", 0},
-                {amd, {0x430}, "AMD 486DX2", 0},
-                {amd, {0x470}, "AMD 486DX2WB", 0},
-                {amd, {0x480}, "AMD 486DX4", 0},
-                {amd, {0x490}, "AMD 486DX4WB", 0},
-                {amd, {0x4E0}, "AMD 486/5x86", 0},
-                {amd, {0x4F0}, "AMD 486/5x86WB", 0},
-                {cyrix, {0x490}, "Cyrix 5x86", 21},
-                {cyrix, {0x440, 0x540}, "Cyrix MediaGX", 24},
-                {intel, {0x500, 0x510, 0x520, 0x530, 0x54C, 0x570, 0x580}, "Intel Pentium", 25},
-                {nexgen, {0x500}, "NexGen Nx586", 28},
-                {nexgen, {0x510}, "NexGen unknown", 0},
-                {cyrix, {0x520}, "Cyrix 6x86", 22},
-                {cyrix, {0x600}, "Cyrix 6x86MX", 23},
-                {cyrix, {0x500, 0x610}, "Cyrix unknown", 0},
-                {amd, {0x500, 0x510, 0x520, 0x530}, "AMD K5", 19},
-                {amd, {0x560, 0x570}, "AMD K6", 6},
-                {amd, {0x580, 0x5C8, 0x5CB}, "AMD unknown", 7},
-                {amd, {0x5D0, 0x5D3}, "AMD unknown", 8},
-                {amd, {0x590, 0x5D4, 0x5D7}, "AMD unknown", 9},
-                {amd, {0x540, 0x5C7, 0x5CC, 0x5D8, 0x670, 0xF00}, "AMD unknown", 0},
-                {centaur, {0x540}, "IDT WinChip C6", 13},
-                {centaur, {0x580}, "IDT WinChip 2-3D", 15, 0, 1U << 31},
-                {centaur, {0x580}, "IDT WinChip 2", 14},
-                {centaur, {0x66F}, "Centaur unknown", 16},
-                {centaur, {0x670, 0x677}, "Centaur unknown", 17},
-                {centaur, {0x678, 0x67F}, "Centaur unknown", 18},
-                {centaur, {0x590, 0x680}, "Centaur unknown", 0},
-                {intel, {0x600, 0x610}, "Intel Pentium Pro", 26},
-                {intel, {0x630, 0x650}, "Intel Pentium II", 2},
-                {intel, {0x660}, "Intel Celeron A", 27},
-                {intel, {0x670}, "Intel Pentium III", 4},
-                {intel, {0x680}, "Intel Celeron", 1, 1},
-                {intel, {0x680}, "Intel Pentium III Xeon", 5, 3},
-                {intel, {0x680}, "Intel Pentium III", 4, 2},
-                {intel, {0xF00, 0xF29, 0xFFF}, "Intel Pentium 4", 12, 3},
-                {amd, {0x600, 0x610, 0x620, 0x640, 0x650}, "AMD unknown", 10},
-                {amd, {0x630}, "AMD unknown", 11},
-                {amd, {0x660}, "AMD unknown", 20}};
-    for (const auto &row : rows)
-        for (const std::uint32_t signature : row.signatures) {
-            // The upper half of the signature and of the brand's register do not count.
-            FakeProcessor fake(row.vendor, 2, 0xABCD0000 | signature);
-            fake.leaves[1].ebx = 0x5500 | row.brand;
+    using Signatures = std::vector<std::uint32_t>;
+    // The upper half of the signature and of the brand's register do not count.
+    const auto expect = [](const char(&vendor)[13], const Signatures &signatures, const std::string &model,
+                           int type = 0, std::uint32_t brand = 0, std::uint32_t extendedFlags = 0) {
+        for (const std::uint32_t signature : signatures) {
+            FakeProcessor fake(vendor, 2, 0xABCD0000 | signature);
+            fake.leaves[1].ebx = 0x5500 | brand;
             fake.leaves[2].eax = 0x4301; // 512 KB at level 2
             fake.leaves[0x80000000].eax = 0x80000001;
-            fake.leaves[0x80000001].edx = row.extendedFlags;
+            fake.leaves[0x80000001].edx = extendedFlags;
             const Processor processor = fake.detect();
-            EXPECT_STREQ(processor.model, row.model) << row.vendor << std::hex << signature;
-            EXPECT_EQ(processor.type, row.type) << row.vendor << std::hex << signature;
+            EXPECT_EQ(processor.model, model) << vendor << std::hex << signature;
+            EXPECT_EQ(processor.type, type) << vendor << std::hex << signature;
         }
+    };
+    const auto expect486 = [&](const char(&vendor)[13], const std::string &start,
+                               const char *signaturesAndNames) {
+        std::istringstream rows(signaturesAndNames);
+        std::string name;
+        for (std::uint32_t signature = 0; rows >> std::hex >> signature >> name;)
+            expect(vendor, {signature}, start + name);
+        EXPECT_TRUE(rows.eof());
+    };
+    expect486(intel, "Intel 486",
+              "400 DX-25/33 41F DX-50 420 SX 430 DX2 440 SL 450 SX2 470 DX2WB 480 DX4 490 DX4WB");
+    expect486(amd, "AMD 486", "430 DX2 470 DX2WB 480 DX4 490 DX4WB 4E0 /5x86 4F0 /5x86WB");
+    expect(amd, {0x580, 0x5C8, 0x5CB}, "AMD unknown", 7);
+    expect(amd, {0x5D0, 0x5D3}, "AMD unknown", 8);
+    expect(amd, {0x590, 0x5D4, 0x5D7}, "AMD unknown", 9);
+    expect(amd, {0x600, 0x610, 0x620, 0x640, 0x650}, "AMD unknown", 10);
+    expect(amd, {0x630}, "AMD unknown", 11);
+    expect(amd, {0x660}, "AMD unknown", 20);
+    expect(amd, {0x540, 0x5C7, 0x5CC, 0x5D8, 0x670, 0xF00}, "AMD unknown");
+    expect(centaur, {0x66F}, "Centaur unknown", 16);
+    expect(centaur, {0x670, 0x677}, "Centaur unknown", 17);
+    expect(centaur, {0x678, 0x67F}, "Centaur unknown", 18);
+    expect(centaur, {0x590, 0x680}, "Centaur unknown");
+    expect(intel, {0x460, 0x4A0, 0x550, 0x560, 0x590, 0x620, 0x640, 0x690, 0x6F0, 0x700, 0xE00},
+           "Intel unknown");
+    expect(umc, {0x410, 0x420}, "UMC 486");
+    expect(umc, {0x400, 0x430, 0x510}, "UMC unknown");
+    expect(cyrix, {0x490}, "Cyrix 5x86", 21);
+    expect(cyrix, {0x440, 0x540}, "Cyrix MediaGX", 24);
+    expect(cyrix, {0x520}, "Cyrix 6x86", 22);
+    expect(cyrix, {0x600}, "Cyrix 6x86MX", 23);
+    expect(cyrix, {0x500, 0x610}, "Cyrix unknown");
+    expect(nexgen, {0x500}, "NexGen Nx586", 28);
+    expect(nexgen, {0x510}, "NexGen unknown");
+    expect(amd, {0x500, 0x510, 0x520, 0x530}, "AMD K5", 19);
+    expect(amd, {0x560, 0x570}, "AMD K6", 6);
+    expect(centaur, {0x540}, "IDT WinChip C6", 13);
+    expect(centaur, {0x580}, "IDT WinChip 2-3D", 15, 0, 1U << 31);
+    expect(centaur, {0x580}, "IDT WinChip 2", 14);
+    expect(intel, {0x500, 0x510, 0x520, 0x530, 0x54C, 0x570, 0x580}, "Intel Pentium", 25);
+    expect(intel, {0x600, 0x610}, "Intel Pentium Pro", 26);
+    expect(intel, {0x630, 0x650}, "Intel Pentium II", 2);
+    expect(intel, {0x660}, "Intel Celeron A", 27);
+    expect(intel, {0x670}, "Intel Pentium III", 4);
+    expect(intel, {0x680}, "Intel Celeron", 1, 1);
+    expect(intel, {0x680}, "Intel Pentium III Xeon", 5, 3);
+    expect(intel, {0x680}, "Intel Pentium III", 4, 2);
+    expect(intel, {0xF00, 0xF29, 0xFFF}, "Intel Pentium 4", 12, 3);
 }
 
 TEST(Processor, LevelTwoSizeTellsThreeIntelModelsApart) {
@@ -212,20 +203,20 @@ using Field = std::uint32_t Processor::*;
 constexpr Field fields[] = {&Processor::tlbCode, &Processor::tlbData, &Processor::l1Code, &Processor::l1Data,
                             &Processor::l2,      &Processor::l3,      &Processor::l1Trace};
 
+using Figures = std::vector<std::pair<Field, std::uint32_t>>;
+
 /// The figures of `processor` are those expected, and 0 where nothing is expected.
-void expectFigures(const Processor &processor, const std::vector<std::pair<Field, std::uint32_t>> &expected) {
-    for (std::size_t i = 0; i < std::size(fields); ++i) {
-        const Field field = fields[i];
+void expectFigures(const Processor &processor, const Figures &expected) {
+    for (const Field &field : fields) {
         std::uint32_t value = 0;
         for (const auto &[expectedField, expectedValue] : expected)
-            if (expectedField == field)
-                value = expectedValue;
-        EXPECT_EQ(processor.*field, value) << "figure " << i;
+            value = expectedField == field ? expectedValue : value;
+        EXPECT_EQ(processor.*field, value) << "figure " << &field - fields;
     }
 }
 
 TEST(Processor, DescriptorBytesGiveCacheSizes) {
-    std::map<int, std::vector<std::pair<Field, std::uint32_t>>> rows;
+    std::map<int, Figures> rows;
     const auto add = [&rows](Field field, std::initializer_list<std::pair<int, std::uint32_t>> values) {
         for (const auto &[byte, value] : values)
             rows[byte].emplace_back(field, value);
@@ -235,21 +226,10 @@ TEST(Processor, DescriptorBytesGiveCacheSizes) {
     add(&Processor::l1Code, {{0x06, 8192}, {0x08, 16384}, {0x80, 16384}});
     add(&Processor::l1Data,
         {{0x0A, 8192}, {0x0C, 16384}, {0x66, 8192}, {0x67, 16384}, {0x68, 32768}, {0x80, 16384}});
-    add(&Processor::l2, {{0x41, 131072},
-                         {0x42, 262144},
-                         {0x43, 524288},
-                         {0x44, 1048576},
-                         {0x45, 2097152},
-                         {0x46, 4194304},
-                         {0x79, 131072},
-                         {0x7A, 262144},
-                         {0x7B, 524288},
-                         {0x7C, 1048576},
-                         {0x81, 131072},
-                         {0x82, 262144},
-                         {0x83, 524288},
-                         {0x84, 1048576},
-                         {0x85, 2097152}});
+    add(&Processor::l2, {{0x41, 131072}, {0x42, 262144}, {0x43, 524288}, {0x44, 1048576}});
+    add(&Processor::l2, {{0x45, 2097152}, {0x46, 4194304}, {0x79, 131072}, {0x7A, 262144}});
+    add(&Processor::l2, {{0x7B, 524288}, {0x7C, 1048576}, {0x81, 131072}, {0x82, 262144}});
+    add(&Processor::l2, {{0x83, 524288}, {0x84, 1048576}, {0x85, 2097152}});
     add(&Processor::l3, {{0x22, 524288}, {0x23, 1048576}, {0x25, 2097152}, {0x29, 4194304}});
     add(&Processor::l1Trace, {{0x70, 12288}, {0x71, 16384}, {0x72, 32768}});
 
@@ -302,10 +282,10 @@ TEST(Processor, OtherMakersDescribeTheirCachesDifferently) {
         l1Data{&Processor::l1Data, 65536};
     using P = Processor;
 
-    expectFigures(detect(cyrix, 1, 0x520, 0, {}),
-                  {{&P::tlbCode, 4096}, {&P::tlbData, 4096}, {&P::l1Code, 8192}, {&P::l1Data, 8192}});
-    expectFigures(detect(cyrix, 2, 0x520, 0, {0x7001, 0, 0, 0x80}),
-                  {{&P::tlbCode, 4096}, {&P::tlbData, 4096}, {&P::l1Code, 8192}, {&P::l1Data, 8192}});
+    const Figures unified = {
+        {&P::tlbCode, 4096}, {&P::tlbData, 4096}, {&P::l1Code, 8192}, {&P::l1Data, 8192}};
+    expectFigures(detect(cyrix, 1, 0x520, 0, {}), unified);
+    expectFigures(detect(cyrix, 2, 0x520, 0, {0x7001, 0, 0, 0x80}), unified);
     expectFigures(detect(cyrix, 2, 0x520, 0, {0x4301, 0, 0, 0x8000}), {});
 
     expectFigures(detect(amd, 2, 0x600, 0x80000004, level2), {});

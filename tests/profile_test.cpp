@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,19 @@ class Profile : public ::testing::Test {
         const double rate = Sys->getProcessorSpeed();
         FakeMachine::s_iStep = 0;
         return rate;
+    }
+
+    /// Calls, whether used, percents, and seconds: inclusive, average, last and longest exclusive; calls in
+    /// all and the most of a frame.
+    static std::string figures(const char *name) {
+        const V_PINFO *i = V_Profile::request(name);
+        std::ostringstream out;
+        if (i)
+            out << i->callsThisFrame << ' ' << i->usedThisFrame << ", " << i->inclusivePercent << "% "
+                << i->exclusivePercent << "%, " << i->inclusiveSeconds << ' ' << i->averageSeconds << ' '
+                << i->lastSeconds << ' ' << i->maxExclusiveSeconds << ", " << i->callsTotal << ' '
+                << i->maxCallsPerFrame;
+        return out.str();
     }
 
     static void allocate(int count) {
@@ -74,21 +88,8 @@ void nestedFrame() {
 TEST_F(Profile, NestedSectionsSplitTimeIntoInclusiveAndExclusive) {
     EXPECT_EQ(measureClockRate(), 2.5e9);
     nestedFrame();
-    const V_PINFO *outer = V_Profile::request("outer");
-    ASSERT_TRUE(outer);
-    EXPECT_EQ(outer->callsThisFrame, 1);
-    EXPECT_EQ(outer->usedThisFrame, 1);
-    EXPECT_FLOAT_EQ(outer->inclusivePercent, 62.5F);
-    EXPECT_FLOAT_EQ(outer->exclusivePercent, 37.5F);
-    EXPECT_DOUBLE_EQ(outer->inclusiveSeconds, 5);
-    EXPECT_DOUBLE_EQ(outer->averageSeconds, 5);
-    EXPECT_DOUBLE_EQ(outer->lastSeconds, 5);
-    EXPECT_FLOAT_EQ(outer->maxExclusiveSeconds, 3);
-    const V_PINFO *inner = V_Profile::request("inner");
-    EXPECT_EQ(inner->callsThisFrame, 2);
-    EXPECT_FLOAT_EQ(inner->inclusivePercent, 25);
-    EXPECT_FLOAT_EQ(inner->exclusivePercent, 25);
-    EXPECT_DOUBLE_EQ(inner->averageSeconds, 1);
+    EXPECT_EQ(figures("outer"), "1 1, 62.5% 37.5%, 5 5 5 3, 1 1");
+    EXPECT_EQ(figures("inner"), "2 1, 25% 25%, 2 1 1 2, 2 2");
     EXPECT_DOUBLE_EQ(V_Profile::requestTime("inner"), 1);
     EXPECT_DOUBLE_EQ(V_Profile::getLastFrameTime(), 8);
 
@@ -96,13 +97,8 @@ TEST_F(Profile, NestedSectionsSplitTimeIntoInclusiveAndExclusive) {
     V_Profile::startFrame();
     { const Section section("outer", 1); }
     V_Profile::endFrame();
-    V_Profile::request("outer");
-    EXPECT_DOUBLE_EQ(outer->inclusiveSeconds, 1);
-    EXPECT_DOUBLE_EQ(outer->averageSeconds, 3);
-    EXPECT_FLOAT_EQ(outer->maxExclusiveSeconds, 3);
-    EXPECT_EQ(outer->callsTotal, 2);
-    EXPECT_EQ(V_Profile::request("inner")->usedThisFrame, 0);
-    EXPECT_EQ(inner->maxCallsPerFrame, 2);
+    EXPECT_EQ(figures("outer"), "1 1, 100% 100%, 1 3 1 3, 2 1");
+    EXPECT_EQ(figures("inner"), "0 0, 0% 0%, 0 1 1 2, 2 2");
     EXPECT_DOUBLE_EQ(V_Profile::getTotalTime(), 9);
     EXPECT_EQ(V_Profile::getFrameCount(), 2);
 }
@@ -119,12 +115,7 @@ TEST_F(Profile, RecursionCountsTheOutermostInstanceInclusively) {
     }
     FakeMachine::pass(second);
     V_Profile::endFrame();
-    const V_PINFO *walk = V_Profile::request("walk");
-    EXPECT_EQ(walk->callsThisFrame, 2);
-    EXPECT_DOUBLE_EQ(walk->inclusiveSeconds, 7);
-    EXPECT_FLOAT_EQ(walk->inclusivePercent, 87.5F);
-    EXPECT_FLOAT_EQ(walk->exclusivePercent, 37.5F);
-    EXPECT_DOUBLE_EQ(walk->averageSeconds, 3.5);
+    EXPECT_EQ(figures("walk"), "2 1, 87.5% 37.5%, 7 3.5 7 3, 2 2");
 }
 
 TEST_F(Profile, AllocationsAreCountedLikeTime) {
@@ -147,12 +138,10 @@ TEST_F(Profile, AllocationsAreCountedLikeTime) {
     }
     V_Profile::endFrame();
     const V_PINFO *outer = V_Profile::request("outer");
-    const V_PINFO *inner = V_Profile::request("inner");
-    const std::vector<int> figures = {outer->inclusiveAllocations, outer->exclusiveAllocations,
-                                      outer->inclusiveReleases,    outer->exclusiveReleases,
-                                      inner->inclusiveAllocations, inner->exclusiveAllocations,
-                                      inner->inclusiveReleases,    inner->exclusiveReleases};
-    EXPECT_EQ(figures, (std::vector<int>{6, 2, 6, 3, 4, 4, 3, 3}));
+    for (const V_PINFO *i : {V_Profile::request("outer"), V_Profile::request("inner")})
+        EXPECT_EQ((std::vector<int>{i->inclusiveAllocations, i->exclusiveAllocations, i->inclusiveReleases,
+                                    i->exclusiveReleases}),
+                  i == outer ? (std::vector<int>{6, 2, 6, 3}) : (std::vector<int>{4, 4, 3, 3}));
     V_Profile::startFrame();
     V_Profile::endFrame();
     V_Profile::request("outer");
@@ -178,17 +167,14 @@ TEST_F(Profile, TraversalGivesEveryEntryOnceBetweenFrames) {
     EXPECT_EQ(V_Profile::request("d"), nullptr);
     EXPECT_EQ(V_Profile::requestTime("d"), 0);
 
-    // After a reset the node that was last is used first, cleared.
-    const V_PENTRY *last =
-        V_Profile::m_slProfiles.getNext(V_Profile::m_slProfiles.getNext(V_Profile::m_slProfiles.getFirst()));
     V_Profile::reset();
     EXPECT_EQ(V_Profile::getFrameCount(), 0);
     EXPECT_EQ(V_Profile::request(), nullptr);
     V_Profile::startFrame();
-    { const Section section("new"); }
-    EXPECT_EQ(V_Profile::m_slProfiles.getFirst(), last);
-    EXPECT_EQ(last->info.callsTotal, 1);
-    EXPECT_EQ(last->info.inclusivePercent, -1);
+    { const Section section("new"); } // in the node of another, cleared
+    const V_PINFO &reused = V_Profile::m_slProfiles.getFirst()->info;
+    EXPECT_EQ(reused.callsTotal, 1);
+    EXPECT_EQ(reused.inclusivePercent, -1);
     EXPECT_EQ(V_Profile::m_siEntries, 1);
 }
 
@@ -311,10 +297,7 @@ TEST_F(Profile, ExhaustedMemoryLeavesTheSectionUnopened) {
 
 TEST_F(Profile, UnmeasuredClockRateGivesNoSeconds) {
     nestedFrame();
-    const V_PINFO *outer = V_Profile::request("outer");
-    EXPECT_FLOAT_EQ(outer->inclusivePercent, 62.5F);
-    EXPECT_EQ(outer->inclusiveSeconds + outer->averageSeconds + outer->lastSeconds, 0);
-    EXPECT_EQ(outer->maxExclusiveSeconds, 0);
+    EXPECT_EQ(figures("outer"), "1 1, 62.5% 37.5%, 0 0 0 0, 1 1");
 
     FakeMachine::s_iStep = 125'000'000;
     EXPECT_EQ(V_Profile::getTotalTime(), 0); // has measured, and forgotten
@@ -337,20 +320,14 @@ TEST_F(Profile, FramesOfNoLengthAndClearedEntriesShowZero) {
     V_Profile::clearEntry("empty");
     EXPECT_EQ(info->inclusivePercent, -1);
     EXPECT_STREQ(info->name, "empty");
-    V_Profile::request("empty");
-    EXPECT_EQ(info->averageSeconds, 0);
-    EXPECT_EQ(info->callsTotal, 0);
+    EXPECT_EQ(figures("empty"), "0 0, 0% 0%, 0 0 0 0, 0 0");
 }
 
 TEST_F(ProfileInSeconds, TimeIsCountedWithoutTimeStamps) {
     nestedFrame();
     nestedFrame();
-    const V_PINFO *inner = V_Profile::request("inner");
-    EXPECT_FLOAT_EQ(inner->inclusivePercent, 25);
-    EXPECT_DOUBLE_EQ(inner->inclusiveSeconds, 4 * second); // of every instance so far
-    EXPECT_DOUBLE_EQ(inner->averageSeconds, second);
-    EXPECT_EQ(inner->lastSeconds, 0);
-    EXPECT_FLOAT_EQ(inner->maxExclusiveSeconds, static_cast<float>(2 * second));
+    // Seconds of every instance so far, of the fake clock.
+    EXPECT_EQ(figures("inner"), "2 1, 25% 25%, 5 1.25 0 2.5, 4 2");
     EXPECT_DOUBLE_EQ(V_Profile::getTotalTime(), 16 * second);
     EXPECT_DOUBLE_EQ(V_Profile::getLastFrameTime(), 8 * second);
 }

@@ -29,12 +29,10 @@ TEST_F(ScriptQueries, AnswerForTheCurrentBlockAndItsChildren) {
 
     EXPECT_STREQ(script.getBlockName(1), "bike");
     EXPECT_EQ(script.getBlockName(2), nullptr);
-    EXPECT_TRUE(script.isParent(0));
-    EXPECT_FALSE(script.isParent(1));
-    EXPECT_FALSE(script.isParent(2));
-    EXPECT_FALSE(script.isData(0));
-    EXPECT_TRUE(script.isData(1));
-    EXPECT_FALSE(script.isData(2));
+    for (unsigned int i = 0; i < 3; ++i) {
+        EXPECT_EQ(script.isParent(i), i == 0);
+        EXPECT_EQ(script.isData(i), i == 1);
+    }
     EXPECT_TRUE(script.isParent("[CAR]", 0));
     EXPECT_FALSE(script.isParent("car", 1));
     EXPECT_TRUE(script.isData("bike", 0));
@@ -103,13 +101,6 @@ TEST_F(ScriptQueries, MoveTheCursorByLocks) {
     EXPECT_TRUE(script.unlock());
     EXPECT_TRUE(script.unlock());
     EXPECT_FALSE(script.unlock());
-}
-
-TEST_F(ScriptQueries, KeepScriptsApart) {
-    write("other.txt", "[other] x=9;");
-    V_Script other("other.txt");
-    m_pScript.reset();
-    EXPECT_EQ(describeBlock(other), "{other(x=9)}");
 }
 
 } // namespace

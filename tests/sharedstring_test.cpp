@@ -23,24 +23,21 @@ short idOf(V_SharedStringPool &pool, const std::string &text) {
 /// Texts of 0 to 20 bytes from a small alphabet around the borders of A-Z, so that many are equal or nearly
 /// so.
 std::vector<std::string> similarTexts(int count) {
-    const char alphabet[] = {'a', 'A', 'b', 'z',    'Z',    '@',    '[',
-                             '`', '{', '_', '\x80', '\xC1', '\xE1', '\x01'};
+    static constexpr char alphabet[] = "aAbzZ@[`{_\x80\xC1\xE1\x01";
     std::mt19937 random(3);
     std::vector<std::string> texts;
     for (int i = 0; i < count; ++i) {
         std::string text(random() % 21, 'a');
-        for (std::size_t changes = random() % 4; changes > 0 && !text.empty(); --changes) {
-            text[random() % text.size()] = alphabet[random() % sizeof alphabet];
-        }
+        for (std::size_t changes = random() % 4; changes > 0 && !text.empty(); --changes)
+            text[random() % text.size()] = alphabet[random() % (sizeof alphabet - 1)];
         texts.push_back(text);
     }
     return texts;
 }
 
 std::string folded(std::string text) {
-    for (char &c : text) {
+    for (char &c : text)
         c = static_cast<char>(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c);
-    }
     return text;
 }
 
@@ -73,16 +70,14 @@ TEST(SharedStringPool, AgreesWithAMapOfFoldedTexts) {
     std::vector<std::string> firstSpelling;
     for (const std::string &text : similarTexts(20000)) {
         const auto [entry, isNew] = judge.try_emplace(folded(text), static_cast<short>(judge.size()));
-        if (isNew) {
+        if (isNew)
             firstSpelling.push_back(text);
-        }
         ASSERT_EQ(idOf(pool, text), entry->second) << text;
         ASSERT_EQ(idOf(again, text), entry->second) << text;
     }
     EXPECT_GT(judge.size(), 3000U);
-    for (std::size_t id = 0; id < firstSpelling.size(); ++id) {
+    for (std::size_t id = 0; id < firstSpelling.size(); ++id)
         ASSERT_STREQ(pool.getStringByID(static_cast<short>(id)), firstSpelling[id].c_str());
-    }
 }
 
 TEST(SharedStringPool, FoldedOrderIsThatOfUnsignedFoldedBytes) {
@@ -102,16 +97,14 @@ TEST(SharedStringPool, TextsThatShareOneHashAreKeptApart) {
     // The hash leaves out the bit in which '@' and '`' differ.
     const auto collidingText = [](int number) {
         std::string text(8, '@');
-        for (std::size_t bit = 0; bit < text.size(); ++bit) {
+        for (std::size_t bit = 0; bit < text.size(); ++bit)
             text[bit] = number >> bit & 1 ? '@' : '`';
-        }
         return text;
     };
     ASSERT_EQ(vl::hashFolded(collidingText(0)), vl::hashFolded(collidingText(77)));
     V_SharedStringPool pool(0);
-    for (int lookup = 0; lookup < 512; ++lookup) {
+    for (int lookup = 0; lookup < 512; ++lookup)
         ASSERT_EQ(idOf(pool, collidingText(lookup & 255)), lookup & 255);
-    }
 }
 
 TEST(SharedStringPool, CopiesKeepIdentifiersAndGoTheirOwnWay) {
@@ -135,9 +128,8 @@ TEST(SharedStringPool, CopiesKeepIdentifiersAndGoTheirOwnWay) {
 TEST(SharedStringPool, RefusesTheString32769AndUnknownIdentifiers) {
     V_SharedStringPool pool(0);
     EXPECT_EQ(pool.getStringByID(0), nullptr);
-    for (int i = 0; i < 32768; ++i) {
+    for (int i = 0; i < 32768; ++i)
         ASSERT_EQ(idOf(pool, std::to_string(i)), i);
-    }
     try {
         idOf(pool, "one more");
         FAIL();
@@ -160,9 +152,8 @@ TEST(SharedStringPool, EveryFailingAllocationLeavesThePoolAsItWas) {
     int strings = 0;
     const auto expectIntact = [&](const V_SharedStringPool &looked, int known) {
         ASSERT_EQ(looked.getStringByID(static_cast<short>(known)), nullptr);
-        for (int i = 0; i < known; ++i) {
+        for (int i = 0; i < known; ++i)
             ASSERT_EQ(looked.getStringByID(static_cast<short>(i)), textOf(i));
-        }
     };
     for (; strings < count; ++strings) {
         const std::string bytes = textOf(strings);

@@ -5,12 +5,10 @@
 #include "file/archive_format.h"
 #include "file/crc32.h"
 #include "file/little_endian.h"
-#include "tests/support/temporary_directory.h"
-#include "vl/core.h"
+#include "tests/support/started_library.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -20,26 +18,6 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr unsigned int largestLoaded = 1 << 16;
-
-// The library for the length of the process, and a file for the archive.
-struct World {
-    const std::filesystem::path startedIn = std::filesystem::current_path();
-    TemporaryDirectory directory;
-    V_VantorInit library;
-    std::string archive = (directory.path() / "archive").string();
-
-    World() {
-        Sys->ceaseVerbose(1);
-        File->setFileSystemRoot(directory.enginePath().c_str());
-        std::filesystem::current_path(startedIn); // where the fuzzer looks for its files
-    }
-
-    void write(const Bytes &bytes) const {
-        std::FILE *file = std::fopen(archive.c_str(), "wb");
-        std::fwrite(bytes.data(), 1, bytes.size(), file);
-        std::fclose(file);
-    }
-};
 
 // The paths that the tables of a plain archive name.
 std::vector<std::string> pathsIn(const Bytes &plain, std::size_t fileInfoSize, std::size_t dirInfoSize) {
@@ -84,7 +62,7 @@ void ask(const std::string &path) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    static World world;
+    static const StartedLibrary world;
     Bytes plain(data, data + size);
     Bytes archive = plain;
     std::size_t fileInfoSize = 0, dirInfoSize = 0;
@@ -104,11 +82,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         vl::scrambleArchiveBytes(bytes + vl::archiveHeaderSize, fileInfoSize, seed);
         vl::scrambleArchiveBytes(dirInfo, dirInfoSize, seed);
     }
-    world.write(archive);
+    world.writeFile(archive);
 
     const int before = V_Memory::getNewCount() - V_Memory::getDeleteCount();
     expectingExceptions([&] {
-        File->enablePriorityArchive(world.archive.c_str());
+        File->enablePriorityArchive(world.path.c_str());
         for (const std::string &path : pathsIn(plain, fileInfoSize, dirInfoSize))
             expectingExceptions([&] { ask(path); });
     });

@@ -2,15 +2,12 @@
 // many bytes of program follow; the rest is the data. The program runs over the data in memory, in a block
 // of exactly its size, and over a stream: both must give the same values, exceptions and positions.
 
-#include "tests/support/temporary_directory.h"
-#include "vl/core.h"
-#include "vl/file.h"
+#include "tests/support/started_library.h"
 #include "vl/math_types.h"
 #include "vl/memoryfile.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <deque>
@@ -18,20 +15,6 @@
 #include <vector>
 
 namespace {
-
-// The library for the length of the process, and a file for the stream.
-struct World {
-    const std::filesystem::path startedIn = std::filesystem::current_path();
-    TemporaryDirectory directory;
-    V_VantorInit library;
-    std::string path = (directory.path() / "data").string();
-
-    World() {
-        Sys->ceaseVerbose(1);
-        File->setArchiveHandling(V_File::AH_DIRECTORIES);
-        std::filesystem::current_path(startedIn); // where the fuzzer looks for its files
-    }
-};
 
 class Run {
   public:
@@ -86,23 +69,17 @@ class Run {
     }
 
     void step(std::uint8_t operation) {
+        static constexpr void (Run::*getters[])() = {&Run::get<int>,
+                                                     &Run::get<unsigned int>,
+                                                     &Run::get<long>,
+                                                     &Run::get<bool>,
+                                                     &Run::get<double>,
+                                                     &Run::get<V_String>,
+                                                     &Run::get<M_Matrix4Template<float>>,
+                                                     &Run::get<unsigned char>};
+        if (operation % 20 < 8)
+            return (this->*getters[operation % 20])();
         switch (operation % 20) {
-        case 0:
-            return get<int>();
-        case 1:
-            return get<unsigned int>();
-        case 2:
-            return get<long>();
-        case 3:
-            return get<bool>();
-        case 4:
-            return get<double>();
-        case 5:
-            return get<V_String>();
-        case 6:
-            return get<M_Matrix4Template<float>>();
-        case 7:
-            return get<unsigned char>();
         case 8: {
             const int count = argument();
             std::vector<char> bytes(static_cast<std::size_t>(std::clamp(count, 0, 1 << 16)));
@@ -157,17 +134,15 @@ class Run {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *input, std::size_t size) {
-    static World world;
+    static const StartedLibrary world;
     if (size == 0)
         return 0;
     const std::size_t programSize = std::min<std::size_t>(input[0], size - 1);
     const std::uint8_t *program = input + 1;
     const std::vector<std::uint8_t> data(program + programSize, input + size);
 
-    std::FILE *file = std::fopen(world.path.c_str(), "wb");
-    std::fwrite(data.data(), 1, data.size(), file);
-    std::fclose(file);
-    const V_FileStream stream(("C:" + world.path).c_str(), 1 + input[0] % 40);
+    world.writeFile(data);
+    const V_FileStream stream("data", 1 + input[0] % 40);
     V_MemoryFile streamed(stream, 0, -1);
     V_MemoryFile inMemory(data.data(), static_cast<unsigned int>(data.size()), false);
     inMemory.setFilename(streamed.getFilename());

@@ -5,6 +5,7 @@
 #include "tests/support/describe_block.h"
 #include "tests/support/memory_scripts.h"
 #include "tests/support/plain_script_builder.h"
+#include "tests/support/started_library.h"
 
 #include "script/loader.h"
 #include "vl/core.h"
@@ -13,7 +14,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -25,16 +25,6 @@ void require(bool condition, const char *what, const std::string &detail = "") {
     std::fprintf(stderr, "broken: %s\n%s\n", what, detail.c_str());
     std::abort();
 }
-
-/// Starts the library without its log, and stays where the fuzzing engine was started.
-struct Library {
-    std::filesystem::path directory = std::filesystem::current_path();
-    V_VantorInit init;
-    Library() {
-        Sys->ceaseVerbose(1);
-        std::filesystem::current_path(directory);
-    }
-};
 
 std::string buildPlainly() {
     unsigned int length = 0;
@@ -85,7 +75,7 @@ void visit(V_Script &script, const V_Script::Format &format) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
-    static const Library library;
+    static const StartedLibrary library;
     const int blocks = V_Memory::getNewCount() - V_Memory::getDeleteCount();
     {
         MemoryScripts scripts;

@@ -13,13 +13,10 @@
 #include "file/crc32.h"
 #include "file/little_endian.h"
 #include "file/lzss.h"
-#include "tests/support/temporary_directory.h"
-#include "vl/core.h"
-#include "vl/file.h"
+#include "tests/support/started_library.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -29,19 +26,6 @@
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-
-struct World {
-    const std::filesystem::path startedIn = std::filesystem::current_path();
-    TemporaryDirectory directory;
-    V_VantorInit library;
-    std::string archive = (directory.path() / "archive").string();
-
-    World() {
-        Sys->ceaseVerbose(1);
-        File->setFileSystemRoot(directory.enginePath().c_str());
-        std::filesystem::current_path(startedIn); // where the fuzzer looks for its files
-    }
-};
 
 void append32(Bytes &bytes, std::uint32_t value) {
     bytes.resize(bytes.size() + 4);
@@ -78,7 +62,7 @@ Bytes archiveOf(const Bytes &stored, std::uint32_t size, std::uint32_t seed, std
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *input, std::size_t inputSize) {
-    static World world;
+    static const StartedLibrary world;
     if (inputSize < 5)
         return 0;
     const bool scrambled = input[0] & 1;
@@ -94,11 +78,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *input, std::size_t inp
     stored.insert(stored.end(), code, code + codeSize);
     if (scrambled)
         vl::scrambleArchiveBytes(stored.data(), stored.size(), seed);
-    const Bytes archive = archiveOf(stored, size, seed, scrambled ? 2 : 1);
-    std::FILE *file = std::fopen(world.archive.c_str(), "wb");
-    std::fwrite(archive.data(), 1, archive.size(), file);
-    std::fclose(file);
-    File->enablePriorityArchive(world.archive.c_str());
+    world.writeFile(archiveOf(stored, size, seed, scrambled ? 2 : 1));
+    File->enablePriorityArchive(world.path.c_str());
 
     std::vector<char> expected(size + 1), got(size + 1);
     bool sound = true, streamed = true;

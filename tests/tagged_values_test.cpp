@@ -1,6 +1,7 @@
 // Tagged values: exact bytes, round trips by every road, and what damage is answered with.
 
 #include "support/library_test.h"
+#include "support/memory_file_bytes.h"
 
 #include "vl/math_types.h"
 #include "vl/memoryfile.h"
@@ -8,7 +9,9 @@
 #include <climits>
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <random>
+#include <sstream>
 #include <type_traits>
 #include <utility>
 
@@ -17,56 +20,52 @@ namespace {
 std::string hexOf(const V_MemoryFile &file) {
     std::string text;
     char digits[4];
-    for (unsigned int i = 0; i < file.getSize(); ++i) {
-        std::snprintf(digits, sizeof digits, "%02X ",
-                      static_cast<const unsigned char *>(file.getAddress())[i]);
+    for (const char byte : bytesOf(file)) {
+        std::snprintf(digits, sizeof digits, "%02X", byte & 0xFFu);
         text += digits;
     }
-    return text.substr(0, text.size() - !text.empty());
+    return text;
 }
 
 template <class T>
 struct Layout {
     T value;
-    const char *tagged, *bare;
+    std::string tagged, bare;
 };
 
-/// Writes the value both ways, at the end and over other bytes, and reads it back.
-template <class T>
-void expectLayout(const Layout<T> &layout) {
-    for (bool tags : {true, false}) {
-        V_MemoryFile file(1);
-        file.enableTags(tags);
-        file << layout.value;
-        EXPECT_EQ(hexOf(file), tags ? layout.tagged : layout.bare);
-        const unsigned int size = file.getSize();
-        file << 0;
-        file.seek(0, V_MemoryFile::SM_BEGIN);
-        file << layout.value;
-        EXPECT_EQ(file.getPosition(), size);
-        int behind = 1;
-        file >> behind;
-        EXPECT_EQ(behind, 0) << "overwriting reached beyond the value";
-        file.toRead();
-        T back{};
-        file >> back;
-        EXPECT_EQ(back, layout.value);
-        EXPECT_EQ(file.getPosition(), size);
-    }
-}
-
+/// Writes each value both ways, at the end and over other bytes, and reads it back.
 template <class T>
 void expectLayouts(std::initializer_list<Layout<T>> layouts) {
-    for (const Layout<T> &layout : layouts)
-        expectLayout(layout);
+    for (const auto &[value, tagged, bare] : layouts)
+        for (bool tags : {true, false}) {
+            V_MemoryFile file(1);
+            file.enableTags(tags);
+            file << value;
+            EXPECT_EQ(hexOf(file), tags ? tagged : bare);
+            const unsigned int size = file.getSize();
+            file << 0;
+            file.seek(0, V_MemoryFile::SM_BEGIN);
+            file << value;
+            EXPECT_EQ(file.getPosition(), size);
+            int behind = 1;
+            file >> behind;
+            EXPECT_EQ(behind, 0) << "overwriting reached beyond the value";
+            file.toRead();
+            T back{};
+            file >> back;
+            EXPECT_EQ(back, value);
+            EXPECT_EQ(file.getPosition(), size);
+        }
 }
 
-V_MemoryFile over(const std::string &bytes) {
-    return V_MemoryFile(bytes.data(), static_cast<unsigned int>(bytes.size()), true);
+/// The same for a table of numbers.
+template <class T>
+void expectNumbers(const char *table) {
+    std::istringstream rows(table);
+    for (Layout<T> row; rows >> row.value >> row.tagged >> row.bare;)
+        expectLayouts<T>({row});
+    EXPECT_TRUE(rows.eof());
 }
-
-using DataError = V_MemoryFileException_DataError;
-using Overreading = V_MemoryFileException_Overreading;
 
 template <class T, class = void>
 struct CanBeWritten : std::false_type {};
@@ -79,44 +78,29 @@ class TaggedValues : public LibraryTest {};
 } // namespace
 
 TEST_F(TaggedValues, LieAsTheFormatSays) {
-    expectLayouts<int>({{0, "14 00", "00 00 00 00"},
-                        {5, "14 05", "05 00 00 00"},
-                        {-1, "14 FF", "FF FF FF FF"},
-                        {127, "14 7F", "7F 00 00 00"},
-                        {-127, "14 81", "81 FF FF FF"},
-                        {128, "13 80 00", "80 00 00 00"},
-                        {-128, "13 80 FF", "80 FF FF FF"},
-                        {32767, "13 FF 7F", "FF 7F 00 00"},
-                        {-32767, "13 01 80", "01 80 FF FF"},
-                        {32768, "12 00 80 00", "00 80 00 00"},
-                        {-32768, "12 00 80 FF", "00 80 FF FF"},
-                        {8388607, "12 FF FF 7F", "FF FF 7F 00"},
-                        {8388608, "02 00 00 80 00", "00 00 80 00"},
-                        {-8388608, "02 00 00 80 FF", "00 00 80 FF"},
-                        {INT_MAX, "02 FF FF FF 7F", "FF FF FF 7F"},
-                        {INT_MIN, "02 00 00 00 80", "00 00 00 80"}});
-    expectLayouts<unsigned int>({{0, "11 00", "00 00 00 00"},
-                                 {255, "11 FF", "FF 00 00 00"},
-                                 {256, "10 00 01", "00 01 00 00"},
-                                 {65535, "10 FF FF", "FF FF 00 00"},
-                                 {65536, "0F 00 00 01", "00 00 01 00"},
-                                 {16777215, "0F FF FF FF", "FF FF FF 00"},
-                                 {16777216, "03 00 00 00 01", "00 00 00 01"},
-                                 {UINT_MAX, "03 FF FF FF FF", "FF FF FF FF"}});
-    expectLayouts<long>({{-2, "00 FE FF FF FF", "FE FF FF FF"}, {INT_MAX, "00 FF FF FF 7F", "FF FF FF 7F"}});
-    expectLayouts<unsigned long>({{UINT_MAX, "01 FF FF FF FF", "FF FF FF FF"}});
-    expectLayouts<short>({{-2, "04 FE FF", "FE FF"}});
-    expectLayouts<unsigned short>({{0xABCD, "05 CD AB", "CD AB"}});
-    expectLayouts<char>({{'A', "06 41", "41"}});
-    expectLayouts<signed char>({{-1, "07 FF", "FF"}});
-    expectLayouts<unsigned char>({{254, "08 FE", "FE"}});
-    expectLayouts<float>({{1.0f, "09 00 00 80 3F", "00 00 80 3F"}});
-    expectLayouts<double>({{-2.0, "0A 00 00 00 00 00 00 00 C0", "00 00 00 00 00 00 00 C0"}});
-    expectLayouts<bool>({{true, "0E 01", "01"}, {false, "0E 00", "00"}});
-    expectLayouts<M_Float16>({{1.0f, "26 00 3C", "00 3C"}});
-    expectLayouts<V_String>(
-        {{"", "0D 14 00", "00 00 00 00"}, {"abc", "0D 14 03 61 62 63", "03 00 00 00 61 62 63"}});
-    expectLayouts<V_StringI>({{"aB", "0D 14 02 61 42", "02 00 00 00 61 42"}});
+    expectNumbers<int>(R"(
+        0 1400 00000000   5 1405 05000000   -1 14FF FFFFFFFF   127 147F 7F000000
+        -127 1481 81FFFFFF   128 138000 80000000   -128 1380FF 80FFFFFF   32767 13FF7F FF7F0000
+        -32767 130180 0180FFFF   32768 12008000 00800000   -32768 120080FF 0080FFFF
+        8388607 12FFFF7F FFFF7F00   8388608 0200008000 00008000   -8388608 02000080FF 000080FF
+        2147483647 02FFFFFF7F FFFFFF7F   -2147483648 0200000080 00000080)");
+    expectNumbers<unsigned int>(R"(
+        0 1100 00000000   255 11FF FF000000   256 100001 00010000   65535 10FFFF FFFF0000
+        65536 0F000001 00000100   16777215 0FFFFFFF FFFFFF00   16777216 0300000001 00000001
+        4294967295 03FFFFFFFF FFFFFFFF)");
+    expectLayouts<long>({{-2, "00FEFFFFFF", "FEFFFFFF"}, {INT_MAX, "00FFFFFF7F", "FFFFFF7F"}});
+    expectLayouts<unsigned long>({{UINT_MAX, "01FFFFFFFF", "FFFFFFFF"}});
+    expectLayouts<short>({{-2, "04FEFF", "FEFF"}});
+    expectLayouts<unsigned short>({{0xABCD, "05CDAB", "CDAB"}});
+    expectLayouts<char>({{'A', "0641", "41"}});
+    expectLayouts<signed char>({{-1, "07FF", "FF"}});
+    expectLayouts<unsigned char>({{254, "08FE", "FE"}});
+    expectLayouts<float>({{1.0f, "090000803F", "0000803F"}});
+    expectLayouts<double>({{-2.0, "0A00000000000000C0", "00000000000000C0"}});
+    expectLayouts<bool>({{true, "0E01", "01"}, {false, "0E00", "00"}});
+    expectLayouts<M_Float16>({{1.0f, "26003C", "003C"}});
+    expectLayouts<V_String>({{"", "0D1400", "00000000"}, {"abc", "0D1403616263", "03000000616263"}});
+    expectLayouts<V_StringI>({{"aB", "0D14026142", "020000006142"}});
 }
 
 TEST_F(TaggedValues, StoreMathTypesAsTheirFloats) {
@@ -135,12 +119,9 @@ TEST_F(TaggedValues, StoreMathTypesAsTheirFloats) {
         file >> back;
         EXPECT_EQ(std::memcmp(&back, floats, sizeof floats), 0);
     };
-    check(M_Vector2Template<float>(), 21);
-    check(M_Vector3Template<float>(), 22);
-    check(M_Vector4Template<float>(), 23);
-    check(M_Matrix2Template<float>(), 24);
-    check(M_Matrix3Template<float>(), 25);
-    check(M_Matrix4x3Template<float>(), 26);
+    check(M_Vector2Template<float>(), 21), check(M_Vector3Template<float>(), 22);
+    check(M_Vector4Template<float>(), 23), check(M_Matrix2Template<float>(), 24);
+    check(M_Matrix3Template<float>(), 25), check(M_Matrix4x3Template<float>(), 26);
     check(M_Matrix4Template<float>(), 27);
 }
 
@@ -154,7 +135,7 @@ TEST_F(TaggedValues, WriteTextsButNoOtherPointer) {
         file >> back;
         EXPECT_EQ(back, "TEXT");
     }
-    EXPECT_THROW(file << static_cast<const char *>(nullptr), V_MemoryFileException_IllegalCall *);
+    EXPECT_THROW(file << static_cast<const char *>(nullptr), Illegal *);
     static_assert(CanBeWritten<const char *>::value && CanBeWritten<bool>::value);
     static_assert(!CanBeWritten<int *>::value && !CanBeWritten<const void *>::value);
 }
@@ -162,12 +143,10 @@ TEST_F(TaggedValues, WriteTextsButNoOtherPointer) {
 TEST_F(TaggedValues, RefuseALongThatDoesNotFit) {
     if constexpr (sizeof(long) > 4) {
         V_MemoryFile file;
-        EXPECT_EQ(messageOf<V_MemoryFileException_IllegalCall>(
-                      [&] { file << (static_cast<long>(std::int64_t{INT_MAX} + 1)); }),
+        EXPECT_EQ(messageOf<Illegal>([&] { file << static_cast<long>(std::int64_t{INT_MAX} + 1); }),
                   "V_MemoryFile: Unable to write a long beyond 32 bits to (memoryfile not named yet)");
-        EXPECT_THROW(file << (static_cast<long>(std::int64_t{INT_MIN} - 1)),
-                     V_MemoryFileException_IllegalCall *);
-        EXPECT_THROW(file << (static_cast<unsigned long>(UINT_MAX) + 1), V_MemoryFileException_IllegalCall *);
+        EXPECT_THROW(file << static_cast<long>(std::int64_t{INT_MIN} - 1), Illegal *);
+        EXPECT_THROW(file << (static_cast<unsigned long>(UINT_MAX) + 1), Illegal *);
         EXPECT_EQ(file.getSize(), 0u);
     }
 }
@@ -188,31 +167,18 @@ TEST_F(TaggedValues, TravelEveryRoadUnchanged) {
         };
         for (int i = 0; i < 60000 && !testing::Test::HasFatalFailure(); ++i) {
             const auto bits = static_cast<unsigned int>(random());
-            switch (bits % 8) {
-            case 0:
-                pass(static_cast<int>(bits) >> (bits >> 8) % 32);
-                break;
-            case 1:
-                pass(bits >> (bits >> 8) % 32);
-                break;
-            case 2:
-                pass(V_String(bits >> 8 & (bits % 16 == 2 ? 0xFF : 0x0F), static_cast<char>(bits >> 16)));
-                break;
-            case 3:
-                pass(static_cast<float>(bits));
-                break;
-            case 4:
-                pass(static_cast<double>(bits) / 3);
-                break;
-            case 5:
-                pass(static_cast<short>(bits));
-                break;
-            case 6:
-                pass((bits & 64) != 0);
-                break;
-            default:
-                pass(static_cast<long>(static_cast<int>(bits)));
-            }
+            const std::function<void()> passes[] = {
+                [&] { pass(static_cast<int>(bits) >> (bits >> 8) % 32); },
+                [&] { pass(bits >> (bits >> 8) % 32); },
+                [&] {
+                    pass(V_String(bits >> 8 & (bits % 16 == 2 ? 0xFF : 0x0F), static_cast<char>(bits >> 16)));
+                },
+                [&] { pass(static_cast<float>(bits)); },
+                [&] { pass(static_cast<double>(bits) / 3); },
+                [&] { pass(static_cast<short>(bits)); },
+                [&] { pass((bits & 64) != 0); },
+                [&] { pass(static_cast<long>(static_cast<int>(bits))); }};
+            passes[bits % 8]();
         }
     };
     for (bool tags : {true, false}) {
@@ -222,7 +188,7 @@ TEST_F(TaggedValues, TravelEveryRoadUnchanged) {
         run(file, false);
         run(through, false);
         through.destruct();
-        const std::string bytes(static_cast<const char *>(file.getAddress()), file.getSize());
+        const std::string bytes = bytesOf(file);
         ASSERT_GT(bytes.size(), std::size_t{V_MemoryFile::STREAM_SIZE});
         EXPECT_TRUE(readFile(root() / "out.dat") == bytes);
 
@@ -271,7 +237,7 @@ TEST_F(TaggedValues, FailAtTheFirstWrongTag) {
 TEST_F(TaggedValues, FailWhereTheDataEnds) {
     V_MemoryFile whole;
     whole << INT_MIN << UINT_MAX << 1.0 << V_String("abcdef") << V_String(200, 'x') << true;
-    const std::string bytes(static_cast<const char *>(whole.getAddress()), whole.getSize());
+    const std::string bytes = bytesOf(whole);
     for (std::size_t size = 0; size < bytes.size(); ++size) {
         V_MemoryFile file = over(bytes.substr(0, size));
         int number = 7;
@@ -280,17 +246,11 @@ TEST_F(TaggedValues, FailWhereTheDataEnds) {
         V_String text = "old", longText = "old";
         bool flag = false;
         EXPECT_THROW(file >> number >> natural >> real >> text >> longText >> flag, Overreading *) << size;
-        if (size < 5) {
-            EXPECT_EQ(number, 0);
-        } else if (size < 10) {
-            EXPECT_EQ(natural, 0u);
-        } else if (size < 19) {
-            EXPECT_EQ(real, 7);
-        } else if (size < 28) {
-            EXPECT_EQ(text, V_String(size < 22 ? 0 : 6, '\0'));
-        } else if (size < 232) {
-            EXPECT_EQ(longText, V_String(size < 32 ? 0 : 200, '\0'));
-        }
+        EXPECT_EQ(number, size < 5 ? 0 : INT_MIN);
+        EXPECT_EQ(natural, size < 5 ? 7u : size < 10 ? 0u : UINT_MAX);
+        EXPECT_EQ(real, size < 19 ? 7 : 1);
+        EXPECT_EQ(text, size < 19 ? "old" : size < 28 ? V_String(size < 22 ? 0 : 6, '\0') : "abcdef");
+        EXPECT_EQ(longText, size < 28 ? "old" : size < 32 ? "" : V_String(200, size < 232 ? '\0' : 'x'));
     }
 }
 
@@ -320,24 +280,16 @@ TEST_F(TaggedValues, DoNotTrustAnAnnouncedLength) {
 
 TEST_F(TaggedValues, LetClientsAddTypesOfTheirOwn) {
     constexpr auto clientTag = static_cast<V_MemoryFile::BasicType>(28);
-    struct Pair {
-        std::uint8_t bytes[100];
-    };
     struct ClientFile : V_MemoryFile {
-        void put(const Pair &pair) { writeTagged(clientTag, &pair, sizeof pair); }
-        void get(Pair &pair) { readTagged(clientTag, &pair, sizeof pair); }
+        void put(const char (&value)[100]) { writeTagged(clientTag, value, sizeof value); }
+        void get(char (&value)[100]) { readTagged(clientTag, value, sizeof value); }
     } file;
-    Pair pair{{1, 2, 3}}, back{};
-    file.put(pair);
-    EXPECT_EQ(file.getSize(), 101u);
+    char value[100] = "value", back[100] = {}, c = 0;
+    file.put(value);
+    EXPECT_EQ(bytesOf(file), '\x1C' + std::string(value, sizeof value));
     file.toRead();
     file.get(back);
-    EXPECT_EQ(std::memcmp(&pair, &back, sizeof pair), 0);
+    EXPECT_EQ(std::memcmp(value, back, sizeof value), 0);
     file.toRead();
-    EXPECT_THROW(
-        {
-            char c;
-            file >> c;
-        },
-        DataError *);
+    EXPECT_THROW(file >> c, DataError *);
 }

@@ -15,7 +15,7 @@ void put(std::string &out, std::uint32_t value, int size = 4) {
 } // namespace
 
 std::string scrambledPlainly(std::string bytes, std::uint32_t seed) {
-    std::int64_t state = static_cast<std::int32_t>(seed == 0 ? 1 : seed);
+    std::int64_t state = static_cast<std::int32_t>(seed);
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         state = 171 * (state % 177) - 2 * (state / 177);
         const auto mixed = static_cast<std::uint8_t>((static_cast<std::uint8_t>(bytes[i]) - state) ^
@@ -104,8 +104,10 @@ std::string ArchiveBuilder::bytes() const {
     };
     header[HeaderCRC] += crcPlainly(encoded()); // 0 unless adjusted
     const std::string plain = encoded();
-    return plain.substr(0, 8) + scrambledPlainly(plain.substr(8), seed) + scrambledPlainly(fileInfo, seed) +
-           scrambledPlainly(dirInfo, seed) + data;
+    const auto scrambled = [this](const std::string &part) {
+        return scrambledPlainly(part, seed ? seed : 1);
+    };
+    return plain.substr(0, 8) + scrambled(plain.substr(8)) + scrambled(fileInfo) + scrambled(dirInfo) + data;
 }
 
 void ArchiveBuilder::write(const std::filesystem::path &path) const {

@@ -57,7 +57,7 @@ class ArchiveBuilder {
     std::function<void(Header &)> adjustHeader;
 };
 
-/// The format's transform and checksum, byte by byte and bit by bit. A seed of 0 counts as 1.
+/// The format's transform and checksum, byte by byte and bit by bit.
 std::string scrambledPlainly(std::string bytes, std::uint32_t seed);
 std::uint32_t crcPlainly(const std::string &bytes);
 /// A container of the LZSS format.

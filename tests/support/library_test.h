@@ -66,6 +66,17 @@ class LibraryTest : public ::testing::Test {
         return text;
     }
 
+    /// Counted allocations that have not been released.
+    static int outstanding() { return V_Memory::getNewCount() - V_Memory::getDeleteCount(); }
+
+    /// After a failed allocation no more is outstanding than `atRest`. The counters count that one, too, for
+    /// which there is no release; it is written off.
+    static void expectAllReleased(int atRest) {
+        const int left = outstanding() - atRest;
+        EXPECT_TRUE(left == 0 || left == 1) << left;
+        V_Memory::sm_iDeleteCount += left;
+    }
+
   private:
     TemporaryDirectory m_root;
     std::unique_ptr<V_VantorInit> m_pLibrary;

@@ -21,17 +21,17 @@ const Bytes &code(sample::Kind kind) {
         out.resize(vl::lzssEncode(data.data(), static_cast<std::uint32_t>(data.size()), out.data()));
         return out;
     };
-    static const Bytes all[] = {encoded(sample::kText), encoded(sample::kProgram), encoded(sample::kRandom)};
+    static const Bytes all[] = {encoded(sample::Text), encoded(sample::Program), encoded(sample::Random)};
     return all[kind];
 }
 
 void report(benchmark::State &state) {
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * sample::kSize));
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * sample::sampleSize));
 }
 
 void decodeWhole(benchmark::State &state, sample::Kind kind) {
     const Bytes &in = code(kind);
-    Bytes out(sample::kSize);
+    Bytes out(sample::sampleSize);
     for (auto _ : state)
         if (!vl::lzssDecode(in.data(), in.size(), out.data(), out.size()))
             state.SkipWithError("damaged");
@@ -42,16 +42,16 @@ void decodeWhole(benchmark::State &state, sample::Kind kind) {
 
 // As a file stream does: 64 KiB of code at a time, the client reading 64 KiB at a time.
 void decodeStream(benchmark::State &state, sample::Kind kind) {
-    constexpr std::size_t kBlock = 64 << 10;
+    constexpr std::size_t blockSize = 64 << 10;
     const Bytes &in = code(kind);
-    Bytes out(sample::kSize);
+    Bytes out(sample::sampleSize);
     for (auto _ : state) {
         vl::LzssStreamDecoder decoder;
         std::size_t read = 0;
         std::size_t produced = 0;
         while (produced < out.size()) {
-            const std::size_t blockLeft = std::min(kBlock - read % kBlock, in.size() - read);
-            const std::size_t wanted = std::min(kBlock - produced % kBlock, out.size() - produced);
+            const std::size_t blockLeft = std::min(blockSize - read % blockSize, in.size() - read);
+            const std::size_t wanted = std::min(blockSize - produced % blockSize, out.size() - produced);
             const auto progress = decoder.decode(in.data() + read, blockLeft, out.data() + produced, wanted);
             read += progress.consumed;
             produced += progress.produced;
@@ -64,7 +64,7 @@ void decodeStream(benchmark::State &state, sample::Kind kind) {
 
 void decodePlainRing(benchmark::State &state, sample::Kind kind) {
     const Bytes &in = code(kind);
-    Bytes out(sample::kSize);
+    Bytes out(sample::sampleSize);
     bool whole = false;
     for (auto _ : state)
         benchmark::DoNotOptimize(plain::decode(in.data(), in.size(), out.data(), out.size(), whole));
@@ -120,9 +120,10 @@ int main(int count, char **arguments) {
         {"encode/vl", encode},
         {"encode/plain_tree", encodePlainTree},
     };
-    for (const sample::Kind kind : {sample::kText, sample::kProgram, sample::kRandom})
+    for (const sample::Kind kind : {sample::Text, sample::Program, sample::Random})
         for (const auto &[name, run] : subjects)
-            benchmark::RegisterBenchmark((std::string(name) + "/" + sample::kNames[kind]).c_str(), run, kind)
+            benchmark::RegisterBenchmark((std::string(name) + "/" + sample::kindNames[kind]).c_str(), run,
+                                         kind)
                 ->Unit(benchmark::kMillisecond);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();

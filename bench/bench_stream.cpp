@@ -33,14 +33,14 @@ struct Fixture {
     Fixture() {
         Sys->ceaseVerbose(1);
         ArchiveBuilder builder;
-        for (const sample::Kind kind : {sample::kText, sample::kProgram, sample::kRandom}) {
+        for (const sample::Kind kind : {sample::Text, sample::Program, sample::Random}) {
             const std::vector<std::uint8_t> &data = sample::data(kind);
             const std::string content(data.begin(), data.end());
-            if (kind == sample::kText) {
+            if (kind == sample::Text) {
                 builder.add("\\stored", content);
                 std::ofstream(plain, std::ios::binary) << content;
             }
-            builder.add(std::string("\\") + sample::kNames[kind], content);
+            builder.add(std::string("\\") + sample::kindNames[kind], content);
             void *packed = File->compress(content.data(), static_cast<unsigned int>(content.size()));
             std::uint32_t packedSize;
             std::memcpy(&packedSize, static_cast<char *>(packed) + 8, 4);
@@ -62,12 +62,12 @@ const Fixture &fixture() {
 }
 
 void expectAll(std::size_t read) {
-    if (read != sample::kSize)
+    if (read != sample::sampleSize)
         std::abort();
 }
 
 void count(benchmark::State &state) {
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(sample::kSize));
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(sample::sampleSize));
 }
 
 void readStream(benchmark::State &state, const char *name, int bufferSize, unsigned int blockSize) {
@@ -104,7 +104,7 @@ void readPlain(benchmark::State &state, int bufferSize, unsigned int blockSize) 
 
 void loadWhole(benchmark::State &state, const char *name) {
     fixture();
-    std::vector<char> buffer(sample::kSize);
+    std::vector<char> buffer(sample::sampleSize);
     for (auto _ : state) {
         File->load(buffer.data(), name, static_cast<unsigned int>(buffer.size()));
         benchmark::DoNotOptimize(buffer.data());

@@ -26,7 +26,7 @@ std::vector<std::uint8_t> headers() {
     std::vector<std::uint8_t> all;
     for (const fs::path &file : files) {
         append(all, file);
-        if (all.size() >= kSize)
+        if (all.size() >= sampleSize)
             break;
     }
     return all;
@@ -35,22 +35,22 @@ std::vector<std::uint8_t> headers() {
 std::vector<std::uint8_t> program() {
     std::vector<std::uint8_t> all;
     for (const char *file : {"/usr/bin/gdb", "/usr/bin/cmake", "/proc/self/exe"})
-        if (all.size() < kSize)
+        if (all.size() < sampleSize)
             append(all, file);
     return all;
 }
 
 std::vector<std::uint8_t> random() {
     std::mt19937_64 generator(1);
-    std::vector<std::uint8_t> all(kSize);
+    std::vector<std::uint8_t> all(sampleSize);
     std::generate(all.begin(), all.end(), [&] { return static_cast<std::uint8_t>(generator() >> 56); });
     return all;
 }
 
 std::vector<std::uint8_t> cut(std::vector<std::uint8_t> all) {
-    while (all.size() < kSize)
-        all.insert(all.end(), all.begin(), all.begin() + std::min(all.size(), kSize - all.size()));
-    all.resize(kSize);
+    while (all.size() < sampleSize)
+        all.insert(all.end(), all.begin(), all.begin() + std::min(all.size(), sampleSize - all.size()));
+    all.resize(sampleSize);
     return all;
 }
 

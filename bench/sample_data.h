@@ -7,10 +7,10 @@
 
 namespace sample {
 
-inline constexpr std::size_t kSize = 8 << 20;
+inline constexpr std::size_t sampleSize = 8 << 20;
 
-enum Kind { kText, kProgram, kRandom };
-inline constexpr const char *kNames[] = {"text", "program", "random"};
+enum Kind { Text, Program, Random };
+inline constexpr const char *kindNames[] = {"text", "program", "random"};
 
 /// C and C++ headers under /usr/include in path order; this program's own file; bytes of a fixed generator.
 /// Whatever is too short is repeated. Read once and kept.

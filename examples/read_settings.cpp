@@ -87,7 +87,7 @@ Vehicle readVehicle(V_Script &script) {
 void print(const Vehicle &vehicle) {
     std::printf("%s: class %c, %.1f kg, centre (%g, %g, %g), color %06x\n", vehicle.name, vehicle.grade,
                 vehicle.mass, vehicle.centre.x, vehicle.centre.y, vehicle.centre.z, vehicle.color);
-    std::printf("  engine: %g kW, %d gears, %s; lamps: %u\n", vehicle.power, vehicle.gears,
+    std::printf("  engine: %g w, %d gears, %s; lamps: %u\n", vehicle.power, vehicle.gears,
                 vehicle.turbo ? "turbo" : "no turbo", vehicle.lamps);
     for (const Wheel &wheel : vehicle.wheels)
         std::printf("  wheel at (%g, %g, %g), steering %g, grip %.0f%%\n", wheel.position.x, wheel.position.y,

@@ -39,15 +39,15 @@ struct Source {
 bool decode(const V_File::VASFileEntry &entry, const std::uint8_t *block, std::uint8_t *out,
             unsigned int room) {
     vl::LzssHeader header;
-    if (entry.storedSize < vl::kLzssHeaderSize || !vl::lzssReadHeader(block, header) ||
-        header.size != entry.size || header.packedSize != entry.storedSize - vl::kLzssHeaderSize)
+    if (entry.storedSize < vl::lzssHeaderSize || !vl::lzssReadHeader(block, header) ||
+        header.size != entry.size || header.packedSize != entry.storedSize - vl::lzssHeaderSize)
         return false;
     if (header.size == 0) // some writers pack an item even when there is nothing to pack
         return true;
     if (!vl::lzssCanHold(header.size, header.packedSize))
         return false;
 
-    const std::uint8_t *code = block + vl::kLzssHeaderSize;
+    const std::uint8_t *code = block + vl::lzssHeaderSize;
     if (room >= header.size)
         return vl::lzssDecode(code, header.packedSize, out, header.size);
     const Bytes whole(vl::allocateArray<std::uint8_t>(header.size));

@@ -16,22 +16,22 @@
 namespace vl {
 namespace {
 
-constexpr std::uint32_t kPolynomial = 0xEDB88320; // bit 31 is x^0
+constexpr std::uint32_t polynomial = 0xEDB88320; // bit 31 is x^0
 
 // One bit on: the register times x, modulo the polynomial.
-constexpr std::uint32_t timesX(std::uint32_t value) { return value >> 1 ^ (value & 1 ? kPolynomial : 0); }
+constexpr std::uint32_t timesX(std::uint32_t value) { return value >> 1 ^ (value & 1 ? polynomial : 0); }
 
-constexpr std::size_t kSlices = 16;
+constexpr std::size_t slices = 16;
 
 // Table k takes a byte that k further bytes follow.
-constexpr auto kTables = [] {
-    std::array<std::array<std::uint32_t, 256>, kSlices> tables{};
+constexpr auto sliceTables = [] {
+    std::array<std::array<std::uint32_t, 256>, slices> tables{};
     for (std::uint32_t i = 0; i < 256; ++i) {
         tables[0][i] = i;
         for (int bit = 0; bit < 8; ++bit)
             tables[0][i] = timesX(tables[0][i]);
     }
-    for (std::size_t k = 1; k < kSlices; ++k)
+    for (std::size_t k = 1; k < slices; ++k)
         for (std::size_t i = 0; i < 256; ++i)
             tables[k][i] = tables[k - 1][i] >> 8 ^ tables[0][tables[k - 1][i] & 0xFF];
     return tables;
@@ -39,15 +39,15 @@ constexpr auto kTables = [] {
 
 // `crc` here and below is the bare register, without the inversions at start and end.
 std::uint32_t updateSliced(std::uint32_t crc, const std::uint8_t *bytes, std::size_t size) {
-    for (; size >= kSlices; bytes += kSlices, size -= kSlices) {
+    for (; size >= slices; bytes += slices, size -= slices) {
         const std::uint32_t words[4] = {crc ^ loadLe32(bytes), loadLe32(bytes + 4), loadLe32(bytes + 8),
                                         loadLe32(bytes + 12)};
         crc = 0;
-        for (std::size_t i = 0; i < kSlices; ++i)
-            crc ^= kTables[kSlices - 1 - i][words[i / 4] >> i % 4 * 8 & 0xFF];
+        for (std::size_t i = 0; i < slices; ++i)
+            crc ^= sliceTables[slices - 1 - i][words[i / 4] >> i % 4 * 8 & 0xFF];
     }
     for (; size > 0; ++bytes, --size)
-        crc = crc >> 8 ^ kTables[0][(crc ^ *bytes) & 0xFF];
+        crc = crc >> 8 ^ sliceTables[0][(crc ^ *bytes) & 0xFF];
     return crc;
 }
 
@@ -75,7 +75,7 @@ VL_CARRYLESS inline __m128i load(const std::uint8_t *bytes) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i *>(bytes));
 }
 
-constexpr std::size_t kCarrylessMinimum = 64;
+constexpr std::size_t carrylessMinimum = 64;
 
 // At least 64 bytes: four accumulators of 128 bits, folded 64 bytes on at each step, then into one another;
 // the tables reduce the last 128 bits.
@@ -114,7 +114,7 @@ bool hasCarryless() {
 std::uint32_t crc32(const void *data, std::size_t size, std::uint32_t previous) {
 #ifdef VL_CRC32_CARRYLESS
     static const bool sm_bCarryless = hasCarryless();
-    if (size >= kCarrylessMinimum && sm_bCarryless)
+    if (size >= carrylessMinimum && sm_bCarryless)
         return ~updateCarryless(~previous, static_cast<const std::uint8_t *>(data), size);
 #endif
     return crc32Sliced(data, size, previous);

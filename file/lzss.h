@@ -26,14 +26,14 @@
 
 namespace vl {
 
-inline constexpr unsigned kLzssRingSize = 4096;
-inline constexpr unsigned kLzssLongestMatch = 18;
-inline constexpr unsigned kLzssThreshold = 2; // a match this short costs as much as its literals
-inline constexpr unsigned kLzssFirstPosition = kLzssRingSize - kLzssLongestMatch;
-inline constexpr std::uint8_t kLzssInitialFill = 0x20;
+inline constexpr unsigned lzssRingSize = 4096;
+inline constexpr unsigned lzssLongestMatch = 18;
+inline constexpr unsigned lzssThreshold = 2; // a match this short costs as much as its literals
+inline constexpr unsigned lzssFirstPosition = lzssRingSize - lzssLongestMatch;
+inline constexpr std::uint8_t lzssInitialFill = 0x20;
 
-inline constexpr std::size_t kLzssHeaderSize = 12;
-inline constexpr char kLzssMagic[] = "VA->";
+inline constexpr std::size_t lzssHeaderSize = 12;
+inline constexpr char lzssMagic[] = "VA->";
 
 /// The fields of a container's header.
 struct LzssHeader {
@@ -59,7 +59,7 @@ constexpr bool lzssCanHold(std::uint32_t size, std::uint32_t packedSize) { retur
 std::uint64_t lzssBound(std::uint32_t size);
 
 /// Compresses `size` bytes to a code stream (no header) at `out`, which has room for lzssBound(size) -
-/// kLzssHeaderSize bytes, and returns the number of code bytes: 0 for no data, and possibly more than a
+/// lzssHeaderSize bytes, and returns the number of code bytes: 0 for no data, and possibly more than a
 /// header's `packedSize` holds (incompressible data from 3817748707 bytes on), which the caller must refuse.
 /// Allocates nothing: the ring and the tree are one static object, so calls must not overlap.
 std::uint64_t lzssEncode(const std::uint8_t *data, std::uint32_t size, std::uint8_t *out);
@@ -104,7 +104,7 @@ class LzssStreamDecoder {
         std::size_t outSize;
     };
 
-    template <bool kEarly>
+    template <bool Early>
     void decodeGroups(Cursor &cursor) const;
     void decodeItems(Cursor &cursor);
     void copyMatch(Cursor &cursor, unsigned position, std::size_t count) const;
@@ -112,7 +112,7 @@ class LzssStreamDecoder {
 
     // The last 4096 bytes before the current call; positions 4096 on mirror the first ones, so that the
     // longest match can be read without wrapping.
-    std::uint8_t m_ring[kLzssRingSize + kLzssLongestMatch - 1];
+    std::uint8_t m_ring[lzssRingSize + lzssLongestMatch - 1];
     unsigned m_uPosition;      // ring position of the next byte
     unsigned m_uFlags;         // flag bits to come below a sentinel bit; 1 when a flag byte is due
     unsigned m_uMatchPosition; // of the match under way

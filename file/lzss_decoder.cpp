@@ -16,34 +16,34 @@
 namespace vl {
 namespace {
 
-constexpr unsigned kMask = kLzssRingSize - 1;
-constexpr std::size_t kWide = 16;
+constexpr unsigned ringMask = lzssRingSize - 1;
+constexpr std::size_t wideCopy = 16;
 
 // What the fixed-width copies of one group may touch: a flag byte, eight pairs and what a literal's copy
 // reads beyond its byte; eight longest matches.
-constexpr std::size_t kGroupInput = 1 + 8 * 2 + kLzssLongestMatch;
-constexpr std::size_t kGroupOutput = 8 * kLzssLongestMatch + kLzssLongestMatch;
+constexpr std::size_t groupInput = 1 + 8 * 2 + lzssLongestMatch;
+constexpr std::size_t groupOutput = 8 * lzssLongestMatch + lzssLongestMatch;
 
 // Copies 18 bytes, correct also when `to` lies 16 or more bytes behind `from` and overlaps it.
 inline void copyLongest(std::uint8_t *to, const std::uint8_t *from) {
-    std::uint8_t wide[kWide];
-    std::memcpy(wide, from, kWide);
-    std::memcpy(to, wide, kWide);
+    std::uint8_t wide[wideCopy];
+    std::memcpy(wide, from, wideCopy);
+    std::memcpy(to, wide, wideCopy);
     std::uint8_t rest[2];
-    std::memcpy(rest, from + kWide, 2);
-    std::memcpy(to + kWide, rest, 2);
+    std::memcpy(rest, from + wideCopy, 2);
+    std::memcpy(to + wideCopy, rest, 2);
 }
 
 // 0x01 in every `distance`-th byte: multiplying repeats a pattern of that many bytes over all eight.
-constexpr std::uint64_t kRepeat[8] = {0,
-                                      0x0101010101010101,
-                                      0x0001000100010001,
-                                      0x0001000001000001,
-                                      0x0000000100000001,
-                                      0x0000010000000001,
-                                      0x0001000000000001,
-                                      0x0100000000000001};
-constexpr std::uint8_t kStep[8] = {0, 8, 8, 6, 8, 5, 6, 7}; // the largest multiple of a distance up to 8
+constexpr std::uint64_t repeatOf[8] = {0,
+                                       0x0101010101010101,
+                                       0x0001000100010001,
+                                       0x0001000001000001,
+                                       0x0000000100000001,
+                                       0x0000010000000001,
+                                       0x0001000000000001,
+                                       0x0100000000000001};
+constexpr std::uint8_t stepOf[8] = {0, 8, 8, 6, 8, 5, 6, 7}; // the largest multiple of a distance up to 8
 
 // Writes the 18 (or a few more, up to 24) bytes at `to` that repeat the `distance` (1 to 15) bytes before it.
 inline void repeatPattern(std::uint8_t *to, std::size_t distance) {
@@ -55,8 +55,8 @@ inline void repeatPattern(std::uint8_t *to, std::size_t distance) {
         }
     } else {
         const std::uint64_t pattern = loadLe64(to - distance) & ((std::uint64_t{1} << 8 * distance) - 1);
-        const std::uint64_t eight = pattern * kRepeat[distance];
-        const std::size_t step = kStep[distance];
+        const std::uint64_t eight = pattern * repeatOf[distance];
+        const std::size_t step = stepOf[distance];
         storeLe64(to, eight);
         storeLe64(to + step, eight);
         storeLe64(to + 2 * step, eight);
@@ -66,8 +66,8 @@ inline void repeatPattern(std::uint8_t *to, std::size_t distance) {
 } // namespace
 
 void LzssStreamDecoder::reset() {
-    std::fill(std::begin(m_ring), std::end(m_ring), kLzssInitialFill);
-    m_uPosition = kLzssFirstPosition;
+    std::fill(std::begin(m_ring), std::end(m_ring), lzssInitialFill);
+    m_uPosition = lzssFirstPosition;
     m_uFlags = 1;
     m_uMatchPosition = 0;
     m_uMatchLeft = 0;
@@ -77,16 +77,16 @@ void LzssStreamDecoder::reset() {
 
 // Decodes groups of eight while both buffers have room for any group. Only between groups. The early form
 // asks of every match whether it begins before this call; from 4096 bytes on none can.
-template <bool kEarly>
+template <bool Early>
 void LzssStreamDecoder::decodeGroups(Cursor &cursor) const {
     const std::uint8_t *in = cursor.in;
     std::uint8_t *const out = cursor.out;
     std::size_t produced = cursor.produced;
-    if (cursor.outSize < kGroupOutput || static_cast<std::size_t>(cursor.inEnd - in) < kGroupInput)
+    if (cursor.outSize < groupOutput || static_cast<std::size_t>(cursor.inEnd - in) < groupInput)
         return;
-    const std::uint8_t *const lastIn = cursor.inEnd - kGroupInput;
-    const std::size_t last = kEarly ? std::min<std::size_t>(cursor.outSize - kGroupOutput, kLzssRingSize - 1)
-                                    : cursor.outSize - kGroupOutput;
+    const std::uint8_t *const lastIn = cursor.inEnd - groupInput;
+    const std::size_t last = Early ? std::min<std::size_t>(cursor.outSize - groupOutput, lzssRingSize - 1)
+                                   : cursor.outSize - groupOutput;
     const unsigned bias = m_uPosition - 1;
     while (in <= lastIn && produced <= last) {
         unsigned flags = *in++;
@@ -102,17 +102,17 @@ void LzssStreamDecoder::decodeGroups(Cursor &cursor) const {
             const std::size_t match = static_cast<std::size_t>(flags & 1) - 1;
             const unsigned pair = loadLe16(in);
             const unsigned position = (pair & 0xFF) | (pair >> 4 & 0xF00);
-            const std::size_t distance = ((static_cast<unsigned>(produced) + bias - position) & kMask) + 1;
-            const std::size_t length = 1 + (((pair >> 8 & 0x0F) + kLzssThreshold) & match);
+            const std::size_t distance = ((static_cast<unsigned>(produced) + bias - position) & ringMask) + 1;
+            const std::size_t length = 1 + (((pair >> 8 & 0x0F) + lzssThreshold) & match);
             std::uint8_t *const to = out + produced;
-            if (kEarly && distance > produced && match) {
-                if (distance - produced >= kLzssLongestMatch) {
+            if (Early && distance > produced && match) {
+                if (distance - produced >= lzssLongestMatch) {
                     copyLongest(to, m_ring + position);
                 } else {
                     Cursor crossing{in, in, out, produced, cursor.outSize};
                     copyMatch(crossing, position, length);
                 }
-            } else if (distance < kWide && match) [[unlikely]] {
+            } else if (distance < wideCopy && match) [[unlikely]] {
                 repeatPattern(to, distance);
             } else {
                 const std::uintptr_t from = (reinterpret_cast<std::uintptr_t>(to - distance) & match) |
@@ -131,10 +131,10 @@ void LzssStreamDecoder::decodeGroups(Cursor &cursor) const {
 // Produces `count` bytes of a match, wherever they come from.
 void LzssStreamDecoder::copyMatch(Cursor &cursor, unsigned position, std::size_t count) const {
     const std::size_t distance =
-        ((static_cast<unsigned>(cursor.produced) + m_uPosition - 1 - position) & kMask) + 1;
+        ((static_cast<unsigned>(cursor.produced) + m_uPosition - 1 - position) & ringMask) + 1;
     for (; count > 0; --count, ++cursor.produced)
-        cursor.out[cursor.produced] =
-            distance > cursor.produced ? m_ring[position++ & kMask] : cursor.out[cursor.produced - distance];
+        cursor.out[cursor.produced] = distance > cursor.produced ? m_ring[position++ & ringMask]
+                                                                 : cursor.out[cursor.produced - distance];
 }
 
 // Decodes item by item until the output is full or the input used up.
@@ -143,13 +143,13 @@ void LzssStreamDecoder::decodeItems(Cursor &cursor) {
         if (m_uMatchLeft > 0) {
             const std::size_t count = std::min<std::size_t>(m_uMatchLeft, cursor.outSize - cursor.produced);
             copyMatch(cursor, m_uMatchPosition, count);
-            m_uMatchPosition = (m_uMatchPosition + static_cast<unsigned>(count)) & kMask;
+            m_uMatchPosition = (m_uMatchPosition + static_cast<unsigned>(count)) & ringMask;
             m_uMatchLeft -= static_cast<unsigned>(count);
         }
         if (m_uFlags == 1) {
-            if (cursor.produced < kLzssRingSize)
+            if (cursor.produced < lzssRingSize)
                 decodeGroups<true>(cursor);
-            if (cursor.produced >= kLzssRingSize)
+            if (cursor.produced >= lzssRingSize)
                 decodeGroups<false>(cursor);
         }
         if (cursor.produced == cursor.outSize || cursor.in == cursor.inEnd)
@@ -167,7 +167,7 @@ void LzssStreamDecoder::decodeItems(Cursor &cursor) {
             continue;
         } else {
             m_uMatchPosition = m_uPairFirst | (byte & 0xF0u) << 4;
-            m_uMatchLeft = (byte & 0x0Fu) + kLzssThreshold + 1;
+            m_uMatchLeft = (byte & 0x0Fu) + lzssThreshold + 1;
             m_bPairBegun = false;
         }
         m_uFlags >>= 1;
@@ -176,15 +176,15 @@ void LzssStreamDecoder::decodeItems(Cursor &cursor) {
 
 // Takes the bytes that a call produced into the ring.
 void LzssStreamDecoder::remember(const std::uint8_t *bytes, std::size_t count) {
-    const std::size_t skipped = count > kLzssRingSize ? count - kLzssRingSize : 0;
-    unsigned position = (m_uPosition + static_cast<unsigned>(skipped)) & kMask;
+    const std::size_t skipped = count > lzssRingSize ? count - lzssRingSize : 0;
+    unsigned position = (m_uPosition + static_cast<unsigned>(skipped)) & ringMask;
     for (std::size_t done = skipped; done < count;) {
-        const std::size_t piece = std::min<std::size_t>(count - done, kLzssRingSize - position);
+        const std::size_t piece = std::min<std::size_t>(count - done, lzssRingSize - position);
         std::memcpy(m_ring + position, bytes + done, piece);
-        position = (position + static_cast<unsigned>(piece)) & kMask;
+        position = (position + static_cast<unsigned>(piece)) & ringMask;
         done += piece;
     }
-    std::memcpy(m_ring + kLzssRingSize, m_ring, kLzssLongestMatch - 1);
+    std::memcpy(m_ring + lzssRingSize, m_ring, lzssLongestMatch - 1);
     m_uPosition = position;
 }
 

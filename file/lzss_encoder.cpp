@@ -22,13 +22,13 @@
 namespace vl {
 namespace {
 
-constexpr unsigned kNil = kLzssRingSize;
-constexpr unsigned kMask = kLzssRingSize - 1;
+constexpr unsigned nil = lzssRingSize;
+constexpr unsigned ringMask = lzssRingSize - 1;
 
 // What a link holds: the node it leads to in the low 16 bits and, above, bytes 1 to 6 of that node's string
 // (byte 0 is the same in all of a tree), big-endian, so that most comparisons need nothing but the link.
 using Link = std::uint64_t;
-constexpr Link kNilLink = kNil;
+constexpr Link nilLink = nil;
 
 constexpr unsigned node(Link link) { return static_cast<std::uint16_t>(link); }
 
@@ -42,15 +42,15 @@ class MatchTree {
   public:
     void initTree();
 
-    // Inserts the kCount strings from ring position r on and finds the longest match for each; among equals
+    // Inserts the Count strings from ring position r on and finds the longest match for each; among equals
     // the one nearest the root. A string equal in all 18 bytes is replaced: the newer position lives longer.
     // Several at once, which must belong to different trees, keep each other from waiting.
-    template <unsigned kCount>
-    void insertNodes(unsigned r, Match (&matches)[kCount]);
+    template <unsigned Count>
+    void insertNodes(unsigned r, Match (&matches)[Count]);
 
     void deleteNode(unsigned p);
 
-    std::uint8_t text_buf[kLzssRingSize + kLzssLongestMatch - 1]; // positions 4096 on mirror 0 to 16
+    std::uint8_t text_buf[lzssRingSize + lzssLongestMatch - 1]; // positions 4096 on mirror 0 to 16
 
   private:
     // A string on its way down.
@@ -71,7 +71,7 @@ class MatchTree {
 
     // Links are numbered: node p owns 2p (left child) and 2p + 1 (right child), the roots follow the nodes.
     // Node 4096 is nil; its links and its dad are written now and then and never matter.
-    static constexpr unsigned kRoots = 2 * (kLzssRingSize + 1);
+    static constexpr unsigned roots = 2 * (lzssRingSize + 1);
     static constexpr unsigned left(unsigned p) { return 2 * p; }
     static constexpr unsigned right(unsigned p) { return 2 * p + 1; }
     void setLink(unsigned slot, Link link) {
@@ -79,23 +79,23 @@ class MatchTree {
         dad[node(link)] = static_cast<std::uint16_t>(slot);
     }
 
-    static constexpr std::uint16_t kNoLink = 0xFFFF;
+    static constexpr std::uint16_t noLink = 0xFFFF;
 
-    Link sons[kRoots + 256];
-    std::uint16_t dad[kLzssRingSize + 1]; // number of the link that leads to each node; kNoLink outside
+    Link sons[roots + 256];
+    std::uint16_t dad[lzssRingSize + 1]; // number of the link that leads to each node; noLink outside
 };
 
 void MatchTree::initTree() {
-    std::fill(sons + left(kNil), sons + kRoots + 256, kNilLink);
-    std::fill(dad, dad + kLzssRingSize, kNoLink);
+    std::fill(sons + left(nil), sons + roots + 256, nilLink);
+    std::fill(dad, dad + lzssRingSize, noLink);
 }
 
 inline MatchTree::Descent MatchTree::start(unsigned r) {
     const std::uint8_t *const key = text_buf + r;
-    const unsigned slot = kRoots + key[0];
-    sons[left(r)] = sons[right(r)] = kNilLink;
+    const unsigned slot = roots + key[0];
+    sons[left(r)] = sons[right(r)] = nilLink;
     return {key, (loadBe64(key + 1) & ~Link{0xFFFF}) | r, slot, sons[slot],
-            0,   std::uint64_t{kLzssRingSize} << 16};
+            0,   std::uint64_t{lzssRingSize} << 16};
 }
 
 // Compares with one node and goes on to its child; at the end of the branch, where the link is nil, nothing
@@ -103,7 +103,7 @@ inline MatchTree::Descent MatchTree::start(unsigned r) {
 // Always inline, so that the descents of one loop stay in registers.
 [[gnu::always_inline]] inline bool MatchTree::step(Descent &descent) {
     const unsigned p = node(descent.link);
-    const bool going = p != kNil;
+    const bool going = p != nil;
     unsigned goRight = descent.own > descent.link;
     const std::uint64_t difference = descent.own ^ descent.link;
     // Shorter matches are written as literals: where they were found does not matter.
@@ -123,13 +123,13 @@ inline MatchTree::Descent MatchTree::start(unsigned r) {
             }
             length += static_cast<unsigned>(std::countl_zero(keyTail ^ textTail)) / 8;
             goRight = keyTail > textTail;
-            if (length == kLzssLongestMatch) {
+            if (length == lzssLongestMatch) {
                 const unsigned r = node(descent.own);
                 setLink(left(r), sons[left(p)]);
                 setLink(right(r), sons[right(p)]);
-                dad[p] = kNoLink;
+                dad[p] = noLink;
                 descent.longest = (std::uint64_t{length} << 32) + p;
-                descent.link = kNilLink;
+                descent.link = nilLink;
                 return false;
             }
         }
@@ -144,14 +144,14 @@ inline MatchTree::Descent MatchTree::start(unsigned r) {
 
 inline Match MatchTree::end(const Descent &descent) {
     setLink(descent.slot, descent.own);
-    return {static_cast<unsigned>(descent.longest >> 32), static_cast<unsigned>(descent.longest & kMask)};
+    return {static_cast<unsigned>(descent.longest >> 32), static_cast<unsigned>(descent.longest & ringMask)};
 }
 
-template <unsigned kCount>
-void MatchTree::insertNodes(unsigned r, Match (&matches)[kCount]) {
-    Descent descents[kCount];
-    for (unsigned i = 0; i < kCount; ++i)
-        descents[i] = start((r + i) & kMask);
+template <unsigned Count>
+void MatchTree::insertNodes(unsigned r, Match (&matches)[Count]) {
+    Descent descents[Count];
+    for (unsigned i = 0; i < Count; ++i)
+        descents[i] = start((r + i) & ringMask);
     bool going;
     do {
         going = false;
@@ -159,26 +159,26 @@ void MatchTree::insertNodes(unsigned r, Match (&matches)[kCount]) {
         for (Descent &descent : descents)
             going |= step(descent);
     } while (going);
-    for (unsigned i = 0; i < kCount; ++i)
+    for (unsigned i = 0; i < Count; ++i)
         matches[i] = end(descents[i]);
 }
 
 void MatchTree::deleteNode(unsigned p) {
     const unsigned slot = dad[p];
-    if (slot == kNoLink)
+    if (slot == noLink)
         return;
     const Link smaller = sons[left(p)];
     const Link greater = sons[right(p)];
-    Link q = node(smaller) == kNil ? greater : smaller;
-    if (node(smaller) != kNil && node(greater) != kNil) {
-        for (Link next; node(next = sons[right(node(q))]) != kNil;)
+    Link q = node(smaller) == nil ? greater : smaller;
+    if (node(smaller) != nil && node(greater) != nil) {
+        for (Link next; node(next = sons[right(node(q))]) != nil;)
             q = next;
         setLink(dad[node(q)], sons[left(node(q))]);
         setLink(left(node(q)), sons[left(p)]); // no longer `smaller` if that was q
         setLink(right(node(q)), greater);
     }
     setLink(slot, q);
-    dad[p] = kNoLink;
+    dad[p] = noLink;
 }
 
 // Turns one match per position into items.
@@ -199,13 +199,13 @@ class ItemWriter {
             m_uMask = 1;
         }
         const unsigned length = std::min(match.length, ahead);
-        if (length <= kLzssThreshold) {
+        if (length <= lzssThreshold) {
             *m_pFlags = static_cast<std::uint8_t>(*m_pFlags | m_uMask);
             *m_pOut++ = byte;
         } else {
             *m_pOut++ = static_cast<std::uint8_t>(match.position);
             *m_pOut++ =
-                static_cast<std::uint8_t>((match.position >> 4 & 0xF0) | (length - kLzssThreshold - 1));
+                static_cast<std::uint8_t>((match.position >> 4 & 0xF0) | (length - lzssThreshold - 1));
             m_uCovered = length - 1;
         }
         m_uMask <<= 1;
@@ -225,14 +225,14 @@ class Encoder {
     std::uint64_t encode(const std::uint8_t *data, std::uint32_t size, std::uint8_t *out);
 
   private:
-    static unsigned after(unsigned position, unsigned count) { return (position + count) & kMask; }
+    static unsigned after(unsigned position, unsigned count) { return (position + count) & ringMask; }
 
     void deleteOldest() {
         tree.deleteNode(s);
         s = after(s, 1);
     }
     bool independent(unsigned count) const;
-    template <unsigned kCount>
+    template <unsigned Count>
     void advance(const std::uint8_t *data, ItemWriter &writer);
 
     MatchTree tree;
@@ -253,36 +253,36 @@ bool Encoder::independent(unsigned count) const {
     return result;
 }
 
-// Takes kCount bytes into the look-ahead and moves on to the positions that become codable.
-template <unsigned kCount>
+// Takes Count bytes into the look-ahead and moves on to the positions that become codable.
+template <unsigned Count>
 void Encoder::advance(const std::uint8_t *data, ItemWriter &writer) {
-    for (unsigned i = 0; i < kCount; ++i) {
+    for (unsigned i = 0; i < Count; ++i) {
         tree.text_buf[s] = data[i];
-        if (s < kLzssLongestMatch - 1)
-            tree.text_buf[s + kLzssRingSize] = data[i];
+        if (s < lzssLongestMatch - 1)
+            tree.text_buf[s + lzssRingSize] = data[i];
         deleteOldest();
     }
-    Match matches[kCount];
+    Match matches[Count];
     tree.insertNodes(after(r, 1), matches);
     for (const Match &match : matches) {
         r = after(r, 1);
-        writer.position(tree.text_buf[r], match, kLzssLongestMatch);
+        writer.position(tree.text_buf[r], match, lzssLongestMatch);
     }
 }
 
 std::uint64_t Encoder::encode(const std::uint8_t *data, std::uint32_t size, std::uint8_t *out) {
-    unsigned ahead = std::min(size, kLzssLongestMatch);
+    unsigned ahead = std::min(size, lzssLongestMatch);
     if (ahead == 0)
         return 0;
     const std::uint8_t *const end = data + size;
     s = 0;
-    r = kLzssFirstPosition;
+    r = lzssFirstPosition;
     tree.initTree();
-    std::fill(std::begin(tree.text_buf), std::end(tree.text_buf), kLzssInitialFill);
+    std::fill(std::begin(tree.text_buf), std::end(tree.text_buf), lzssInitialFill);
     std::memcpy(tree.text_buf + r, data, ahead);
     data += ahead;
     Match match[1];
-    for (unsigned i = 1; i <= kLzssLongestMatch; ++i)
+    for (unsigned i = 1; i <= lzssLongestMatch; ++i)
         tree.insertNodes(r - i, match);
     tree.insertNodes(r, match);
     ItemWriter writer(out);
@@ -315,13 +315,13 @@ Encoder sm_encoder;
 } // namespace
 
 void lzssWriteHeader(std::uint8_t *container, const LzssHeader &header) {
-    std::memcpy(container, kLzssMagic, 4);
+    std::memcpy(container, lzssMagic, 4);
     storeLe32(container + 4, header.size);
     storeLe32(container + 8, header.packedSize);
 }
 
 bool lzssReadHeader(const std::uint8_t *container, LzssHeader &header) {
-    if (std::memcmp(container, kLzssMagic, 4) != 0)
+    if (std::memcmp(container, lzssMagic, 4) != 0)
         return false;
     header = {loadLe32(container + 4), loadLe32(container + 8)};
     return true;

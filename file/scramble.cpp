@@ -14,41 +14,41 @@
 namespace vl {
 namespace {
 
-constexpr int kModulus = 30269;
-constexpr unsigned kCycleLength = kModulus - 1;
-constexpr unsigned kPeriod = 640; // of mask (128) and rotation (5) together
-constexpr unsigned kBlock = 64;   // bytes transformed at once
+constexpr int modulus = 30269;
+constexpr unsigned cycleLength = modulus - 1;
+constexpr unsigned period = 640;   // of mask (128) and rotation (5) together
+constexpr unsigned blockSize = 64; // bytes transformed at once
 
 // The cycle from state 1 on, continued beyond its end so that a block never wraps, and where each residue
 // lies.
 struct Cycle {
-    std::int16_t state[kCycleLength + kBlock + 1];
-    std::uint16_t indexOf[kModulus];
+    std::int16_t state[cycleLength + blockSize + 1];
+    std::uint16_t indexOf[modulus];
 
     constexpr Cycle() : state(), indexOf() {
         std::int32_t s = 1;
-        for (unsigned i = 0; i < kCycleLength + kBlock + 1; ++i) {
+        for (unsigned i = 0; i < cycleLength + blockSize + 1; ++i) {
             state[i] = static_cast<std::int16_t>(s);
-            if (i < kCycleLength)
+            if (i < cycleLength)
                 indexOf[residue(s)] = static_cast<std::uint16_t>(i);
             s = scrambleStep(s);
         }
     }
 
     static constexpr unsigned residue(std::int32_t s) {
-        return static_cast<unsigned>((s % kModulus + kModulus) % kModulus);
+        return static_cast<unsigned>((s % modulus + modulus) % modulus);
     }
 };
 
 // Mask and rotation by index modulo 640, continued like the cycle.
 struct Pattern {
-    std::uint8_t mask[kPeriod + kBlock];
-    std::uint16_t left[kPeriod + kBlock];  // 1 << rotation
-    std::uint16_t right[kPeriod + kBlock]; // 1 << (8 - rotation)
+    std::uint8_t mask[period + blockSize];
+    std::uint16_t left[period + blockSize];  // 1 << rotation
+    std::uint16_t right[period + blockSize]; // 1 << (8 - rotation)
 
     constexpr Pattern() : mask(), left(), right() {
-        for (unsigned i = 0; i < kPeriod + kBlock; ++i) {
-            const unsigned rotation = i % kPeriod % 5;
+        for (unsigned i = 0; i < period + blockSize; ++i) {
+            const unsigned rotation = i % period % 5;
             mask[i] = static_cast<std::uint8_t>((i + 3) * 6);
             left[i] = static_cast<std::uint16_t>(1u << rotation);
             right[i] = static_cast<std::uint16_t>(1u << (8 - rotation));
@@ -56,9 +56,9 @@ struct Pattern {
     }
 };
 
-constexpr Cycle kCycle;
-constexpr Pattern kPattern;
-static_assert(kCycle.state[kCycleLength] == kCycle.state[0], "the cycle closes");
+constexpr Cycle cycle;
+constexpr Pattern pattern;
+static_assert(cycle.state[cycleLength] == cycle.state[0], "the cycle closes");
 
 constexpr std::uint8_t byte(unsigned value) { return static_cast<std::uint8_t>(value); }
 constexpr std::uint16_t word(unsigned value) { return static_cast<std::uint16_t>(value); }
@@ -66,7 +66,7 @@ constexpr std::uint16_t word(unsigned value) { return static_cast<std::uint16_t>
 // A byte rotated by n is the high or the low byte of it times 1 << n; multiplication, unlike shifting by a
 // different count per byte, exists in wide registers everywhere.
 struct Scramble {
-    static constexpr const std::uint16_t *kFactors = kPattern.right;
+    static constexpr const std::uint16_t *factors = pattern.right;
     static std::uint8_t apply(unsigned plain, unsigned key, unsigned mask, unsigned factor) {
         const std::uint16_t turned = word((byte(plain - key) ^ mask) * factor);
         return byte(turned | turned >> 8);
@@ -74,7 +74,7 @@ struct Scramble {
 };
 
 struct Unscramble {
-    static constexpr const std::uint16_t *kFactors = kPattern.left;
+    static constexpr const std::uint16_t *factors = pattern.left;
     static std::uint8_t apply(unsigned stored, unsigned key, unsigned mask, unsigned factor) {
         const std::uint16_t turned = word(stored * factor);
         return byte((byte(turned | turned >> 8) ^ mask) + key);
@@ -85,15 +85,15 @@ struct Unscramble {
 // source and target are apart.
 template <typename Transform>
 void transformBlock(const std::uint8_t *source, std::uint8_t *target, unsigned phase, unsigned index) {
-    const std::int16_t *const keys = kCycle.state + index;
-    const std::uint8_t *const masks = kPattern.mask + phase;
-    const std::uint16_t *const factors = Transform::kFactors + phase;
-    std::uint8_t in[kBlock];
-    std::uint8_t out[kBlock];
-    std::memcpy(in, source, kBlock);
-    for (int i = 0; i < static_cast<int>(kBlock); ++i)
+    const std::int16_t *const keys = cycle.state + index;
+    const std::uint8_t *const masks = pattern.mask + phase;
+    const std::uint16_t *const factors = Transform::factors + phase;
+    std::uint8_t in[blockSize];
+    std::uint8_t out[blockSize];
+    std::memcpy(in, source, blockSize);
+    for (int i = 0; i < static_cast<int>(blockSize); ++i)
         out[i] = Transform::apply(in[i], static_cast<std::uint16_t>(keys[i]), masks[i], factors[i]);
-    std::memcpy(target, out, kBlock);
+    std::memcpy(target, out, blockSize);
 }
 
 } // namespace
@@ -101,20 +101,20 @@ void transformBlock(const std::uint8_t *source, std::uint8_t *target, unsigned p
 template <typename Transform>
 void Scrambler::run(const std::uint8_t *source, std::uint8_t *target, std::size_t size) {
     while (size > 0) {
-        unsigned index = size < kBlock ? 0 : kCycle.indexOf[Cycle::residue(m_iState)];
-        if (size >= kBlock && kCycle.state[index] == m_iState) {
-            for (; size >= kBlock; size -= kBlock, source += kBlock, target += kBlock) {
+        unsigned index = size < blockSize ? 0 : cycle.indexOf[Cycle::residue(m_iState)];
+        if (size >= blockSize && cycle.state[index] == m_iState) {
+            for (; size >= blockSize; size -= blockSize, source += blockSize, target += blockSize) {
                 transformBlock<Transform>(source, target, m_uPhase, index + 1);
-                m_uPhase = (m_uPhase + kBlock) % kPeriod;
-                index = (index + kBlock) % kCycleLength;
+                m_uPhase = (m_uPhase + blockSize) % period;
+                index = (index + blockSize) % cycleLength;
             }
-            m_iState = kCycle.state[index];
+            m_iState = cycle.state[index];
         }
-        for (std::size_t i = std::min<std::size_t>(size, kBlock); i > 0; --i, --size) {
+        for (std::size_t i = std::min<std::size_t>(size, blockSize); i > 0; --i, --size) {
             m_iState = scrambleStep(m_iState);
-            *target++ = Transform::apply(*source++, static_cast<unsigned>(m_iState), kPattern.mask[m_uPhase],
-                                         Transform::kFactors[m_uPhase]);
-            m_uPhase = m_uPhase + 1 == kPeriod ? 0 : m_uPhase + 1;
+            *target++ = Transform::apply(*source++, static_cast<unsigned>(m_iState), pattern.mask[m_uPhase],
+                                         Transform::factors[m_uPhase]);
+            m_uPhase = m_uPhase + 1 == period ? 0 : m_uPhase + 1;
         }
     }
 }

@@ -24,8 +24,8 @@
 
 namespace vl {
 
-inline constexpr std::size_t kScrambleHeaderSize = 16;
-inline constexpr char kScrambleMagic[] = "VC->";
+inline constexpr std::size_t scrambleHeaderSize = 16;
+inline constexpr char scrambleMagic[] = "VC->";
 
 /// The generator's state after `state`. Defined for every value; 0 stays 0.
 constexpr std::int32_t scrambleStep(std::int32_t state) { return 171 * (state % 177) - 2 * (state / 177); }

@@ -106,15 +106,15 @@ void V_FileStream::openEntry(const vl::StreamSource &source) {
         return;
     }
     if ((entry.method != V_File::METHOD_LZSS && entry.method != V_File::METHOD_LZSS_SCRAMBLED) ||
-        entry.storedSize < vl::kLzssHeaderSize)
+        entry.storedSize < vl::lzssHeaderSize)
         V_throw(V_FileException_FileCorrupted(shared->name));
 
     shared->compressed = true;
     shared->decoder = vl::newCounted<vl::EntryDecoder>(entry);
-    std::uint8_t bytes[vl::kLzssHeaderSize];
+    std::uint8_t bytes[vl::lzssHeaderSize];
     readFile(entry.offset, bytes, sizeof bytes);
     shared->decoder->unscramble(bytes, sizeof bytes);
-    packedLeft -= static_cast<unsigned int>(vl::kLzssHeaderSize);
+    packedLeft -= static_cast<unsigned int>(vl::lzssHeaderSize);
     vl::LzssHeader header;
     if (!vl::lzssReadHeader(bytes, header) || header.size != entry.size || header.packedSize != packedLeft ||
         !vl::lzssCanHold(header.size, header.packedSize))
@@ -341,7 +341,7 @@ void V_FileStream::readWhole(void *out) {
     if (decoder.isScrambled())
         vl::unscrambleArchiveBytes(block.get(), decoder.m_uStoredSize, decoder.m_uSeed);
     if (end != 0 &&
-        !vl::lzssDecode(block.get() + vl::kLzssHeaderSize, decoder.m_uStoredSize - vl::kLzssHeaderSize,
+        !vl::lzssDecode(block.get() + vl::lzssHeaderSize, decoder.m_uStoredSize - vl::lzssHeaderSize,
                         static_cast<std::uint8_t *>(out), end))
         V_throw(V_FileException_FileCorrupted(shared->name));
 }

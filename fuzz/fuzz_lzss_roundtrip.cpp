@@ -9,7 +9,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     const auto size32 = static_cast<std::uint32_t>(size);
-    std::vector<std::uint8_t> code(static_cast<std::size_t>(vl::lzssBound(size32)) - vl::kLzssHeaderSize);
+    std::vector<std::uint8_t> code(static_cast<std::size_t>(vl::lzssBound(size32)) - vl::lzssHeaderSize);
     code.resize(static_cast<std::size_t>(vl::lzssEncode(data, size32, code.data())));
     code.shrink_to_fit();
     if (code != plain::encode(data, size))

@@ -72,7 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *input, std::size_t inp
 
     Bytes stored;
     if (input[0] & 2) {
-        stored.resize(vl::kLzssHeaderSize);
+        stored.resize(vl::lzssHeaderSize);
         vl::lzssWriteHeader(stored.data(), {size, codeSize});
     }
     stored.insert(stored.end(), code, code + codeSize);

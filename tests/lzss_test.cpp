@@ -20,7 +20,7 @@ Bytes bytesOf(const std::string &text) { return Bytes(text.begin(), text.end());
 
 Bytes encoded(const Bytes &data) {
     const auto size = static_cast<std::uint32_t>(data.size());
-    Bytes out(static_cast<std::size_t>(vl::lzssBound(size)) - vl::kLzssHeaderSize);
+    Bytes out(static_cast<std::size_t>(vl::lzssBound(size)) - vl::lzssHeaderSize);
     out.resize(static_cast<std::size_t>(vl::lzssEncode(data.data(), size, out.data())));
     return out;
 }
@@ -31,7 +31,7 @@ bool decodes(const Bytes &code, Bytes &out) {
     return vl::lzssDecode(exact.data(), exact.size(), out.data(), out.size());
 }
 
-enum Kind { kRandom, kTwoLetters, kRuns, kWords, kSpaces, kRepeats, kKinds };
+enum Kind { RandomBytes, TwoLetters, Runs, Words, Spaces, Repeats, KindCount };
 
 Bytes generated(int kind, std::size_t size, unsigned seed) {
     static const char *const words[] = {"int ",  "return ", "    ", "\n", "const ",
@@ -42,15 +42,15 @@ Bytes generated(int kind, std::size_t size, unsigned seed) {
     while (data.size() < size) {
         const unsigned r = random();
         const auto high = static_cast<std::uint8_t>(r >> 8);
-        if (kind == kRandom)
+        if (kind == RandomBytes)
             data.push_back(static_cast<std::uint8_t>(r));
-        else if (kind == kTwoLetters)
+        else if (kind == TwoLetters)
             data.push_back("ab"[high % 2]);
-        else if (kind == kRuns)
+        else if (kind == Runs)
             data.insert(data.end(), 1 + (r >> 8) % 60, static_cast<std::uint8_t>(r % 4 * 0x20));
-        else if (kind == kWords)
+        else if (kind == Words)
             data.insert(data.end(), words[r % 9], words[r % 9] + std::strlen(words[r % 9]));
-        else if (kind == kSpaces)
+        else if (kind == Spaces)
             data.push_back(r % 16 ? ' ' : high);
         else
             data.push_back(data.size() < period || r % 300 == 0 ? static_cast<std::uint8_t>(r >> 16)
@@ -63,7 +63,7 @@ Bytes generated(int kind, std::size_t size, unsigned seed) {
 // Sizes: every small one, then around the ring's size and some beyond it.
 template <typename Check>
 void forGeneratedData(Check check) {
-    for (int kind = 0; kind < kKinds; ++kind) {
+    for (int kind = 0; kind < KindCount; ++kind) {
         for (unsigned size = 0; size <= 300; ++size)
             check(generated(kind, size, size * 7 + 1));
         for (const unsigned size : {4077u, 4078u, 4079u, 4095u, 4096u, 4097u, 8192u, 70001u})
@@ -85,7 +85,7 @@ TEST(Lzss, KnownCode) {
 }
 
 TEST(Lzss, HeaderIsLittleEndianAndNeedsItsMagic) {
-    Bytes container(vl::kLzssHeaderSize);
+    Bytes container(vl::lzssHeaderSize);
     vl::lzssWriteHeader(container.data(), {0x01020304, 0xFFFEFDFC});
     EXPECT_EQ(container, (Bytes{'V', 'A', '-', '>', 4, 3, 2, 1, 0xFC, 0xFD, 0xFE, 0xFF}));
     vl::LzssHeader header;
@@ -102,7 +102,7 @@ TEST(Lzss, BoundHoldsIncompressibleDataOfEverySize) {
     for (std::uint64_t size = 0; size <= 0xFFFFFFFF; size += 1 + size / 3)
         for (const std::uint64_t near : {size, 0xFFFFFFFF - size})
             ASSERT_GE(vl::lzssBound(static_cast<std::uint32_t>(near)),
-                      vl::kLzssHeaderSize + near + (near + 7) / 8);
+                      vl::lzssHeaderSize + near + (near + 7) / 8);
 }
 
 TEST(Lzss, CodeIsThatOfThePlainEncoder) {
@@ -118,10 +118,10 @@ TEST(Lzss, CodeIsThatOfThePlainEncoder) {
 TEST(Lzss, DamagedCodeIsJudgedAsThePlainDecoderDoes) {
     Random random(7);
     for (int round = 0; round < 3000; ++round) {
-        const Bytes data = generated(round % kKinds, random() % 6000, random());
+        const Bytes data = generated(round % KindCount, random() % 6000, random());
         Bytes code = encoded(data);
         Bytes out(data.size());
-        const int damage = round / kKinds % 4;
+        const int damage = round / KindCount % 4;
         if (damage == 0)
             code.resize(random() % (code.size() + 1));
         else if (damage == 1)
@@ -129,7 +129,7 @@ TEST(Lzss, DamagedCodeIsJudgedAsThePlainDecoderDoes) {
         else if (damage == 2)
             out.resize(out.size() + random() % 3 - std::min<std::size_t>(out.size(), 1));
         else
-            code = generated(static_cast<int>(random() % kKinds), random() % 6000, random());
+            code = generated(static_cast<int>(random() % KindCount), random() % 6000, random());
         for (unsigned flips = random() % 3; flips > 0 && !code.empty(); --flips)
             code[random() % code.size()] ^= static_cast<std::uint8_t>(1 << random() % 8);
         Bytes expected(out.size());

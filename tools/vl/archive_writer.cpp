@@ -96,11 +96,11 @@ Bytes storedForm(const SourceFile &file, Bytes content, std::uint32_t seed) {
         throw std::runtime_error(file.path.string() + ": too large to be packed on this machine");
     container.resize(static_cast<std::size_t>(vl::lzssBound(file.size)));
     const std::uint64_t packed =
-        vl::lzssEncode(content.data(), file.size, container.data() + vl::kLzssHeaderSize);
-    if (packed > 0xFFFFFFFFu - vl::kLzssHeaderSize)
+        vl::lzssEncode(content.data(), file.size, container.data() + vl::lzssHeaderSize);
+    if (packed > 0xFFFFFFFFu - vl::lzssHeaderSize)
         throw std::runtime_error(file.path.string() + ": exceeds 4294967295 bytes when packed");
     vl::lzssWriteHeader(container.data(), {file.size, static_cast<std::uint32_t>(packed)});
-    container.resize(static_cast<std::size_t>(vl::kLzssHeaderSize + packed));
+    container.resize(static_cast<std::size_t>(vl::lzssHeaderSize + packed));
     if (file.method == V_File::METHOD_LZSS_SCRAMBLED)
         vl::scrambleArchiveBytes(container.data(), container.size(), seed);
     return container;

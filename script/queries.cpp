@@ -24,8 +24,10 @@ std::size_t directoryLength(std::string_view fileName) {
 
 V_Script::V_Script(const char *fileName) : m_pRoot(nullptr), m_pCurrent(nullptr) {
     const std::size_t length = directoryLength(fileName);
+    // A copy: what the client gave may be V_File's own buffer, which loading overwrites.
+    const V_String name(fileName + length);
     const V_FileDirectoryChange directory(V_String(fileName, length));
-    m_pRoot = vl::newCounted<V_ScriptLoader>(fileName + length);
+    m_pRoot = vl::newCounted<V_ScriptLoader>(name.c_str());
     m_pCurrent = m_pRoot;
 }
 

@@ -65,8 +65,10 @@ TEST_F(ScriptPreprocessor, ResolvesAllNamesAgainstTheRootsDirectory) {
     write("game/sub/a.txt", "#include \"b.txt\"");
     write("game/b.txt", "[b] x=2;");
     write("game/sub/b.txt", "[wrong] x=2;");
-    for (const char *name : {"game/main.txt", "game\\main.txt", "\\GAME\\Main.TXT"}) {
+    for (const char *name :
+         {"game/main.txt", "game\\main.txt", "\\GAME\\main.txt", File->getFullPathName("game/main.txt")}) {
         V_Script script(name);
+        EXPECT_STREQ(script.getScriptName(), "main.txt");
         EXPECT_EQ(describeBlock(script), "{b(x=2) m(x=1)}");
         EXPECT_STREQ(File->getCurrentDirectory(), "\\");
     }

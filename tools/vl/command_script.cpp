@@ -1,6 +1,7 @@
 // vl script: check scripts, show their block trees and their preprocessed texts.
 
 #include "commands.h"
+#include "printable.h"
 #include "script_source.h"
 
 #include "core/counted.h"
@@ -43,9 +44,10 @@ class TracedLoad {
     vl::ScriptTrace m_trace;
 };
 
-/// Runs `action`, which loads the script `file`. When that fails, prints `file:line: message` and gives
-/// false.
-bool report(const ScriptSource &source, const std::string &file, const std::function<void()> &action) {
+/// Runs `action`, which loads the script `file`. When that fails, prints `file:line: message` to `out` and
+/// gives false.
+bool report(const ScriptSource &source, const std::string &file, std::FILE *out,
+            const std::function<void()> &action) {
     const TracedLoad load;
     try {
         action();
@@ -56,8 +58,8 @@ bool report(const ScriptSource &source, const std::string &file, const std::func
         std::string message = exception->getErrorMessage();
         std::replace(message.begin(), message.end(), '\n', ' ');
         const bool located = load.trace().line() != 0;
-        std::printf("%s:%u: %s\n", located ? source.shown(load.trace().file()).c_str() : file.c_str(),
-                    located ? load.trace().line() : 1, message.c_str());
+        std::fprintf(out, "%s:%u: %s\n", located ? source.shown(load.trace().file()).c_str() : file.c_str(),
+                     located ? load.trace().line() : 1, printable(message).c_str());
         return false;
     }
 }
@@ -102,7 +104,7 @@ void showTree(V_Script &script, bool json) {
 // ---- text -------------------------------------------------------------------------------------------------
 
 void showText(const std::string &name) {
-    const std::size_t directory = name.rfind('/') + 1;
+    const std::size_t directory = name.find_last_of("\\/") + 1;
     const V_FileDirectoryChange change(V_String(name.c_str(), directory));
     unsigned int length = 0;
     const vl::CountedArray<char> text(V_ScriptLoader::preprocessedText(name.c_str() + directory, length));
@@ -110,12 +112,13 @@ void showText(const std::string &name) {
     std::putchar('\n');
 }
 
-/// Runs `action` for every file's name; gives the exit status.
-int forEachFile(const Options &options, const std::function<void(const std::string &name)> &action) {
+/// Runs `action` for every file's name and prints the mistakes to `out`; gives the exit status.
+int forEachFile(const Options &options, std::FILE *out,
+                const std::function<void(const std::string &name)> &action) {
     const ScriptSource source(options.archive);
     bool well = true;
     for (const std::string &file : options.files)
-        well &= report(source, file, [&] { action(source.nameOf(file)); });
+        well &= report(source, file, out, [&] { action(source.nameOf(file)); });
     return well ? 0 : 1;
 }
 
@@ -138,19 +141,19 @@ void addScriptCommand(CLI::App &app, int &exitStatus) {
         "Load scripts and report their mistakes, one a line; the exit status is 1 when there are any")
         ->callback([options, &exitStatus] {
             exitStatus =
-                forEachFile(*options, [](const std::string &name) { V_Script script(name.c_str()); });
+                forEachFile(*options, stdout, [](const std::string &name) { V_Script script(name.c_str()); });
         });
 
     CLI::App *tree = add("tree", "Print the blocks and statements of scripts");
     tree->add_flag("--json", options->json, "As JSON");
     tree->callback([options, &exitStatus] {
-        exitStatus = forEachFile(*options, [&](const std::string &name) {
+        exitStatus = forEachFile(*options, stderr, [&](const std::string &name) {
             V_Script script(name.c_str());
             showTree(script, options->json);
         });
     });
 
     add("text", "Print the preprocessed texts of scripts")->callback([options, &exitStatus] {
-        exitStatus = forEachFile(*options, showText);
+        exitStatus = forEachFile(*options, stderr, showText);
     });
 }

@@ -60,6 +60,9 @@ ScriptSource::ScriptSource(const std::string &archive) : m_startDirectory(fs::cu
     try {
         fs::create_symlink(target, m_archiveRoot / "SCRIPTS.VAS");
         File->setFileSystemRoot(root.c_str());
+    } catch (V_FileException *) {
+        removeRoot();
+        throw std::runtime_error(archive + ": not an archive, or a damaged one");
     } catch (...) {
         removeRoot();
         throw;
@@ -77,7 +80,7 @@ void ScriptSource::removeRoot() const {
 
 std::string ScriptSource::nameOf(const std::string &file) const {
     if (!m_archiveRoot.empty())
-        return '/' + file;
+        return fs::path('/' + file).lexically_normal().string();
     return fs::absolute(m_startDirectory / file).lexically_normal().string();
 }
 

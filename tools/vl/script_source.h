@@ -9,8 +9,8 @@
 /// The library, started for one of the two. Names are resolved and errors located as it says.
 class ScriptSource {
   public:
-    /// `archive` is empty for the disk. Throws as V_File when it loads an archive, and the standard's
-    /// exceptions.
+    /// `archive` is empty for the disk. Throws std::runtime_error, naming the archive, when it cannot be
+    /// read.
     explicit ScriptSource(const std::string &archive);
     ~ScriptSource();
     ScriptSource(const ScriptSource &) = delete;

@@ -3,7 +3,7 @@
 //     read_settings ROOT
 //
 // ROOT is a directory that holds vehicles.txt and graphics.txt (examples/scripts is one), or an archive
-// (*.VAS) with these files in it: the program does not see the difference.
+// (*.VAS) that holds them: the program does not see the difference.
 
 #include "vl/core.h"
 #include "vl/file.h"

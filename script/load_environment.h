@@ -21,8 +21,8 @@ class ScriptFiles {
 
 struct LoadEnvironment {
     ScriptFiles *files; ///< `File`, unless a test provides its own; never null
-    ScriptTrace *trace =
-        nullptr; ///< records where texts come from, and where a load failed; null: nobody asks
+    /// Records where texts come from, and where a load failed; null: nobody asks.
+    ScriptTrace *trace = nullptr;
 };
 
 extern LoadEnvironment loadEnvironment;

@@ -2,8 +2,6 @@
 
 #include "script/work_state.h"
 
-#include "core/counted.h"
-
 namespace vl {
 
 WorkState *WorkState::sm_pInstance = nullptr;

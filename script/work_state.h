@@ -2,12 +2,12 @@
 // load that is going on, and the nodes of the preprocessor's lists, kept for reuse.
 #pragma once
 
+#include "core/counted.h"
 #include "script/loader.h"
 #include "vl/core/list.h"
 #include "vl/core/string.h"
 
 #include <functional>
-#include <limits>
 #include <map>
 #include <set>
 #include <string_view>
@@ -25,11 +25,7 @@ class CountedAllocator {
     template <class U>
     CountedAllocator(const CountedAllocator<U> &) {}
 
-    T *allocate(std::size_t count) {
-        if (count > std::numeric_limits<unsigned int>::max() / sizeof(T))
-            V_throw(V_MemoryException_Allocation());
-        return static_cast<T *>(V_Memory::allocateCounted(static_cast<unsigned int>(count * sizeof(T))));
-    }
+    T *allocate(std::size_t count) { return allocateArray<T>(count); }
     void deallocate(T *block, std::size_t) noexcept { V_Memory::freeCounted(block); }
 
     template <class U>

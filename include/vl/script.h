@@ -44,9 +44,8 @@ class VL_API V_Script {
     /// - %s  text up to the character that follows %s in the format or to the end, whichever comes first,
     ///   stored with a terminating zero. Between quotation marks, which are not stored, that character does
     ///   not end it; \" stores one quotation mark.
-    /// - %Ns, N a decimal number: the same, but a text of more than N characters fails. Use it to bound what
-    /// a
-    ///   script can write: "%31s" for a char[32].
+    /// - %Ns, N a decimal number: the same, but a text of more than N characters fails. Use it to bound
+    ///   what a script can write: "%31s" for a char[32].
     /// Any other conversion fails. Numbers are read as the standard conversions %d, %u, %x and %f read them,
     /// whatever the process's locale; one that its type cannot hold (for %f: too large, or too small to be
     /// told from 0) fails, and so does an exponent without digits ("1e").

@@ -22,15 +22,14 @@ class VL_API V_ScriptLoaderException : public V_ScriptException {};
     }
 #define VL_LOADER_EXCEPTION(Case, ...) VL_SCRIPT_EXCEPTION(V_ScriptLoaderException, Case, __VA_ARGS__)
 
-// ---- Preprocessing: comments, brackets, string markings, directives
-// ----------------------------------------
+// ---- Preprocessing: comments, brackets, string markings, directives ---------------------------------------
 
 /// "V_ScriptLoader: Block comment /*...*/ starting\nin line %u of \"%s\" doesn't end!"
 VL_LOADER_EXCEPTION(BlockComment, unsigned int line, const char *file);
 /// "V_ScriptLoader: Closing bracket \"%c\" in line %u\nof \"%s\" found without opening bracket!"
 VL_LOADER_EXCEPTION(NoOpeningBracket, char closer, unsigned int line, const char *file);
-/// "V_ScriptLoader: Closing bracket \"%c\" in line %u of\n\"%s\" doesn't fit bracket in line %u (expected:
-/// \"%c\")!"
+/// "V_ScriptLoader: Closing bracket \"%c\" in line %u of\n\"%s\" doesn't fit bracket in line %u
+/// (expected: \"%c\")!"
 VL_LOADER_EXCEPTION(BracketIncompatible, char closer, unsigned int line, const char *file,
                     unsigned int openLine, char expectedCloser);
 /// "V_ScriptLoader: String marking \"...\" starting\nin line %u of \"%s\" doesn't end!"

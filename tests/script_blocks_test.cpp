@@ -59,7 +59,6 @@ TEST_F(ScriptBlocks, NameTheBlockOfEachError) {
         {"[a] x= ;", "Right side of assignment \"x=\"\nin block [[a]/[main.txt]] cannot be empty!"},
         {"[a] my var=1;", "Left " + spaces + "\"my=...\" in block [[a]/[main.txt]]."},
         {"[a] \"x\"y=1;", "Left " + spaces + "\"\"=...\" in block [[a]/[main.txt]]."},
-        {"[a] \"=\";x;", "Right " + spaces + "\"\"=...\" in block [[a]/[main.txt]]."},
         // Brackets in definitions are not checked, so what they leave open is found here.
         {"#define t [\n t x;", either + main},
         {"#define o {\n[a] o [b] x;", either + main},
@@ -69,6 +68,8 @@ TEST_F(ScriptBlocks, NameTheBlockOfEachError) {
         EXPECT_EQ(failure<V_ScriptLoaderException>(content), "V_ScriptLoader: " + message) << content;
         EXPECT_EQ(tree("[a] x=1;"), "{a(x=1)}") << "after " << content;
     }
+    EXPECT_EQ(failure<V_ScriptLoaderException_RValueSpaces>("[a] x\"=\";"),
+              "V_ScriptLoader: Right " + spaces + "\"x\"=...\" in block [[a]/[main.txt]].");
 }
 
 TEST_F(ScriptBlocks, CutTheNestingTextToItsBuffers) {

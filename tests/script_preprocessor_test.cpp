@@ -66,7 +66,7 @@ TEST_F(ScriptPreprocessor, ResolvesAllNamesAgainstTheRootsDirectory) {
     write("game/b.txt", "[b] x=2;");
     write("game/sub/b.txt", "[wrong] x=2;");
     for (const char *name :
-         {"game/main.txt", "game\\main.txt", "\\GAME\\main.txt", File->getFullPathName("game/main.txt")}) {
+         {File->getFullPathName("game/main.txt"), "game/main.txt", "game\\main.txt", "\\GAME\\main.txt"}) {
         V_Script script(name);
         EXPECT_STREQ(script.getScriptName(), "main.txt");
         EXPECT_EQ(describeBlock(script), "{b(x=2) m(x=1)}");
@@ -75,81 +75,58 @@ TEST_F(ScriptPreprocessor, ResolvesAllNamesAgainstTheRootsDirectory) {
 }
 
 TEST_F(ScriptPreprocessor, NamesTheFileAndLineOfEachError) {
-    using E = V_ScriptLoaderException;
-    const std::string file = "\"\\main.txt\"";
-    const std::pair<std::string, std::string> cases[] = {
-        {"\n/*\n\n*", "Block comment /*...*/ starting\nin line 2 of " + file + " doesn't end!"},
-        {"x /*/", "Block comment /*...*/ starting\nin line 1 of " + file + " doesn't end!"},
-        {"//\n\n a}", "Closing bracket \"}\" in line 3\nof " + file + " found without opening bracket!"},
-        {"{\n[\n}",
-         "Closing bracket \"}\" in line 3 of\n" + file + " doesn't fit bracket in line 2 (expected: \"]\")!"},
-        {"/*\n*/ a<b;\nc]",
-         "Closing bracket \"]\" in line 3 of\n" + file + " doesn't fit bracket in line 2 (expected: \">\")!"},
-        {"a\n b=\"x\n\"", "String marking \"...\" starting\nin line 2 of " + file + " doesn't end!"},
-        {"\"x\\\"", "String marking \"...\" starting\nin line 1 of " + file + " doesn't end!"},
-        {"[a]\n{\n#include \"b\" }", "#include directive in line 3 of " + file +
-                                         "\ncan't be used inside a bracketed block (starts in line 2)!"},
-        {"#include <a b>", "#include directive in line 1 of " + file +
-                               "\ncan't be used inside a bracketed block (starts in line 1)!"},
-        {"#include\n\"a.txt\";", "Syntax error in #include\ndirective in line 2 of " + file + "!"},
-        {"#include \"", "Syntax error in #include\ndirective in line 1 of " + file + "!"},
-        {"{\n#define a 1 }", "#define directive in line 2 of " + file +
-                                 "\ncan't be used inside a bracketed block (starts in line 1)!"},
-        {"#define a", "Syntax error in #define\ndirective in line 1 of " + file + "!"},
-        {"\n#define a \t \n1", "Syntax error in #define\ndirective in line 2 of " + file + "!"},
-        {"#define a// 1\nb", "Syntax error in #define\ndirective in line 1 of " + file + "!"},
-        {"#define a \"b\n\"", "Syntax error in #define\ndirective in line 1 of " + file + "!"},
-        {"#define a " + std::string(128, 'x'),
-         "#define directive in line 1 of " + file + "\ncan't assign #define's longer than 127 characters!"},
-        {"#define " + std::string(128, 'x') + " a", "#define directive in line 1 of " + file +
-                                                        "\ncan't assign #define's longer than 127 "
-                                                        "characters!"},
-        {"#define A 1\n#define a 1",
-         "Attempt to re-#define \"a\"\n(originally \"1\")\nas \"1\" in line 2 of " + file + "!"},
-        {"a = #ff0000;", "Unknown preprocessor directive\nin line 1 of " + file + "!"},
-        {"\n#include\"x.txt\"", "Unknown preprocessor directive\nin line 2 of " + file + "!"},
-        {"a\n[\n{}\n", "File " + file + " ends with\nopened bracket from line 2!"},
-        // The first mistake in text order counts; a word that touches a comment is processed before it, a
-        // bracket or a marking is seen before its word is complete.
-        {"#wrong/*", "Unknown preprocessor directive\nin line 1 of " + file + "!"},
-        {"#wrong}", "Closing bracket \"}\" in line 1\nof " + file + " found without opening bracket!"},
-        {"#wrong\"", "Unknown preprocessor directive\nin line 1 of " + file + "!"},
-        {"#define a 1 } \" \"\n#wrong", "Unknown preprocessor directive\nin line 2 of " + file + "!"},
-    };
-    for (const auto &[content, message] : cases) {
-        EXPECT_EQ(failure<E>(content), "V_ScriptLoader: " + message) << content;
-        EXPECT_EQ(tree("[a] x=1;"), "{a(x=1)}") << "after " << content;
-    }
-}
-
-TEST_F(ScriptPreprocessor, ThrowsTheClassOfEachError) {
     write("once.txt", "\n\n#include \"twice.txt\"");
     write("twice.txt", "x #include \"once.txt\"");
-    EXPECT_EQ(failure<V_ScriptLoaderException_MultipleInclusion>("#include \"once.txt\""),
-              "V_ScriptLoader: Attempt to include file \"once.txt\" again in\nline1 of \"\\twice.txt\" "
-              "(recursion problem)!");
-    write("twice.txt", "\n}");
-    EXPECT_EQ(
-        failure<V_ScriptLoaderException_NoOpeningBracket>("#include \"once.txt\" \n#include <once.txt>"),
-        "V_ScriptLoader: Closing bracket \"}\" in line 2\nof \"\\twice.txt\" found without opening "
-        "bracket!");
-
-    EXPECT_NE(failure<V_ScriptLoaderException_BlockComment>("/*"), "");
-    const auto thrown = [&](auto *expected, const std::string &content) {
-        using Expected = std::remove_pointer_t<decltype(expected)>;
-        EXPECT_EQ(failure<Expected>(content).find("V_ScriptLoader: "), 0u) << content;
+    write("wrong.txt", "\n}");
+    // @ stands for the quoted path of main.txt.
+    const std::pair<std::string, std::string> cases[] = {
+        {"\n/*\n\n*", "Block comment /*...*/ starting\nin line 2 of @ doesn't end!"},
+        {"x /*/", "Block comment /*...*/ starting\nin line 1 of @ doesn't end!"},
+        {"//\n\n a}", "Closing bracket \"}\" in line 3\nof @ found without opening bracket!"},
+        {"{\n[\n}", "Closing bracket \"}\" in line 3 of\n@ doesn't fit bracket in line 2 (expected: \"]\")!"},
+        {"/*\n*/ a<b;\nc]",
+         "Closing bracket \"]\" in line 3 of\n@ doesn't fit bracket in line 2 (expected: \">\")!"},
+        {"a\n b=\"x\n\"", "String marking \"...\" starting\nin line 2 of @ doesn't end!"},
+        {"\"x\\\"", "String marking \"...\" starting\nin line 1 of @ doesn't end!"},
+        {"[a]\n{\n#include \"b\" }",
+         "#include directive in line 3 of @\ncan't be used inside a bracketed block (starts in line 2)!"},
+        {"#include <a b>",
+         "#include directive in line 1 of @\ncan't be used inside a bracketed block (starts in line 1)!"},
+        {"#include\n\"a.txt\";", "Syntax error in #include\ndirective in line 2 of @!"},
+        {"#include \"", "Syntax error in #include\ndirective in line 1 of @!"},
+        {"{\n#define a 1 }",
+         "#define directive in line 2 of @\ncan't be used inside a bracketed block (starts in line 1)!"},
+        {"#define a", "Syntax error in #define\ndirective in line 1 of @!"},
+        {"\n#define a \t \n1", "Syntax error in #define\ndirective in line 2 of @!"},
+        {"#define a// 1\nb", "Syntax error in #define\ndirective in line 1 of @!"},
+        {"#define a \"b\n\"", "Syntax error in #define\ndirective in line 1 of @!"},
+        {"#define a " + std::string(128, 'x'),
+         "#define directive in line 1 of @\ncan't assign #define's longer than 127 characters!"},
+        {"#define " + std::string(128, 'x') + " a",
+         "#define directive in line 1 of @\ncan't assign #define's longer than 127 characters!"},
+        {"#define A 1\n#define a 1",
+         "Attempt to re-#define \"a\"\n(originally \"1\")\nas \"1\" in line 2 of @!"},
+        {"a = #ff0000;", "Unknown preprocessor directive\nin line 1 of @!"},
+        {"\n#include\"x.txt\"", "Unknown preprocessor directive\nin line 2 of @!"},
+        {"a\n[\n{}\n", "File @ ends with\nopened bracket from line 2!"},
+        // The first mistake in text order counts; a word that touches a comment is processed before it, a
+        // bracket or a marking is seen before its word is complete.
+        {"#wrong/*", "Unknown preprocessor directive\nin line 1 of @!"},
+        {"#wrong}", "Closing bracket \"}\" in line 1\nof @ found without opening bracket!"},
+        {"#wrong\"", "Unknown preprocessor directive\nin line 1 of @!"},
+        {"#define a 1 } \" \"\n#wrong", "Unknown preprocessor directive\nin line 2 of @!"},
+        // In an included file, of that file.
+        {"#include \"once.txt\"", "Attempt to include file \"once.txt\" again in\nline1 of \"\\twice.txt\" "
+                                  "(recursion problem)!"},
+        {"#include \"wrong.txt\" \n#include <wrong.txt>",
+         "Closing bracket \"}\" in line 2\nof \"\\wrong.txt\" found without opening bracket!"},
     };
-    thrown(static_cast<V_ScriptLoaderException_BracketIncompatible *>(nullptr), "{]");
-    thrown(static_cast<V_ScriptLoaderException_EndlessString *>(nullptr), "\"\n");
-    thrown(static_cast<V_ScriptLoaderException_BracketedInclude *>(nullptr), "{ #include \"x\" }");
-    thrown(static_cast<V_ScriptLoaderException_IncludeSyntax *>(nullptr), "#include x");
-    thrown(static_cast<V_ScriptLoaderException_BracketedDefine *>(nullptr), "< #define x 1");
-    thrown(static_cast<V_ScriptLoaderException_DefineSyntax *>(nullptr), "#define x");
-    thrown(static_cast<V_ScriptLoaderException_DefineTooLong *>(nullptr),
-           "#define x " + std::string(500, 'x'));
-    thrown(static_cast<V_ScriptLoaderException_ReDefinition *>(nullptr), "#define x 1\n#define X 2");
-    thrown(static_cast<V_ScriptLoaderException_UnknownDirective *>(nullptr), "#x");
-    thrown(static_cast<V_ScriptLoaderException_NoClosingBracket *>(nullptr), "<");
+    for (auto [content, message] : cases) {
+        if (const std::size_t place = message.find('@'); place != std::string::npos)
+            message.replace(place, 1, "\"\\main.txt\"");
+        EXPECT_EQ(failure<V_ScriptLoaderException>(content), "V_ScriptLoader: " + message) << content;
+        EXPECT_EQ(tree("[a] x=1;"), "{a(x=1)}") << "after " << content;
+    }
 }
 
 TEST_F(ScriptPreprocessor, PassesOnWhatTheFileSystemThrows) {

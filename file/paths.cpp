@@ -24,8 +24,26 @@ constexpr unsigned int filenameLimit = 42;
 
 bool isSeparator(char c) { return c == '\\' || c == '/'; }
 
-/// Turns slashes into backslashes and drops every `.\` whose dot does not follow another dot.
-void normalise(PathBuffer &out, const char *name) {
+/// Copies a name with backslashes. False when a dot is followed by a separator or another dot: almost no name
+/// has such, so this is written for the compiler to take many characters at a time.
+bool copyPlain(char *out, const char *name, std::size_t length) {
+    unsigned char special = 0;
+    for (std::size_t i = 0; i < length; ++i) {
+        const char next = name[i + 1];
+        out[i] = name[i] == '/' ? '\\' : name[i];
+        special |=
+            static_cast<unsigned char>((name[i] == '.') & ((next == '.') | (next == '/') | (next == '\\')));
+    }
+    out[length] = 0;
+    return special == 0;
+}
+
+/// Turns slashes into backslashes and drops every `.\` whose dot does not follow another dot. Returns whether
+/// two dots may stand in the result.
+bool normalise(PathBuffer &out, const char *name) {
+    const std::size_t length = std::strlen(name);
+    if (length <= vl::platform::maxPath && copyPlain(out, name, length))
+        return false;
     char *to = out;
     for (const char *c = name; *c; ++c) {
         if (c[0] == '.' && isSeparator(c[1]) && (c == name || c[-1] != '.')) {
@@ -37,11 +55,13 @@ void normalise(PathBuffer &out, const char *name) {
         }
     }
     *to = 0;
+    return true;
 }
 
-/// Appends a name to a path; two dots remove the last element, and take the separator behind them along.
-void join(PathText &path, const char *name) {
-    while (const char *dots = std::strstr(name, "..")) {
+/// Appends a name to a path; two dots, when the name may have them, remove the last element, and take the
+/// separator behind them along.
+void join(PathText &path, const char *name, bool mayHaveDots) {
+    while (const char *dots = mayHaveDots ? std::strstr(name, "..") : nullptr) {
         path.append(name, static_cast<std::size_t>(dots - name));
         path.removeLastElement();
         name = dots + (dots[2] ? 3 : 2);
@@ -58,7 +78,7 @@ bool hasDrive(const char *path) { return path[0] && path[1] == ':'; }
 void V_File::relativeToAbsolutePath(char *out, const char *name) {
     auto &buffer = *reinterpret_cast<PathBuffer *>(out);
     PathBuffer normalised;
-    normalise(normalised, name);
+    const bool mayHaveDots = normalise(normalised, name);
 
     if (sm_bFilenameLengthLimitationEnabled &&
         std::strlen(normalised + vl::directoryLength(normalised)) > filenameLimit)
@@ -69,7 +89,7 @@ void V_File::relativeToAbsolutePath(char *out, const char *name) {
     if (m_archiveHandling == AH_ARCHIVES) {
         if (!fromRoot)
             path.append(m_path);
-        join(path, normalised);
+        join(path, normalised, mayHaveDots);
     } else if (m_archiveHandling == AH_DIRECTORIES &&
                (hasDrive(normalised) || (fromRoot && normalised[1] == '\\'))) {
         path.append(normalised);
@@ -78,7 +98,7 @@ void V_File::relativeToAbsolutePath(char *out, const char *name) {
         path.append(normalised);
     } else {
         path.append(m_path);
-        join(path, normalised);
+        join(path, normalised, mayHaveDots);
     }
 }
 

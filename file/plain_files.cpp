@@ -47,11 +47,13 @@ unsigned int stampOf(const Time &time) {
 V_File::Location V_File::where(const char *name) {
     PathBuffer path, diskPath;
     relativeToAbsolutePath(path, name);
+    // The disk decides, but asked last: the processor goes on to it while what the search looks at is still
+    // on its way from memory.
+    V_VASFind found;
+    searchFile(&found, path);
     absolutePathToDirStructure(diskPath, path);
     if (vl::platform::fileKind(diskPath) != vl::platform::FileKind::None)
         return LOC_DISK;
-    V_VASFind found;
-    searchFile(&found, path);
     if (!found.archive)
         searchDir(&found, path);
     return found.archive ? LOC_ARCHIVE : LOC_NONE;

@@ -1,13 +1,16 @@
 // Preprocesses, builds, queries and parses scripts with includes. The input holds the files main.txt, a.txt,
 // b.txt, ... and, as the last, a client's format, with a byte 0xFF between them. The tree must be the one
-// that a straightforward builder makes of the same text, and nothing may remain afterwards.
+// that a straightforward builder makes of the same text, the text the one that is made word by word, and
+// nothing may remain afterwards.
 
 #include "tests/support/describe_block.h"
 #include "tests/support/memory_scripts.h"
 #include "tests/support/plain_script_builder.h"
 #include "tests/support/started_library.h"
 
+#include "script/load_environment.h"
 #include "script/loader.h"
+#include "script/trace.h"
 #include "vl/core.h"
 #include "vl/script.h"
 
@@ -26,12 +29,33 @@ void require(bool condition, const char *what, const std::string &detail = "") {
     std::abort();
 }
 
-std::string buildPlainly() {
+std::string preprocess() {
     unsigned int length = 0;
     char *text = V_ScriptLoader::preprocessedText("main.txt", length);
-    const std::string copy(text, length);
+    std::string copy(text, length);
     V_Memory::freeCounted(text);
-    return PlainBuilder(copy).build();
+    return copy;
+}
+
+std::string buildPlainly() { return PlainBuilder(preprocess()).build(); }
+
+/// The text, or the message of what is wrong with it.
+std::string preprocessedOrNot() {
+    try {
+        return preprocess();
+    } catch (V_Exception *exception) {
+        return exception->getErrorMessage();
+    }
+}
+
+/// A trace has every word looked at by itself.
+void compareWithTrace() {
+    const std::string text = preprocessedOrNot();
+    vl::ScriptTrace trace;
+    vl::loadEnvironment.trace = &trace;
+    const std::string traced = preprocessedOrNot();
+    vl::loadEnvironment.trace = nullptr;
+    require(text == traced, "text", text + "\n" + traced);
 }
 
 /// Converts every statement by `format` and by the library's own.
@@ -89,6 +113,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             rest.erase(0, end + 1);
             name = std::string(1, next) + ".txt";
         }
+        compareWithTrace();
         try {
             V_Script script("main.txt");
             // The nesting that a recursive visitor can follow on a sanitizer's stack.

@@ -14,9 +14,8 @@ class ScriptFiles {
     /// The path under which `name` is loaded: at most 255 characters, valid until the next call.
     virtual const char *fullPath(const char *name) = 0;
 
-    /// The bytes of a file in a block to be given back to release.
+    /// The bytes of a file, a counted allocation (V_Memory).
     virtual char *load(const char *path, unsigned int &size) = 0;
-    virtual void release(char *bytes) noexcept = 0;
 };
 
 struct LoadEnvironment {

@@ -20,7 +20,6 @@ class FileSystemScripts final : public ScriptFiles {
         size = File->size(path);
         return File->load("VL ScriptLoader", path, size);
     }
-    void release(char *bytes) noexcept override { File->free(bytes); }
 };
 
 FileSystemScripts fileSystemScripts;

@@ -45,17 +45,28 @@ char *append(char *out, const char *text, std::size_t length) {
 } // namespace
 
 char *SourceFile::assemble(unsigned int &length) {
-    const std::uint64_t size = assembledSize();
-    if (size > std::numeric_limits<unsigned int>::max())
-        V_throw(V_MemoryException_Allocation());
-    CountedArray<char> text(allocateArray<char>(static_cast<std::size_t>(size)));
-
-    char *end = assembleText(text.get());
+    CountedArray<char> text;
+    char *end = m_pWrite;
+    if (isTextAlready()) {
+        text.reset(std::exchange(m_pBytes, nullptr));
+    } else {
+        const std::uint64_t size = assembledSize();
+        if (size > std::numeric_limits<unsigned int>::max())
+            V_throw(V_MemoryException_Allocation());
+        text.reset(allocateArray<char>(static_cast<std::size_t>(size)));
+        end = assembleText(text.get());
+    }
     if (end != text.get() && end[-1] == ' ')
         --end;
     *end = 0;
     length = static_cast<unsigned int>(end - text.get()) + 1;
     return text.release();
+}
+
+/// Whether the compacted bytes are the result, with room for its terminating zero: there is nothing to put
+/// between them.
+bool SourceFile::isTextAlready() const {
+    return !m_defines.getFirst() && !m_includes.getFirst() && !loadEnvironment.trace && m_pWrite != m_pEnd;
 }
 
 /// Of the whole result before a final space is removed, the terminating zero included.

@@ -3,6 +3,7 @@
 #include "script/source_file.h"
 
 #include "script/characters.h"
+#include "script/eight_characters.h"
 
 #include <cstdio>
 #include <cstring>
@@ -51,7 +52,7 @@ SourceFile::~SourceFile() {
     m_state.m_bracketPool.giveBackAll(m_brackets);
     m_state.m_definePool.giveBackAll(m_defines);
     m_state.m_includePool.giveBackAll(m_includes);
-    loadEnvironment.files->release(m_pBytes);
+    V_Memory::freeCounted(m_pBytes);
 }
 
 SourceFile::INCLUDEINSERT *SourceFile::scan() {
@@ -60,6 +61,8 @@ SourceFile::INCLUDEINSERT *SourceFile::scan() {
         skipWhitespace();
         if (m_pRead == m_pEnd)
             break;
+        if (m_eDirective == Directive::none && !m_state.hasDefinitions() && !loadEnvironment.trace)
+            copyPlainText();
         const std::string_view word = readWord();
         if (word.empty())
             continue;
@@ -103,6 +106,40 @@ void SourceFile::skipWhitespace() {
     if (read != m_pRead && m_pWrite != m_pBytes && !isWhitespace(m_pWrite[-1]))
         *m_pWrite++ = ' ';
     m_pRead = read;
+}
+
+/// Copies on, from the beginning of a word, for as long as nothing can happen to the words: there is no
+/// definition to look for, and this stops at what the scanner looks at closely, at a second blank between
+/// words, and at a word that begins a directive. Where it stops within a word, the rest is read as a word and
+/// kept like any other.
+void SourceFile::copyPlainText() {
+    const char *read = m_pRead;
+    const char *const end = m_pEnd;
+    char *write = m_pWrite;
+    bool betweenWords = true;
+    int plain = 8;
+    while (plain == 8 && end - read >= 8) {
+        const EightCharacters eight(read);
+        const EightMarks blanks = eight.equal(' ');
+        const EightMarks behindBlank = blanks << 8 | (betweenWords ? 0x80 : 0);
+        plain = EightCharacters::before(eight.firstBelow(' ') | ((blanks | eight.equal('#')) & behindBlank) |
+                                        eight.firstEqual('"') | eight.firstEqual('/') |
+                                        eight.firstEqual('>', '<' ^ '>') | eight.firstEqual('{', '[' ^ '{') |
+                                        eight.firstEqual('}', ']' ^ '}'));
+        eight.storeLower(write, plain);
+        read += plain;
+        write += plain;
+        betweenWords = blanks >> 63 != 0;
+    }
+    for (; plain == 8 && read != end; ++read) {
+        const char c = *read == ' ' ? ' ' : wordCharacters[*read];
+        if (c == 0 || (betweenWords && (c == ' ' || c == '#')))
+            break;
+        *write++ = c;
+        betweenWords = c == ' ';
+    }
+    m_pRead = read;
+    m_pWrite = write;
 }
 
 /// Reads to the end of the word at the read position. It is copied, in lower case, to the write position,

@@ -49,6 +49,7 @@ class SourceFile {
 
     void skipComment();
     void skipWhitespace();
+    void copyPlainText();
     std::string_view readWord();
     char *copyStringMarking(char *out);
     void checkBracket(char c);
@@ -59,6 +60,7 @@ class SourceFile {
     INCLUDEINSERT *processIncludeName(std::string_view word);
     void processDefineName(std::string_view word);
 
+    bool isTextAlready() const;
     std::uint64_t assembledSize() const;
     char *assembleText(char *text);
 
@@ -72,7 +74,7 @@ class SourceFile {
     char m_strPath[256];
     SourceFile *m_pIncludedBy;
 
-    char *m_pBytes;      ///< the file; the compacted text grows at its start
+    char *m_pBytes;      ///< the file, until assemble hands it over; the compacted text grows at its start
     const char *m_pRead; ///< pass 1 has come this far
     const char *m_pEnd;
     char *m_pWrite; ///< end of the compacted text

@@ -34,7 +34,6 @@ class MemoryScripts final : public vl::ScriptFiles {
         size = static_cast<unsigned int>(file->second.size());
         return static_cast<char *>(std::memcpy(V_Memory::allocateCounted(size), file->second.data(), size));
     }
-    void release(char *bytes) noexcept override { V_Memory::freeCounted(bytes); }
 
   private:
     vl::ScriptFiles *m_pPrevious;

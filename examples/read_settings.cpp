@@ -2,8 +2,8 @@
 //
 //     read_settings ROOT
 //
-// ROOT is a directory that holds vehicles.txt and graphics.txt (examples/scripts is one), or an archive
-// (*.VAS) that holds them: the program does not see the difference.
+// ROOT is a directory that holds vehicles.txt and graphics.txt, as files (examples/scripts is one) or in an
+// archive (*.VAS): the program does not see the difference.
 
 #include "vl/core.h"
 #include "vl/file.h"

@@ -29,7 +29,7 @@ V_UnbufferedFileStream::V_UnbufferedFileStream(const char *name, int bufferSize)
     handle = open(source.diskPath);
     if (handle) {
         std::uint64_t length = 0;
-        if (!vl::platform::unbufferedLength(handle, length))
+        if (!vl::platform::fileLength(handle, length))
             V_throw(V_FileException_UnableToReadData(source.diskPath));
         if (length > 0xFFFFFFFFu)
             V_throw(V_FileException_FileTooLarge(source.diskPath));

@@ -4,6 +4,7 @@
 
 #include "file/crc32.h"
 #include "file/little_endian.h"
+#include "file/lzss.h"
 #include "file/scramble.h"
 
 #include <cstring>
@@ -13,8 +14,6 @@ namespace {
 
 constexpr std::size_t plainHeaderSize = 8; // tag and seed
 constexpr std::size_t checksumOffset = 28;
-
-std::int32_t startState(std::uint32_t seed) { return static_cast<std::int32_t>(seed == 0 ? 1 : seed); }
 
 // The fields of a header in the order of the file, each handed to `transfer`.
 template <class Header, class Transfer>
@@ -103,11 +102,11 @@ void sealArchiveHeader(std::uint8_t (&bytes)[archiveHeaderSize], const V_File::V
 }
 
 void unscrambleArchiveBytes(std::uint8_t *bytes, std::size_t size, std::uint32_t seed) {
-    unscramble(bytes, bytes, size, startState(seed));
+    unscramble(bytes, bytes, size, archiveScramblerState(seed));
 }
 
 void scrambleArchiveBytes(std::uint8_t *bytes, std::size_t size, std::uint32_t seed) {
-    scramble(bytes, bytes, size, startState(seed));
+    scramble(bytes, bytes, size, archiveScramblerState(seed));
 }
 
 bool nextArchiveRecord(const std::uint8_t *&position, const std::uint8_t *end, std::size_t fieldsSize,
@@ -129,6 +128,13 @@ void decodeFileFields(const std::uint8_t *bytes, V_File::VASFileEntry &entry) {
 
 void encodeFileFields(std::uint8_t *bytes, const V_File::VASFileEntry &entry) {
     forEachFileField(entry, Encoder{bytes});
+}
+
+bool isContainerOf(const std::uint8_t *container, const V_File::VASFileEntry &entry) {
+    LzssHeader header;
+    return lzssReadHeader(container, header) && header.size == entry.size &&
+           header.packedSize == entry.storedSize - lzssHeaderSize &&
+           lzssCanHold(header.size, header.packedSize);
 }
 
 void putArchiveKeyDigits(char *key, std::uint32_t dirIndex) {

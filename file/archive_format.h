@@ -71,6 +71,11 @@ bool openArchiveHeader(std::uint8_t (&bytes)[archiveHeaderSize], V_File::VASHead
 /// The reverse: computes the checksum (whatever `headerCRC` holds) and scrambles.
 void sealArchiveHeader(std::uint8_t (&bytes)[archiveHeaderSize], const V_File::VASHeader &header);
 
+/// The state that the scrambler starts in for a seed of the header or of a record.
+inline std::int32_t archiveScramblerState(std::uint32_t seed) {
+    return static_cast<std::int32_t>(seed == 0 ? 1 : seed);
+}
+
 /// Unscrambles `size` bytes in place: a table, or an entry's stored bytes.
 void unscrambleArchiveBytes(std::uint8_t *bytes, std::size_t size, std::uint32_t seed);
 
@@ -93,6 +98,10 @@ bool nextArchiveRecord(const std::uint8_t *&position, const std::uint8_t *end, s
 /// not stored, are left alone.
 void decodeFileFields(const std::uint8_t *bytes, V_File::VASFileEntry &entry);
 void encodeFileFields(std::uint8_t *bytes, const V_File::VASFileEntry &entry);
+
+/// Whether the header at `container` agrees with the record of the entry, of at least lzssHeaderSize stored
+/// bytes, that the container is: its magic and sizes, and that so much code can give so many bytes.
+bool isContainerOf(const std::uint8_t *container, const V_File::VASFileEntry &entry);
 
 /// Writes the digits of a directory's index, which is at most archiveHighestDirIndex, to the start of a key.
 void putArchiveKeyDigits(char *key, std::uint32_t dirIndex);

@@ -26,7 +26,7 @@ using Bytes = CountedArray<std::uint8_t>;
 // An archive file that is being read from its start on.
 class ArchiveReader {
   public:
-    explicit ArchiveReader(const char *path) : m_strPath(path), m_file(vl::openUnbuffered(path, "rb")) {
+    explicit ArchiveReader(const char *path) : m_strPath(path), m_file(vl::openWithoutBuffer(path, "rb")) {
         if (!m_file)
             V_throw(V_FileException_ArchiveNotFound(path));
         if (!vl::platform::fileLength(m_file.get(), m_uLeft))
@@ -171,9 +171,9 @@ bool countsFit(const V_File::VASHeader &header) {
 void V_File::loadArchiveHeader(V_VASArchive *archive, const char *name) {
     PathBuffer path;
     if (!vl::platform::fullPath(path, name)) {
-        if (!*name)
-            V_throw(V_FileException_ArchiveNotFound(name));
-        V_throw(V_FileException_PathTooLong(name));
+        if (std::strlen(m_originalLocalDirPath) + 1 + std::strlen(name) > vl::platform::maxPath)
+            V_throw(V_FileException_PathTooLong(name));
+        V_throw(V_FileException_ArchiveNotFound(name)); // an empty name, another drive
     }
 
     ArchiveReader reader(path);

@@ -2,6 +2,7 @@
 // decoder.
 #pragma once
 
+#include "file/archive_format.h"
 #include "file/lzss.h"
 #include "file/scramble.h"
 #include "vl/file.h"
@@ -16,7 +17,7 @@ class EntryDecoder {
     explicit EntryDecoder(const V_File::VASFileEntry &entry)
         : m_uOffset(entry.offset), m_uStoredSize(entry.storedSize), m_uSeed(entry.seed) {
         if (entry.method == V_File::METHOD_LZSS_SCRAMBLED)
-            m_scrambler.emplace(static_cast<std::int32_t>(m_uSeed == 0 ? 1 : m_uSeed));
+            m_scrambler.emplace(archiveScramblerState(m_uSeed));
     }
 
     /// Makes the next stored bytes readable, in place: first the container's header, then its code.

@@ -104,7 +104,7 @@ void V_File::relativeToAbsolutePath(char *out, const char *name) {
 
 void V_File::absolutePathToDirStructure(char *out, const char *path) {
     PathText diskPath(*reinterpret_cast<PathBuffer *>(out), path);
-    if (m_archiveHandling == AH_DIRECTORIES || (m_archiveHandling == AH_LOCAL_ROOT && hasDrive(path))) {
+    if (m_archiveHandling != AH_ARCHIVES) {
         diskPath.append(path);
         return;
     }

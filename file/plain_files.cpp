@@ -12,20 +12,11 @@
 #include <cstring>
 
 using vl::OpenFile;
-using vl::openUnbuffered;
+using vl::openWithoutBuffer;
 using vl::PathText;
 using vl::platform::PathBuffer;
 
 namespace {
-
-unsigned int lengthOf(std::FILE *file, const char *path) {
-    std::uint64_t length = 0;
-    if (!vl::platform::fileLength(file, length))
-        V_throw(V_FileException_UnableToReadData(path));
-    if (length > 0xFFFFFFFFu)
-        V_throw(V_FileException_FileTooLarge(path));
-    return static_cast<unsigned int>(length);
-}
 
 void upperCase(char *text) {
     for (; *text; ++text)
@@ -81,8 +72,8 @@ unsigned int V_File::size(const char *name) {
     PathBuffer path, diskPath;
     relativeToAbsolutePath(path, name);
     absolutePathToDirStructure(diskPath, path);
-    if (const OpenFile file = openUnbuffered(diskPath, "rb"))
-        return lengthOf(file.get(), diskPath);
+    if (const OpenFile file = openWithoutBuffer(diskPath, "rb"))
+        return vl::sizeOf(file.get(), diskPath);
     upperCase(path);
     V_VASFind found;
     searchFile(&found, path);
@@ -99,8 +90,8 @@ void V_File::loadBounded(void *buffer, const char *name, unsigned int size, unsi
     PathBuffer path, diskPath;
     relativeToAbsolutePath(path, name);
     absolutePathToDirStructure(diskPath, path);
-    if (const OpenFile file = openUnbuffered(diskPath, "rb")) {
-        const unsigned int count = size == WHOLE_FILE ? lengthOf(file.get(), diskPath) : size;
+    if (const OpenFile file = openWithoutBuffer(diskPath, "rb")) {
+        const unsigned int count = size == WHOLE_FILE ? vl::sizeOf(file.get(), diskPath) : size;
         if (std::fread(buffer, 1, count, file.get()) != count)
             V_throw(V_FileException_UnableToReadData(diskPath));
         return;
@@ -109,9 +100,9 @@ void V_File::loadBounded(void *buffer, const char *name, unsigned int size, unsi
     searchFile(&found, path);
     if (!found.file)
         V_throw(V_FileException_FileNotFound(path));
-    readEntry(found, path, buffer, bufferSize);
-    if (bufferSize != WHOLE_FILE && found.file->size < bufferSize)
-        std::memset(static_cast<char *>(buffer) + found.file->size, 0, bufferSize - found.file->size);
+    const unsigned int written = readEntry(found, path, buffer, bufferSize);
+    if (bufferSize != WHOLE_FILE)
+        std::memset(static_cast<char *>(buffer) + written, 0, bufferSize - written);
 }
 
 char *V_File::load(const char *, const char *name, unsigned int size) {
@@ -126,6 +117,7 @@ char *V_File::load(const char *, const char *name, unsigned int size) {
         searchFile(&found, path);
         V_throw(V_FileException_FileCorrupted(found.file ? path : upperCased));
     }
+    checkLargeLoad(upperCased, count);
     vl::CountedArray<char> buffer(vl::allocateArray<char>(count));
     loadBounded(buffer.get(), upperCased, count, count);
     return buffer.release();
@@ -144,7 +136,7 @@ int V_File::save(const char *name, const void *data, unsigned int size) {
         vl::platform::removeFile(diskPath);
     if (where(name) == LOC_DISK)
         return 0;
-    const OpenFile file = openUnbuffered(diskPath, "wb");
+    const OpenFile file = openWithoutBuffer(diskPath, "wb");
     if (!file)
         return 0;
     std::fwrite(data, 1, size, file.get());
@@ -156,7 +148,7 @@ int V_File::append(const char *name, const void *data, unsigned int size) {
     relativeToAbsolutePath(path, name);
     absolutePathToDirStructure(diskPath, path);
     checkPathExistence(path);
-    const OpenFile file = openUnbuffered(diskPath, "a+b"); // the mode itself writes behind the end
+    const OpenFile file = openWithoutBuffer(diskPath, "a+b"); // the mode itself writes behind the end
     if (!file)
         return save(name, data, size);
     std::fwrite(data, 1, size, file.get());

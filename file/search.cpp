@@ -6,11 +6,12 @@
 
 #include "vl/file.h"
 
+#include "file/archive_format.h"
 #include "file/path_text.h"
 #include "platform/platform.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <cstdint>
 #include <cstring>
 
 using vl::PathText;
@@ -20,17 +21,20 @@ namespace {
 
 enum Stage : unsigned int { stageDisk, stageArchiveDirectories, stageArchiveFiles, stageFinished };
 
-constexpr std::size_t dirKeyLength = 5;
-
-unsigned char folded(char c) { return std::V_CTrI::fold(c); }
-
 /// -1, 0 or +1 as `key`, cut to the length of `prefix`, sorts before, with or behind `prefix`.
 int comparePrefix(const char *key, const char *prefix, std::size_t length) {
     for (std::size_t i = 0; i < length; ++i) {
-        if (folded(key[i]) != folded(prefix[i]))
-            return folded(key[i]) < folded(prefix[i]) ? -1 : 1;
+        const unsigned char left = std::V_CTrI::fold(key[i]), right = std::V_CTrI::fold(prefix[i]);
+        if (left != right)
+            return left < right ? -1 : 1;
     }
     return 0;
+}
+
+/// Whether a path can name what an archive calls so. A client that walks a tree must not meet "..".
+bool isNameable(const char *name, std::size_t length) {
+    return length != 0 && length <= vl::platform::maxPath &&
+           !(name[0] == '.' && (length == 1 || (length == 2 && name[1] == '.')));
 }
 
 /// The first entry of a sorted table whose key does not sort before `prefix`.
@@ -63,8 +67,10 @@ const char *V_File::findFirst(const char *pattern) {
 
     // The directory is resolved without the wildcards, whose dots are not those of a path.
     PathBuffer inDirectory;
-    PathText(inDirectory, pattern).append(pattern, static_cast<std::size_t>(name - pattern));
-    std::strcat(inDirectory, std::strlen(inDirectory) < vl::platform::maxPath ? "*" : "");
+    PathText directoryText(inDirectory, pattern);
+    directoryText.append(pattern, static_cast<std::size_t>(name - pattern));
+    if (directoryText.length() < vl::platform::maxPath) // or the pattern is empty, and nothing matches
+        directoryText.append('*');
     relativeToAbsolutePath(resolved, inDirectory);
     PathText(m_strSearchDir, pattern).append(resolved, vl::directoryLength(resolved));
 
@@ -155,7 +161,7 @@ const char *V_File::findNextDirectory() {
             }
             const std::size_t nameLength = std::strcspn(name, "\\");
             const bool direct = name[nameLength] == '\\' && name[nameLength + 1] == 0;
-            if (!direct || nameLength == 0 || nameLength > vl::platform::maxPath)
+            if (!direct || !isNameable(name, nameLength))
                 continue;
             std::memcpy(m_strResult, name, nameLength);
             m_strResult[nameLength] = 0;
@@ -176,10 +182,9 @@ const char *V_File::findNextDirectory() {
 /// archive lacks the directory.
 void V_File::writeDirKey() {
     const int index = m_pDirIDCursor ? *m_pDirIDCursor : -1;
-    if (index >= 0 && index <= 99999)
-        std::snprintf(m_strDirKey, sizeof m_strDirKey, "%05i", index);
-    else
-        std::strcpy(m_strDirKey, "XXXXX");
+    std::strcpy(m_strDirKey, "XXXXX");
+    if (index >= 0 && index <= static_cast<int>(vl::archiveHighestDirIndex))
+        vl::putArchiveKeyDigits(m_strDirKey, static_cast<std::uint32_t>(index));
 }
 
 /// The next file of the searched directory that matches.
@@ -187,18 +192,18 @@ const char *V_File::findNextFile() {
     while (m_pArchive) {
         const unsigned int count = m_pArchive->header.fileCount;
         if (m_uIndex == 0)
-            m_uIndex = firstWithPrefix(m_pArchive->files, count, m_strDirKey, dirKeyLength);
+            m_uIndex = firstWithPrefix(m_pArchive->files, count, m_strDirKey, vl::archiveKeyDigits);
         while (m_uIndex < count) {
             const char *key = m_pArchive->files[m_uIndex].key;
-            if (std::memcmp(key, m_strDirKey, dirKeyLength) != 0)
+            if (std::memcmp(key, m_strDirKey, vl::archiveKeyDigits) != 0)
                 break;
             ++m_uIndex;
-            const char *name = key + dirKeyLength;
+            const char *name = key + vl::archiveKeyDigits;
             if (!xstricmp(m_strPattern, name))
                 continue;
             const std::size_t nameLength = std::strlen(name);
             // Not memcpy, which GCC turns into a string instruction here that takes long to start.
-            if (nameLength <= vl::platform::maxPath)
+            if (isNameable(name, nameLength))
                 return static_cast<const char *>(std::memmove(m_strResult, name, nameLength + 1));
         }
         m_pArchive = VASArchiveList->getNext(m_pArchive);

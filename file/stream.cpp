@@ -9,6 +9,7 @@
 #include "core/counted.h"
 #include "file/archive_format.h"
 #include "file/entry_decoder.h"
+#include "file/open_file.h"
 #include "file/stream_source.h"
 #include "platform/platform.h"
 
@@ -72,22 +73,16 @@ void V_FileStream::locate(vl::StreamSource &source, const char *name) {
 V_FileStream::V_FileStream(const char *name, int bufferSize) : V_FileStream() {
     vl::StreamSource source;
     locate(source, name);
-    if (std::FILE *file = vl::platform::openFile(source.diskPath, "rb")) {
-        std::unique_ptr<std::FILE, int (*)(std::FILE *)> opened(file, std::fclose);
-        std::uint64_t length = 0;
-        if (!vl::platform::fileLength(file, length))
-            V_throw(V_FileException_UnableToReadData(source.diskPath));
-        if (length > 0xFFFFFFFFu)
-            V_throw(V_FileException_FileTooLarge(source.diskPath));
+    if (vl::OpenFile file = vl::openWithoutBuffer(source.diskPath, "rb")) {
+        end = packedLeft = vl::sizeOf(file.get(), source.diskPath);
         shared = newShared(name, source.diskPath);
-        shared->fileHandle = opened.release();
-        end = packedLeft = static_cast<unsigned int>(length);
+        shared->fileHandle = file.release();
     } else if (!source.entry.file) {
         V_throw(V_FileException_FileNotFound(source.diskPath));
     } else {
         const char *archivePath = source.entry.archive->archivePath;
         shared = newShared(name, archivePath);
-        shared->fileHandle = vl::platform::openFile(archivePath, "rb");
+        shared->fileHandle = vl::openWithoutBuffer(archivePath, "rb").release();
         if (!shared->fileHandle)
             V_throw(V_FileException_ArchiveNotFound(archivePath));
         openEntry(source);
@@ -99,31 +94,33 @@ void V_FileStream::openEntry(const vl::StreamSource &source) {
     const V_File::VASFileEntry &entry = *source.entry.file;
     packedLeft = entry.storedSize;
     if (entry.method == V_File::METHOD_STORED) {
-        if (entry.size != entry.storedSize || entry.size > 0xFFFFFFFFu - entry.offset)
+        if (entry.size != entry.storedSize)
             V_throw(V_FileException_FileCorrupted(shared->name));
         start = position = entry.offset;
-        end = start + entry.size;
+        end = start + entry.size; // in 32 bits, or the archive would not have been loaded
         return;
     }
     if ((entry.method != V_File::METHOD_LZSS && entry.method != V_File::METHOD_LZSS_SCRAMBLED) ||
         entry.storedSize < vl::lzssHeaderSize)
         V_throw(V_FileException_FileCorrupted(shared->name));
 
+    // Known now, since a user of the stream may take memory for all of it (readWhole).
+    std::uint64_t length = 0;
+    if (!vl::platform::fileLength(shared->fileHandle, length) ||
+        length < std::uint64_t{entry.offset} + entry.storedSize)
+        V_throw(V_FileException_UnableToReadData(shared->name));
     shared->compressed = true;
     shared->decoder = vl::newCounted<vl::EntryDecoder>(entry);
     std::uint8_t bytes[vl::lzssHeaderSize];
     readFile(entry.offset, bytes, sizeof bytes);
     shared->decoder->unscramble(bytes, sizeof bytes);
-    packedLeft -= static_cast<unsigned int>(vl::lzssHeaderSize);
-    vl::LzssHeader header;
-    if (!vl::lzssReadHeader(bytes, header) || header.size != entry.size || header.packedSize != packedLeft ||
-        !vl::lzssCanHold(header.size, header.packedSize))
+    if (!vl::isContainerOf(bytes, entry))
         V_throw(V_FileException_FileCorrupted(shared->name));
+    packedLeft -= static_cast<unsigned int>(vl::lzssHeaderSize);
     end = entry.size; // counted in unpacked bytes, which have no place in the archive, from 0
 }
 
 void V_FileStream::allocateBuffer(int bufferSize) {
-    std::setvbuf(shared->fileHandle, nullptr, _IONBF, 0);
     shared->capacity = static_cast<unsigned int>(bufferSize > 0 ? bufferSize : vl::defaultStreamBuffer);
     shared->buffer = shared->readPtr = vl::allocateArray<unsigned char>(shared->capacity);
 }
@@ -145,7 +142,7 @@ void V_FileStream::share(const V_FileStream &source) {
     }
     // An unbuffered stream has no handle to share.
     shared = newShared(source.shared->name, source.shared->sourcePath);
-    shared->fileHandle = vl::platform::openFile(shared->sourcePath, "rb");
+    shared->fileHandle = vl::openWithoutBuffer(shared->sourcePath, "rb").release();
     if (!shared->fileHandle)
         V_throw(V_FileException_FileNotFound(shared->sourcePath));
     allocateBuffer(vl::defaultStreamBuffer);
@@ -168,6 +165,8 @@ void V_FileStream::cover(const V_FileStream &source, Region region) {
 }
 
 V_FileStream &V_FileStream::operator=(const V_FileStream &source) {
+    if (shared && !shared->fileHandle) // an unbuffered stream, of which a part would stay as it was
+        V_throw(V_FileException_FileNotAStream(shared->name));
     if (this != &source) {
         V_FileStream copy(source);
         release();

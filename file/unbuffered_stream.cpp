@@ -3,6 +3,7 @@
 #include "vl/file/stream.h"
 
 #include "core/counted.h"
+#include "file/open_file.h"
 #include "file/stream_source.h"
 #include "platform/platform.h"
 
@@ -28,13 +29,8 @@ V_UnbufferedFileStream::V_UnbufferedFileStream(const char *name, int bufferSize)
     locate(source, name);
     handle = open(source.diskPath);
     if (handle) {
-        std::uint64_t length = 0;
-        if (!vl::platform::unbufferedLength(handle, length))
-            V_throw(V_FileException_UnableToReadData(source.diskPath));
-        if (length > 0xFFFFFFFFu)
-            V_throw(V_FileException_FileTooLarge(source.diskPath));
+        end = vl::sizeOf(handle, source.diskPath);
         shared = newShared(name, source.diskPath);
-        end = static_cast<unsigned int>(length);
     } else if (!source.entry.file) {
         V_throw(V_FileException_FileNotFound(source.diskPath));
     } else {
@@ -42,7 +38,7 @@ V_UnbufferedFileStream::V_UnbufferedFileStream(const char *name, int bufferSize)
         const char *archivePath = source.entry.archive->archivePath;
         if (entry.method != V_File::METHOD_STORED)
             V_throw(V_FileException_FileNotAStream(source.path));
-        if (entry.size != entry.storedSize || entry.size > 0xFFFFFFFFu - entry.offset)
+        if (entry.size != entry.storedSize)
             V_throw(V_FileException_FileCorrupted(source.path));
         handle = open(archivePath);
         if (!handle)

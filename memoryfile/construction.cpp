@@ -178,9 +178,10 @@ void V_MemoryFile::construct(const char *fileName, AccessMethod method) {
             m_uSize = m_pStream->size(); // should the file have changed since
         } else {
             m_eAccessMethod = AM_MEMORY;
+            File->checkLargeLoad(getFilename(), m_uSize);
             m_pData = newBlock(m_uSize).release();
             m_iAllocated = static_cast<int>(m_uSize);
-            File->load(m_pData, getFilename(), m_uSize);
+            File->loadBounded(m_pData, getFilename(), m_uSize, m_uSize);
         }
     } catch (...) {
         destruct();

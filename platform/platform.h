@@ -61,8 +61,9 @@ bool removeFile(const char *path);
 
 /// Opens a file for standard input and output, `mode` as for fopen: one of r, w and a, then any of +, b and
 /// t. Opening for writing a name that exists in another spelling opens that file; a new file goes into the
-/// directory that matches. Null on failure; a directory never opens. Programs started later do not inherit
-/// it. The caller closes the result with fclose.
+/// directory that matches. Null on failure; a directory never opens, and for reading nothing but a regular
+/// file does (a pipe is refused rather than waited for). Programs started later do not inherit it. The caller
+/// closes the result with fclose.
 std::FILE *openFile(const char *path, const char *mode);
 
 /// The length in bytes of an open file of any size, with what was written to it and is still buffered; the
@@ -74,7 +75,8 @@ bool seekFile(std::FILE *file, std::uint64_t position);
 
 /// Reads `count` bytes at `position` of an existing file in as few calls of the system as there can be: one
 /// to open, one to read, one to close. `delivered` is how many came, fewer only at the end of the file or on
-/// an error. False, and nothing delivered, when the file cannot be opened; a directory never opens.
+/// an error (nothing, of a pipe or the like). False, and nothing delivered, when the file cannot be opened; a
+/// directory never opens.
 bool readRange(const char *path, std::uint64_t position, void *buffer, std::uint32_t count,
                std::uint32_t &delivered);
 
@@ -83,8 +85,7 @@ struct CalendarTime {
     std::uint16_t year, month, dayOfWeek, day, hour, minute, second, milliseconds;
 };
 
-/// The time of the last write to an existing file that can be opened for reading (not a directory). False
-/// otherwise.
+/// The time of the last write to an existing regular file that can be opened for reading. False otherwise.
 bool lastWriteTime(const char *path, CalendarTime &time);
 
 // ---- Enumeration of a directory ------------------------------------------------------------------------
@@ -115,13 +116,13 @@ bool matchesWildcards(const char *pattern, const char *name);
 /// A file opened for reading past the system's cache.
 class UnbufferedFile;
 
-/// Opens an existing file; where the file system offers no unbuffered reading, ordinary reads serve. Null on
-/// failure; `outOfMemory`, where given, tells whether that was for want of memory.
+/// Opens an existing regular file; where the file system offers no unbuffered reading, ordinary reads serve.
+/// Null on failure; `outOfMemory`, where given, tells whether that was for want of memory.
 UnbufferedFile *openUnbuffered(const char *path, bool *outOfMemory = nullptr);
 void closeUnbuffered(UnbufferedFile *file);
 
 /// Length in bytes. False when it cannot be told.
-bool unbufferedLength(UnbufferedFile *file, std::uint64_t &length);
+bool fileLength(UnbufferedFile *file, std::uint64_t &length);
 
 /// Bytes per sector: positions, counts and buffer addresses of readUnbuffered are multiples of it. A power of
 /// two, at least 512; it never changes while the file is open.

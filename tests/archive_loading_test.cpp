@@ -170,6 +170,8 @@ TEST_F(ArchiveLoading, FailureToEnableAPriorityArchiveLeavesNone) {
     EXPECT_EQ(loaded("who"), "normal");
     EXPECT_EQ(messageOf<V_FileException_ArchiveNotFound>([] { File->enablePriorityArchive("no.dat"); }),
               "Archive " + fullPath("no.dat") + " not found");
+    EXPECT_EQ(messageOf<V_FileException_ArchiveNotFound>([] { File->enablePriorityArchive("D:\\a.vas"); }),
+              "Archive D:\\a.vas not found");
     const std::string tooLong(300, 'x');
     EXPECT_EQ(messageOf<V_FileException_PathTooLong>([&] { File->enablePriorityArchive(tooLong.c_str()); }),
               "Path \"" + tooLong + "\" exceeds 255 characters");

@@ -90,6 +90,7 @@ TEST_F(ArchiveReading, KnowsEmptyFilesAndIgnoresUnknownMethods) {
                   std::string("File \\") + name + " is corrupted");
     }
     EXPECT_EQ(inBuffer("9", V_File::WHOLE_FILE), "#######");
+    EXPECT_EQ(loaded("9"), std::string(7, 0));
 }
 
 TEST_F(ArchiveReading, ReportsDamagedEntries) {
@@ -123,6 +124,7 @@ TEST_F(ArchiveReading, ReportsDamagedEntries) {
             unsigned char buffer[64];
             EXPECT_EQ(messageOf<V_FileException_FileCorrupted>([&] { File->load(buffer, "damaged", 0); }),
                       "File \\damaged is corrupted");
+            EXPECT_THROW(File->load("damaged", V_File::WHOLE_FILE), V_FileException_FileCorrupted *);
         }
 }
 

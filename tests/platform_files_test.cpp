@@ -44,7 +44,7 @@ void expectSameBytesUnbuffered(const fs::path &directory) {
     UnbufferedFile *const file = openUnbuffered(enginePath(directory / "DATA.bin").c_str());
     ASSERT_NE(file, nullptr);
     std::uint64_t length = 0;
-    EXPECT_TRUE(unbufferedLength(file, length));
+    EXPECT_TRUE(fileLength(file, length));
     EXPECT_EQ(length, bytes.size());
     const std::uint32_t sector = sectorSize(file);
     EXPECT_GE(sector, 512u);
@@ -178,7 +178,21 @@ TEST(UnbufferedReading, GivesTheSameBytesWithAndWithoutDirectAccess) {
     expectSameBytesUnbuffered(directory.path());
     if (fs::is_directory("/dev/shm"))
         expectSameBytesUnbuffered(TemporaryDirectory("/dev/shm").path());
-    EXPECT_EQ(openUnbuffered(directory.enginePath().c_str()), nullptr);
-    EXPECT_EQ(openUnbuffered((directory.enginePath() + "\\missing").c_str()), nullptr);
     closeUnbuffered(nullptr);
+}
+
+// Nobody writes to the pipe: what waits for a writer never ends.
+TEST(Files, AreNotReadWhereSomethingElseLies) {
+    const TemporaryDirectory directory;
+    ASSERT_EQ(mkfifo((directory.path() / "pipe").c_str(), 0666), 0);
+    for (const char *name : {"", "\\pipe", "\\missing"}) {
+        const std::string path = directory.enginePath() + name;
+        CalendarTime time;
+        std::uint32_t delivered = 1;
+        EXPECT_EQ(openFile(path.c_str(), "rb"), nullptr) << name;
+        EXPECT_EQ(openUnbuffered(path.c_str()), nullptr) << name;
+        EXPECT_FALSE(lastWriteTime(path.c_str(), time)) << name;
+        readRange(path.c_str(), 0, &time, 1, delivered);
+        EXPECT_EQ(delivered, 0u) << name;
+    }
 }

@@ -129,10 +129,16 @@ TEST_F(Search, LeavesOutNamesThatNoPathCanHold) {
     load(ArchiveBuilder()
              .add("\\" + std::string(255, 'n'), "1")
              .add("\\" + std::string(256, 'm'), "1")
-             .add("\\" + std::string(300, 'd') + "\\x", "1"));
+             .add("\\" + std::string(300, 'd') + "\\x", "1")
+             .add("\\..\\..", "1")
+             .add("\\.\\x", "1")
+             .add("\\", "1"));
     EXPECT_EQ(find("n*"), Names{std::string(255, 'n')});
     EXPECT_EQ(find("m*"), Names{});
     EXPECT_EQ(find("d*"), Names{});
+    EXPECT_EQ(find("?"), Names{});
+    EXPECT_EQ(find("..*"), Names{});
+    EXPECT_EQ(find(""), Names{});
     EXPECT_THROW(File->findFirst(std::string(256, '*').c_str()), V_FileException_PathTooLong *);
     EXPECT_EQ(File->findNext(), nullptr);
     File->enableFilenameLengthLimitation(true);

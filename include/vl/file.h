@@ -180,8 +180,9 @@ class VL_API V_File {
     /// Reads a file into a new block of `size` bytes (of the file's size for WHOLE_FILE), to be released with
     /// free. An archived file that is larger is cut to `size`; one that is smaller leaves the rest 0; a
     /// disk file that is smaller throws V_FileException_UnableToReadData. A size of 0 throws
-    /// V_FileException_FileCorrupted, so an empty file cannot be loaded this way. Otherwise throws as the
-    /// load above. `owner` is a label without effect.
+    /// V_FileException_FileCorrupted, so an empty file cannot be loaded this way. An archived file of an
+    /// unknown method gives zeros. Otherwise throws as the load above, and before a large block is taken if
+    /// the archive cannot hold so large a file. `owner` is a label without effect.
     char *load(const char *owner, const char *name, unsigned int size);
     char *load(const char *name, unsigned int size);
 
@@ -234,7 +235,8 @@ class VL_API V_File {
     /// directory has no record is not found.
 
     /// Sets how names are resolved (ArchiveHandling) and resets the current directory: `\` for AH_ARCHIVES,
-    /// the local root otherwise. Archives are parked while the mode is not AH_ARCHIVES.
+    /// the local root otherwise. Archives are parked while the mode is not AH_ARCHIVES. Another value than
+    /// these resolves names as AH_LOCAL_ROOT does.
     void setArchiveHandling(int mode);
     int getArchiveHandling() const { return m_archiveHandling; }
 
@@ -259,7 +261,8 @@ class VL_API V_File {
     bool setSecondaryArchiveSearchPath(const char *dir);
     const char *getSecondaryArchiveSearchPath() const { return sm_strSecondaryArchiveSearchPath; }
 
-    /// How a file is stored (Method): METHOD_STORED on disk; -1 when it is not found or is a directory.
+    /// How a file is stored (Method): METHOD_STORED for whatever is on disk; -1 when it is not found or is a
+    /// directory of an archive only.
     int getMethod(const char *name);
 
     /// Throws V_FileException_IncompatibleArchiverID, naming the first active archive that was not built for
@@ -300,6 +303,7 @@ class VL_API V_File {
     friend class V_VantorInit;
     friend class V_FileDirectoryChange;
     friend class V_FileStream;
+    friend class V_MemoryFile;
     friend class V_UnbufferedFileStream;
     friend class vl::ArchiveAccess;
 
@@ -331,8 +335,9 @@ class VL_API V_File {
     static void releaseArchiveTables(const V_VASArchive &archive);
     static void searchFile(V_VASFind *result, const char *path);
     static void searchDir(V_VASFind *result, const char *path);
-    static void readEntry(const V_VASFind &entry, const char *resolvedPath, void *buffer,
-                          unsigned int bufferSize);
+    static unsigned int readEntry(const V_VASFind &found, const char *resolvedPath, void *buffer,
+                                  unsigned int bufferSize);
+    void checkLargeLoad(const char *name, unsigned int size);
 
     // Search (file/search.cpp)
     static int xstricmp(const char *pattern, const char *name);

@@ -36,8 +36,12 @@ int openFlags(const char *mode) {
     }
 }
 
-/// Opens a file, or for reading also a directory; -1 on failure.
+bool isForReading(int flags) { return (flags & O_ACCMODE) == O_RDONLY; }
+
+/// Opens a file, or for reading anything at all; -1 on failure.
 int openAnything(const char *path, int flags) {
+    if (isForReading(flags))
+        flags |= O_NONBLOCK | O_NOCTTY; // a pipe would wait for its writer; files do not mind
     SystemPath system;
     if (!toSystemPath(system, path) || system.endsInSeparator)
         return -1;
@@ -51,11 +55,12 @@ int openAnything(const char *path, int flags) {
     return descriptor;
 }
 
-/// Opens a file (never a directory); -1 on failure.
+/// Opens a regular file, or for writing anything but a directory; -1 on failure.
 int openDescriptor(const char *path, int flags) {
     const int descriptor = openAnything(path, flags);
     struct stat info;
-    if (descriptor >= 0 && (fstat(descriptor, &info) != 0 || S_ISDIR(info.st_mode))) {
+    if (descriptor >= 0 && (fstat(descriptor, &info) != 0 || S_ISDIR(info.st_mode) ||
+                            (isForReading(flags) && !S_ISREG(info.st_mode)))) {
         close(descriptor);
         return -1;
     }
@@ -132,8 +137,7 @@ bool readRange(const char *path, std::uint64_t position, void *buffer, std::uint
 }
 
 bool lastWriteTime(const char *path, CalendarTime &time) {
-    // Without O_NONBLOCK a pipe would wait for its writer.
-    const int descriptor = openDescriptor(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    const int descriptor = openDescriptor(path, O_RDONLY);
     if (descriptor < 0)
         return false;
     struct stat info;

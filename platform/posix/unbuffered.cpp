@@ -28,6 +28,9 @@ constexpr std::uint32_t smallestSector = 512;
 /// Serves every file system that does not tell its alignment.
 constexpr std::uint32_t safeSector = 4096;
 
+/// A pipe would wait for its writer; files do not mind.
+constexpr int readOnly = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+
 /// The alignment that direct reads of the file need; 0 when there are none.
 std::uint32_t directAlignment([[maybe_unused]] int descriptor) {
 #ifdef STATX_DIOALIGN
@@ -61,10 +64,10 @@ UnbufferedFile *openUnbuffered(const char *path, bool *outOfMemory) {
     bool direct = true;
     const auto openExisting = [&](const char *text) {
         direct = true;
-        descriptor = open(text, O_RDONLY | O_CLOEXEC | O_DIRECT);
+        descriptor = open(text, readOnly | O_DIRECT);
         if (descriptor < 0 && errno == EINVAL) {
             direct = false;
-            descriptor = open(text, O_RDONLY | O_CLOEXEC);
+            descriptor = open(text, readOnly);
         }
         return descriptor >= 0;
     };
@@ -72,7 +75,7 @@ UnbufferedFile *openUnbuffered(const char *path, bool *outOfMemory) {
         return nullptr;
 
     struct stat info;
-    if (fstat(descriptor, &info) != 0 || S_ISDIR(info.st_mode)) {
+    if (fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode)) {
         close(descriptor);
         return nullptr;
     }
@@ -99,9 +102,9 @@ void closeUnbuffered(UnbufferedFile *file) {
     delete file;
 }
 
-bool unbufferedLength(UnbufferedFile *file, std::uint64_t &length) {
+bool fileLength(UnbufferedFile *file, std::uint64_t &length) {
     struct stat info;
-    if (fstat(file->m_descriptor, &info) != 0 || !S_ISREG(info.st_mode))
+    if (fstat(file->m_descriptor, &info) != 0)
         return false;
     length = static_cast<std::uint64_t>(info.st_size);
     return true;

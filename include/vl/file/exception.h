@@ -18,7 +18,8 @@ VL_FILE_EXCEPTION(V_FileException_FileNotFound);
 /// "File %s is corrupted": an empty file given to the allocating load, or damaged data in an archived file or
 /// in a compressed container, which is then named by its magic "VA->".
 VL_FILE_EXCEPTION(V_FileException_FileCorrupted);
-/// "File %s is not a stream": an unbuffered stream on an archived file that is not stored raw.
+/// "File %s is not a stream": an unbuffered stream on an archived file that is not stored raw,
+/// or one that is assigned a stream of the buffered kind.
 VL_FILE_EXCEPTION(V_FileException_FileNotAStream);
 /// "Archive %s not found": an archive file that cannot be opened.
 VL_FILE_EXCEPTION(V_FileException_ArchiveNotFound);

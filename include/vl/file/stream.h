@@ -33,8 +33,9 @@ class VL_API V_FileStream {
     /// Opens a file. `bufferSize` is the number of bytes read at once, for a compressed entry of packed ones;
     /// 0 or less means 8192. Throws V_FileException_FileNotFound with the path on disk,
     /// V_FileException_ArchiveNotFound when the archive has vanished, V_FileException_UnableToReadData when
-    /// its length or the entry's header cannot be read, V_FileException_FileTooLarge for a file on disk of 4
-    /// GiB or more, and V_FileException_FileCorrupted when an entry's sizes contradict each other.
+    /// its length cannot be told or the archive does not hold all of a compressed entry,
+    /// V_FileException_FileTooLarge for a file on disk of 4 GiB or more, and V_FileException_FileCorrupted
+    /// when an entry's sizes contradict each other or its method is unknown.
     V_FileStream(const char *name, int bufferSize);
 
     /// A sub-stream: `size` bytes of `source` from its position `offset` on, cut to what `source` covers. A
@@ -46,7 +47,8 @@ class VL_API V_FileStream {
     V_FileStream(const V_FileStream &source, int offset = -1, int size = -1);
 
     /// Lets go of the file and becomes a copy of `source`, as the constructor does it; an exception leaves it
-    /// as it was. Assignment to itself does nothing.
+    /// as it was. Assignment to itself does nothing. An unbuffered stream known by this base cannot become a
+    /// buffered one and throws V_FileException_FileNotAStream.
     V_FileStream &operator=(const V_FileStream &source);
 
     /// The last stream that shares a file closes it.

@@ -135,7 +135,7 @@ bool V_MemoryFile::ownsBytes(const void *data) const {
     const auto begin = reinterpret_cast<std::uintptr_t>(m_pData);
     const auto address = reinterpret_cast<std::uintptr_t>(data);
     return m_bOwnsData && m_pData && address >= begin &&
-           address - begin <= static_cast<unsigned int>(m_iAllocated);
+           address - begin < static_cast<unsigned int>(m_iAllocated);
 }
 
 void V_MemoryFile::construct(unsigned int capacity) {
@@ -147,9 +147,10 @@ void V_MemoryFile::construct(unsigned int capacity) {
 }
 
 void V_MemoryFile::construct(unsigned int capacity, const char *fileName) {
-    startOver();
     try {
-        m_strFilename = textOrEmpty(fileName);
+        V_String name(textOrEmpty(fileName));
+        startOver();
+        m_strFilename.swap(name);
         m_pOutFile = vl::platform::openFile(getFilename(), "wb");
         if (!m_pOutFile)
             V_throw(V_MemoryFileException_UnableToOpenFileForWrite(getFilename()));
@@ -166,9 +167,10 @@ void V_MemoryFile::construct(unsigned int capacity, const char *fileName) {
 }
 
 void V_MemoryFile::construct(const char *fileName, AccessMethod method) {
-    startOver();
     try {
-        m_strFilename = textOrEmpty(fileName);
+        V_String name(textOrEmpty(fileName));
+        startOver();
+        m_strFilename.swap(name);
         m_eMode = MODE_READ;
         m_bOwnsData = true;
         m_uSize = File->size(getFilename());

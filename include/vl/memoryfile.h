@@ -205,8 +205,8 @@ class VL_API V_MemoryFile {
     /// Turns a file that was written in memory to its beginning, to be read. It may be written again later.
     void toRead();
 
-    /// The buffer: the bytes of a file in memory, null for a streamed file and before the first write. Valid
-    /// until the next write or construct.
+    /// The buffer: the bytes of a file in memory, or what of a write-through file has not gone to disk; null
+    /// for a streamed file and before the first write. Valid until the next write or construct.
     const void *getAddress() const { return m_pData; }
     unsigned int getPosition() const { return m_uPosition; }
     unsigned int getSize() const { return m_uPosition > m_uSize ? m_uPosition : m_uSize; }

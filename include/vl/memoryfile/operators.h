@@ -290,7 +290,7 @@ inline V_MemoryFile &operator<<(V_MemoryFile &file, const char *text) {
 }
 
 /// Any other pointer would be taken for a bool.
-template <class T, std::enable_if_t<!std::is_same<std::remove_cv_t<T>, char>::value, int> = 0>
+template <class T, std::enable_if_t<!std::is_convertible<T *, const char *>::value, int> = 0>
 V_MemoryFile &operator<<(V_MemoryFile &file, T *pointer) = delete;
 
 #undef VL_MEMORY_FILE_PLAIN_VALUES

@@ -73,7 +73,7 @@ bool V_MemoryFile::readChunkHeader(ChunkHeader &header, bool required) {
         refuse("read a write-through file");
     loadStream();
     const unsigned int begin = m_uPosition;
-    if (!required && m_uSize - begin <= markerSize)
+    if (!required && getSize() - begin <= markerSize)
         return false;
     unsigned char marker;
     read(&marker, markerSize);
@@ -93,7 +93,7 @@ bool V_MemoryFile::readChunkHeader(ChunkHeader &header, bool required) {
 }
 
 bool V_MemoryFile::chunkReachesBeyondEnd(const ChunkHeader &header) const {
-    return header.size > m_uSize - m_uPosition;
+    return header.size > getSize() - m_uPosition;
 }
 
 void V_MemoryFile::buildChunk(Chunk &chunk, const ChunkHeader &header) {

@@ -97,6 +97,7 @@ void V_MemoryFile::initializeMembers() {
     m_uPosition = 0;
     m_pOutFile = nullptr;
     m_uFlushed = 0;
+    m_uRoomEnd = 0;
     m_chunkStack.clear();
 }
 
@@ -105,7 +106,7 @@ void V_MemoryFile::destruct() {
         return;
     if (m_pOutFile) {
         // All that was written belongs to the file, also what lies behind a position that was set back.
-        const unsigned int pending = m_uSize - m_uFlushed;
+        const unsigned int pending = getSize() - m_uFlushed;
         if (!m_bWriteFailed && pending != 0 && std::fwrite(m_pData, 1, pending, m_pOutFile) != pending)
             m_bWriteFailed = true;
         if (std::fclose(m_pOutFile) != 0)
@@ -134,7 +135,7 @@ bool V_MemoryFile::ownsBytes(const void *data) const {
     const auto begin = reinterpret_cast<std::uintptr_t>(m_pData);
     const auto address = reinterpret_cast<std::uintptr_t>(data);
     return m_bOwnsData && m_pData && address >= begin &&
-           address - begin <= static_cast<unsigned int>(m_iAllocated);
+           address - begin < static_cast<unsigned int>(m_iAllocated);
 }
 
 void V_MemoryFile::construct(unsigned int capacity) {
@@ -146,9 +147,10 @@ void V_MemoryFile::construct(unsigned int capacity) {
 }
 
 void V_MemoryFile::construct(unsigned int capacity, const char *fileName) {
-    startOver();
     try {
-        m_strFilename = textOrEmpty(fileName);
+        V_String name(textOrEmpty(fileName));
+        startOver();
+        m_strFilename.swap(name);
         m_pOutFile = vl::platform::openFile(getFilename(), "wb");
         if (!m_pOutFile)
             V_throw(V_MemoryFileException_UnableToOpenFileForWrite(getFilename()));
@@ -165,9 +167,10 @@ void V_MemoryFile::construct(unsigned int capacity, const char *fileName) {
 }
 
 void V_MemoryFile::construct(const char *fileName, AccessMethod method) {
-    startOver();
     try {
-        m_strFilename = textOrEmpty(fileName);
+        V_String name(textOrEmpty(fileName));
+        startOver();
+        m_strFilename.swap(name);
         m_eMode = MODE_READ;
         m_bOwnsData = true;
         m_uSize = File->size(getFilename());
@@ -246,12 +249,12 @@ void V_MemoryFile::construct(const V_MemoryFile &other) {
     try {
         const bool compressed = other.m_pStream && other.m_pStream->isCompressed();
         if (compressed) {
-            block = newBlock(other.m_uSize);
+            block = newBlock(other.getSize());
             other.m_pStream->readWhole(block.get());
         } else if (other.m_pStream) {
             stream.reset(vl::newCounted<V_FileStream>(*other.m_pStream));
         } else if (other.m_pData && (other.m_bOwnsData || ownsBytes(other.m_pData))) {
-            block = copyOf(other.m_pData, other.m_uSize, other.m_uSize);
+            block = copyOf(other.m_pData, other.getSize(), other.getSize());
         }
         m_chunkStack.reserve(other.m_chunkStack.size());
         name = other.m_strFilename;
@@ -263,16 +266,17 @@ void V_MemoryFile::construct(const V_MemoryFile &other) {
     m_strFilename.swap(name);
     m_bConstructed = other.m_bConstructed;
     m_bOwnsData = other.m_bOwnsData || block;
-    m_iAllocated = block ? static_cast<int>(other.m_uSize) : other.m_iAllocated;
+    m_iAllocated = block ? static_cast<int>(other.getSize()) : other.m_iAllocated;
     m_pData = block ? block.release() : other.m_pData;
     m_eAccessMethod = other.m_pStream && !stream ? AM_MEMORY : other.m_eAccessMethod;
     m_pStream = stream.release();
-    m_uSize = other.m_uSize;
+    m_uSize = other.getSize();
     m_uCapacity = other.m_uCapacity;
     m_eMode = other.m_eMode;
     m_uPosition = other.m_uPosition;
     m_chunkStack = other.m_chunkStack;
     m_bTagsEnabled = other.m_bTagsEnabled;
+    updateRoom();
 }
 
 /// Loads a compressed entry whole where its stream does not suffice, and goes on in memory.

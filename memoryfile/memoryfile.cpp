@@ -26,10 +26,10 @@ void V_MemoryFile::seek(int offset, SeekMode mode) {
         place += offset;
         break;
     case SM_END:
-        place = std::int64_t{m_uSize} - offset;
+        place = std::int64_t{getSize()} - offset;
         break;
     }
-    if (place < 0 || place > std::int64_t{m_uSize})
+    if (place < 0 || place > std::int64_t{getSize()})
         V_throw(V_MemoryFileException_SeekOutOfRange(getFilename()));
     if (place < std::int64_t{m_uFlushed})
         refuse("seek back to what is on disk already in a write-through file");
@@ -41,6 +41,7 @@ void V_MemoryFile::moveTo(unsigned int place) {
     if (place == m_uPosition)
         return;
     loadStream();
+    m_uSize = getSize();
     m_uPosition = place;
     if (m_pStream)
         m_pStream->seek(place, V_FileStream::SM_BEGIN);
@@ -61,7 +62,7 @@ void V_MemoryFile::read(void *destination, int count) {
     if (isWriteThrough())
         refuse("read a write-through file");
     const auto size = static_cast<unsigned int>(count);
-    if (size > m_uSize - m_uPosition)
+    if (size > getSize() - m_uPosition)
         V_throw(V_MemoryFileException_Overreading(getFilename()));
     if (size == 0)
         return;
@@ -96,22 +97,20 @@ void V_MemoryFile::writeTogether(const void *head, unsigned int headSize, const 
     if (count == 0)
         return;
 
-    unsigned char *room = roomFor(count);
-    if (!room && !isWriteThrough()) {
+    if (!hasRoomFor(count) && !isWriteThrough()) {
         // The data may lie in the buffer that growing replaces.
         const bool own = ownsBytes(data);
         const std::ptrdiff_t place = own ? static_cast<const unsigned char *>(data) - m_pData : 0;
         grow(m_uPosition + total);
         if (own)
             data = m_pData + place;
-        room = m_pData + m_uPosition;
     }
-    if (room) {
+    if (hasRoomFor(count)) {
         if (size != 0)
-            std::memmove(room + headSize, data, size); // before the head, which may overwrite it
+            std::memmove(roomAhead() + headSize, data, size); // before the head, which may overwrite it
         if (headSize != 0)
-            std::memcpy(room, head, headSize);
-        advance(count);
+            std::memcpy(roomAhead(), head, headSize);
+        m_uPosition += count;
     } else {
         writeThrough(head, headSize);
         writeThrough(data, size);
@@ -130,28 +129,27 @@ void V_MemoryFile::grow(std::uint64_t size) {
     m_pData = static_cast<unsigned char *>(V_REALLOCATE(m_pData, m_iAllocated, static_cast<int>(capacity)));
     m_iAllocated = static_cast<int>(capacity);
     m_uCapacity = static_cast<unsigned int>(capacity);
+    updateRoom();
 }
 
 void V_MemoryFile::writeThrough(const void *data, unsigned int size) {
     if (size == 0)
         return;
-    unsigned char *room = roomFor(size);
-    if (!room) {
+    if (!hasRoomFor(size)) {
         if (!m_pData)
             grow(m_uCapacity);
         else
             flush();
-        room = roomFor(size);
     }
-    if (room) {
-        std::memcpy(room, data, size);
+    if (hasRoomFor(size)) {
+        std::memcpy(roomAhead(), data, size);
     } else {
         // More than the buffer holds, and so more than may still be pending behind the position.
         writeToDisk(data, size);
         m_uFlushed = m_uPosition + size;
-        limitBuffer();
+        updateRoom();
     }
-    advance(size);
+    m_uPosition += size;
 }
 
 /// Writes what is pending before the position; what lies behind it, after seeking back, stays pending.
@@ -160,16 +158,16 @@ void V_MemoryFile::flush() {
     if (before == 0)
         return;
     writeToDisk(m_pData, before);
-    std::memmove(m_pData, m_pData + before, m_uSize - m_uPosition);
+    std::memmove(m_pData, m_pData + before, getSize() - m_uPosition);
     m_uFlushed = m_uPosition;
-    limitBuffer();
+    updateRoom();
 }
 
-/// Lets the buffer end where the largest possible file does, so that no position can wrap.
-void V_MemoryFile::limitBuffer() {
+/// Tells how far the buffer may be written now: at most to where the largest possible file ends, so that no
+/// position can wrap.
+void V_MemoryFile::updateRoom() {
     const unsigned int left = 0xFFFFFFFFu - m_uFlushed;
-    if (static_cast<unsigned int>(m_iAllocated) > left)
-        m_iAllocated = static_cast<int>(left);
+    m_uRoomEnd = m_uCapacity == 0 ? 0 : m_uFlushed + std::min(static_cast<unsigned int>(m_iAllocated), left);
 }
 
 void V_MemoryFile::writeToDisk(const void *data, unsigned int count) {
@@ -181,6 +179,7 @@ void V_MemoryFile::writeToDisk(const void *data, unsigned int count) {
 void V_MemoryFile::failWriting() {
     m_bWriteFailed = true;
     m_uCapacity = 0;
+    updateRoom();
     V_throw(V_MemoryFileException_UnableToWriteData(getFilename()));
 }
 
@@ -189,7 +188,7 @@ void V_MemoryFile::failWriting() {
 int V_MemoryFile::save(const char *fileName) const {
     if (m_eAccessMethod != AM_MEMORY)
         refuse("save what is not a file in memory");
-    return File->save(fileName, m_pData, m_uSize);
+    return File->save(fileName, m_pData, getSize());
 }
 
 int V_MemoryFile::save() const { return save(getFilename()); }
@@ -197,7 +196,7 @@ int V_MemoryFile::save() const { return save(getFilename()); }
 int V_MemoryFile::append(const char *fileName) const {
     if (m_eAccessMethod != AM_MEMORY)
         refuse("append what is not a file in memory");
-    return File->append(fileName, m_pData, m_uSize);
+    return File->append(fileName, m_pData, getSize());
 }
 
 int V_MemoryFile::append() const { return append(getFilename()); }

@@ -143,8 +143,12 @@ TEST_F(MemoryFile, IsBuiltAnewFromWhatItOwns) {
     const V_MemoryFile view(file.getAddress(), 2, false);
     file.construct(view);
     EXPECT_EQ(readAll(file), "23");
+    writeFile(root() / "23", "abc");
+    file.construct(static_cast<const void *>("23"), 3, true);
+    file.construct(static_cast<const char *>(file.getAddress()), V_MemoryFile::AM_MEMORY);
+    EXPECT_EQ(readAll(file), "abc");
     file.construct(file);
-    EXPECT_EQ(file.getPosition(), 2u);
+    EXPECT_EQ(file.getPosition(), 3u);
     file.destruct();
     file.destruct();
     EXPECT_EQ(file.getSize(), 0u);

@@ -205,11 +205,11 @@ class VL_API V_MemoryFile {
     /// Turns a file that was written in memory to its beginning, to be read. It may be written again later.
     void toRead();
 
-    /// The buffer: the bytes of a file in memory, null for a streamed file and before the first write. Valid
-    /// until the next write or construct.
+    /// The buffer: the bytes of a file in memory, or what of a write-through file has not gone to disk; null
+    /// for a streamed file and before the first write. Valid until the next write or construct.
     const void *getAddress() const { return m_pData; }
     unsigned int getPosition() const { return m_uPosition; }
-    unsigned int getSize() const { return m_uSize; }
+    unsigned int getSize() const { return m_uPosition > m_uSize ? m_uPosition : m_uSize; }
 
     /// The name that exceptions quote, and that save and append use when they are given none.
     void setFilename(const char *fileName);
@@ -297,7 +297,7 @@ class VL_API V_MemoryFile {
     void grow(std::uint64_t size);
     void writeThrough(const void *data, unsigned int size);
     void flush();
-    void limitBuffer();
+    void updateRoom();
     void writeToDisk(const void *data, unsigned int count);
     [[noreturn]] void failWriting();
 
@@ -314,8 +314,8 @@ class VL_API V_MemoryFile {
     void patch(unsigned int place, unsigned int value);
 
     // The short way of the operators (vl/memoryfile/operators.h): straight to the buffer.
-    unsigned char *roomFor(unsigned int count);
-    void advance(unsigned int count);
+    bool hasRoomFor(unsigned int count) const;
+    unsigned char *roomAhead() const;
     const unsigned char *bytesAhead(unsigned int count) const;
     template <unsigned int SIZE>
     void writeValue(BasicType type, const void *data);
@@ -328,14 +328,16 @@ class VL_API V_MemoryFile {
                       unsigned int compactBase);
     template <class Integer>
     void readInteger(Integer &value, unsigned int longTag, unsigned int compactBase);
-    void writeText(const char *text, std::size_t length);
+    void writeText(const char *text, std::size_t length, std::size_t readable);
+    template <class String>
+    void writeString(const String &text);
     template <class String>
     void readText(String &text);
 
     bool m_bConstructed;
     bool m_bOwnsData;
     unsigned char *m_pData;
-    unsigned int m_uSize;
+    unsigned int m_uSize;     ///< less than the position where writing has passed it: see getSize
     unsigned int m_uCapacity; ///< what the buffer grows to next; 0 for a file built for reading
     int m_iAllocated;         ///< bytes of m_pData
     Mode m_eMode;
@@ -348,6 +350,7 @@ class VL_API V_MemoryFile {
     unsigned int m_uFlushed; ///< of a write-through file: where in the file m_pData begins
     std::vector<unsigned int, V_Allocator<unsigned int>> m_chunkStack; ///< starts of the open chunks
     bool m_bWriteFailed = false;
+    unsigned int m_uRoomEnd; ///< the position up to which the buffer takes what is written
 
     static AccessMethod sm_eDefaultAccessMethod;
 };

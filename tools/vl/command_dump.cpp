@@ -1,9 +1,11 @@
 // vl dump: a memory file as a tree of its chunks and tagged values, from disk or out of an archive.
 //
-// The tree is built first, as JSON, and then printed as it is or as text. Each item is one object:
+// The tree is built first, as JSON, and then printed as JSON or as text. Each item is one object:
 //
 //   chunk    offset, chunk, version, size, items
-//   value    offset, type, value (what is not finite as "nan", "inf" or "-inf")
+//   value    offset, type, value: what is printed, as JSON has it; numbers in the fewest digits that read
+//   back
+//            as the same value of their type, what is not finite as "nan", "inf" or "-inf"
 //   bytes    offset, bytes (as hex), untagged or (below damage) rest
 //   damage   offset, damage: what is wrong there
 //
@@ -21,6 +23,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -42,6 +45,9 @@ struct DumpOptions {
     std::string file, archive;
     bool asJson = false, untagged = false;
 };
+
+/// JSON in one line; what is no valid text in a string is replaced.
+std::string compact(const json &value) { return value.dump(-1, ' ', false, json::error_handler_t::replace); }
 
 class Dumper {
   public:
@@ -145,7 +151,7 @@ class Dumper {
     std::string addValue(json &result, unsigned int &position, unsigned int end) const {
         V_MemoryFile file(m_bytes.data() + position, end - position, false);
         const char *type = nullptr;
-        json value;
+        std::string value;
         try {
             value = readValue(file, byteAt(position), type);
         } catch (V_MemoryFileException_Overreading *) {
@@ -168,60 +174,63 @@ class Dumper {
     }
 
     /// JSON has no numbers for what is not finite.
-    static json number(double value) {
-        if (std::isfinite(value))
-            return value;
-        return std::isnan(value) ? "nan" : value < 0 ? "-inf" : "inf";
+    template <class Real>
+    static std::string number(Real value) {
+        if (!std::isfinite(value))
+            return std::isnan(value) ? "\"nan\"" : value < 0 ? "\"-inf\"" : "\"inf\"";
+        char digits[32];
+        const std::string text(digits, std::to_chars(digits, std::end(digits), value).ptr);
+        return text.find_first_of(".e") == text.npos ? text + ".0" : text; // never taken for an integer
     }
 
     template <class Block>
-    static json floats(V_MemoryFile &file) {
+    static std::string floats(V_MemoryFile &file) {
         const Block block = read<Block>(file);
         float values[sizeof(Block) / sizeof(float)];
         std::memcpy(values, &block, sizeof block);
-        json result = json::array();
+        std::string result;
         for (const float value : values)
-            result.push_back(number(value));
-        return result;
+            result += (result.empty() ? "[" : ",") + number(value);
+        return result + "]";
     }
 
     /// The value at the position, and the name of its type; no type when the tag is none of a value.
-    static json readValue(V_MemoryFile &file, unsigned char tag, const char *&type) {
+    static std::string readValue(V_MemoryFile &file, unsigned char tag, const char *&type) {
         switch (tag) {
         case V_MemoryFile::BT_LONG:
-            return type = "long", read<long>(file);
+            return type = "long", std::to_string(read<long>(file));
         case V_MemoryFile::BT_ULONG:
-            return type = "unsigned long", read<unsigned long>(file);
+            return type = "unsigned long", std::to_string(read<unsigned long>(file));
         case V_MemoryFile::BT_INT:
         case V_MemoryFile::BT_INT24:
         case V_MemoryFile::BT_INT16:
         case V_MemoryFile::BT_INT8:
-            return type = "int", read<int>(file);
+            return type = "int", std::to_string(read<int>(file));
         case V_MemoryFile::BT_UINT:
         case V_MemoryFile::BT_UINT24:
         case V_MemoryFile::BT_UINT16:
         case V_MemoryFile::BT_UINT8:
-            return type = "unsigned int", read<unsigned int>(file);
+            return type = "unsigned int", std::to_string(read<unsigned int>(file));
         case V_MemoryFile::BT_SHORT:
-            return type = "short", read<short>(file);
+            return type = "short", std::to_string(read<short>(file));
         case V_MemoryFile::BT_USHORT:
-            return type = "unsigned short", read<unsigned short>(file);
+            return type = "unsigned short", std::to_string(read<unsigned short>(file));
         case V_MemoryFile::BT_CHAR:
-            return type = "char", static_cast<int>(read<char>(file));
+            return type = "char", std::to_string(read<char>(file));
         case V_MemoryFile::BT_SCHAR:
-            return type = "signed char", static_cast<int>(read<signed char>(file));
+            return type = "signed char", std::to_string(read<signed char>(file));
         case V_MemoryFile::BT_UCHAR:
-            return type = "unsigned char", static_cast<int>(read<unsigned char>(file));
+            return type = "unsigned char", std::to_string(read<unsigned char>(file));
         case V_MemoryFile::BT_FLOAT:
             return type = "float", number(read<float>(file));
         case V_MemoryFile::BT_DOUBLE:
             return type = "double", number(read<double>(file));
         case V_MemoryFile::BT_STRING: {
             const V_String text = read<V_String>(file);
-            return type = "string", std::string(text.data(), text.size());
+            return type = "string", compact(std::string(text.data(), text.size()));
         }
         case V_MemoryFile::BT_BOOL:
-            return type = "bool", read<bool>(file);
+            return type = "bool", read<bool>(file) ? "true" : "false";
         case V_MemoryFile::BT_VECTOR2:
             return type = "vector2", floats<M_Vector2Template<float>>(file);
         case V_MemoryFile::BT_VECTOR3:
@@ -237,7 +246,7 @@ class Dumper {
         case V_MemoryFile::BT_MATRIX4:
             return type = "matrix4", floats<M_Matrix4Template<float>>(file);
         case V_MemoryFile::BT_FLOAT16:
-            return type = "float16", static_cast<float>(read<M_Float16>(file));
+            return type = "float16", number(static_cast<float>(read<M_Float16>(file)));
         default:
             return {};
         }
@@ -248,9 +257,26 @@ class Dumper {
     bool m_bDamaged = false;
 };
 
-// ---- Text ------------------------------------------------------------------------------------------------
+// ---- Printing --------------------------------------------------------------------------------------------
 
-std::string compact(const json &value) { return value.dump(-1, ' ', false, json::error_handler_t::replace); }
+/// One item to a line.
+void printJson(const json &items, int depth) {
+    const char *separator = "[";
+    for (const json &item : items) {
+        std::printf("%s\n%*s", separator, 2 * depth + 2, "");
+        separator = "{";
+        for (const auto &[key, value] : item.items()) {
+            std::printf("%s\"%s\": ", separator, key.c_str());
+            separator = ", ";
+            if (key == "items")
+                printJson(value, depth + 1);
+            else
+                std::fputs((key == "value" ? value.get<std::string>() : compact(value)).c_str(), stdout);
+        }
+        separator = "},";
+    }
+    std::printf("%s%s", items.empty() ? "[]" : "}]", depth == 0 ? "\n" : "");
+}
 
 void printText(const json &items, int depth) {
     for (const json &item : items) {
@@ -260,7 +286,8 @@ void printText(const json &items, int depth) {
                         item["version"].get<unsigned int>(), item["size"].get<unsigned int>());
             printText(item["items"], depth + 1);
         } else if (item.contains("type")) {
-            std::printf("%s %s\n", item["type"].get<std::string>().c_str(), compact(item["value"]).c_str());
+            std::printf("%s %s\n", item["type"].get<std::string>().c_str(),
+                        item["value"].get<std::string>().c_str());
         } else if (item.contains("damage")) {
             std::printf("DAMAGE: %s\n", item["damage"].get<std::string>().c_str());
         } else {
@@ -298,7 +325,7 @@ int dump(const DumpOptions &options) {
     Dumper dumper(content, options.untagged);
     const json items = dumper.items(0, static_cast<unsigned int>(content.size()), 0);
     if (options.asJson)
-        std::puts(items.dump(2, ' ', false, json::error_handler_t::replace).c_str());
+        printJson(items, 0);
     else
         printText(items, 0);
     return dumper.damaged() ? 1 : 0;

@@ -38,38 +38,39 @@ static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "values are stored as t
 
 // ---- The short way: straight to the buffer -------------------------------------------------------------
 
-/// Where `count` bytes can be written at the position; null when the buffer has no room for them or must not
-/// be written.
-inline unsigned char *V_MemoryFile::roomFor(unsigned int count) {
-    const unsigned int offset = m_uPosition - m_uFlushed;
-    const bool room = std::uint64_t{offset} + count <= static_cast<unsigned int>(m_iAllocated);
-    return room && m_uCapacity != 0 ? m_pData + offset : nullptr;
+// For all the compiler knows, storing bytes may change the members, which it then reads again. So these
+// functions read what they need beforehand, and set the position alone, which the size follows
+// (V_MemoryFile::getSize).
+
+/// Whether the buffer may be written and has room for `count` bytes at the position.
+inline bool V_MemoryFile::hasRoomFor(unsigned int count) const {
+    return std::uint64_t{m_uPosition} + count <= m_uRoomEnd;
 }
 
-/// Moves the position over bytes that have been written.
-inline void V_MemoryFile::advance(unsigned int count) {
-    m_uPosition += count;
-    if (m_uPosition > m_uSize)
-        m_uSize = m_uPosition;
-}
+/// The place of the position in the buffer.
+inline unsigned char *V_MemoryFile::roomAhead() const { return m_pData + (m_uPosition - m_uFlushed); }
 
 /// The `count` bytes at the position; null when fewer are left or they are not in memory.
 inline const unsigned char *V_MemoryFile::bytesAhead(unsigned int count) const {
-    const bool there = count <= m_uSize - m_uPosition;
+    const bool there = std::uint64_t{m_uPosition} + count <= m_uSize;
     return there && m_eAccessMethod == AM_MEMORY ? m_pData + m_uPosition : nullptr;
 }
 
 template <unsigned int SIZE>
 void V_MemoryFile::writeValue(BasicType type, const void *data) {
     const unsigned int tagSize = m_bTagsEnabled ? 1 : 0;
-    unsigned char *room = roomFor(SIZE + tagSize);
-    if (!room) {
+    const std::uint64_t end = std::uint64_t{m_uPosition} + tagSize + SIZE;
+    unsigned int position;
+    if (end <= m_uRoomEnd) {
+        unsigned char *room = roomAhead();
+        room[0] = static_cast<unsigned char>(type);
+        std::memcpy(room + tagSize, data, SIZE); // over the tag when there shall be none
+        position = static_cast<unsigned int>(end);
+    } else {
         writeTagged(type, data, SIZE);
-        return;
+        position = m_uPosition;
     }
-    room[0] = static_cast<unsigned char>(type);
-    std::memcpy(room + tagSize, data, SIZE); // over the tag when there shall be none
-    advance(SIZE + tagSize);
+    m_uPosition = position; // on both ways, so that a loop keeps it in a register from value to value
 }
 
 template <unsigned int SIZE>
@@ -98,16 +99,16 @@ void V_MemoryFile::writeInteger(unsigned int value, unsigned int magnitude, unsi
                                 unsigned int compactBase) {
     const unsigned int extraBytes = m_bTagsEnabled ? extraBytesOf<SHIFT>(magnitude) : 3;
     const unsigned int tag = extraBytes == 3 ? longTag : compactBase - 1 - extraBytes;
-    unsigned char *room = roomFor(5);
-    if (!room || m_uPosition != m_uSize || !m_bTagsEnabled) {
+    if (!hasRoomFor(5) || m_uPosition < m_uSize || !m_bTagsEnabled) {
         writeIntegerSlowly(value, extraBytes, tag);
         return;
     }
+    unsigned char *room = roomAhead();
+    const unsigned int end = m_uPosition + 2 + extraBytes;
     // Nothing lies behind the position yet, so all four bytes may be stored whatever the form.
     room[0] = static_cast<unsigned char>(tag);
     std::memcpy(room + 1, &value, 4);
-    m_uPosition += 2 + extraBytes;
-    m_uSize = m_uPosition;
+    m_uPosition = end;
 }
 
 template <class Integer>
@@ -132,18 +133,36 @@ void V_MemoryFile::readInteger(Integer &value, unsigned int longTag, unsigned in
     value = static_cast<Integer>(readIntegerSlowly(longTag, compactBase, isSigned));
 }
 
-/// Writes a string; one whose length fits a byte, as most do, straight to the buffer.
-inline void V_MemoryFile::writeText(const char *text, std::size_t length) {
-    unsigned char *room = length < 128 ? roomFor(static_cast<unsigned int>(3 + length)) : nullptr;
-    if (!room || !m_bTagsEnabled) {
+/// Writes a string; one whose length fits a byte, as most do, straight to the buffer. From `text` on,
+/// `readable` bytes may be read, whatever they hold.
+inline void V_MemoryFile::writeText(const char *text, std::size_t length, std::size_t readable) {
+    // A copy of fixed size has no branches to miss, but needs a place where it overwrites nothing.
+    constexpr unsigned int blockSize = 16;
+    const bool asBlock = length <= blockSize && readable >= blockSize && m_uPosition >= m_uSize;
+    const unsigned int size = asBlock ? blockSize : static_cast<unsigned int>(length);
+    if (length >= 128 || !hasRoomFor(3 + size) || !m_bTagsEnabled) {
         writeTextSlowly(text, length);
         return;
     }
-    std::memmove(room + 3, text, length); // which may lie in this buffer
+    unsigned char *room = roomAhead();
+    const unsigned int end = m_uPosition + 3 + static_cast<unsigned int>(length);
+    if (asBlock)
+        std::memcpy(room + 3, text, blockSize);
+    else
+        std::memmove(room + 3, text, length); // which may lie in this buffer
     room[0] = BT_STRING;
     room[1] = BT_INT8;
     room[2] = static_cast<unsigned char>(length);
-    advance(static_cast<unsigned int>(3 + length));
+    m_uPosition = end;
+}
+
+template <class String>
+void V_MemoryFile::writeString(const String &text) {
+    // The characters of a short string lie in the string object, which may be read to its end.
+    const auto object = reinterpret_cast<std::uintptr_t>(&text);
+    const auto characters = reinterpret_cast<std::uintptr_t>(text.data());
+    const bool inside = characters >= object && characters < object + sizeof text;
+    writeText(text.data(), text.size(), inside ? object + sizeof text - characters : text.size());
 }
 
 template <class String>
@@ -165,7 +184,7 @@ void V_MemoryFile::readText(String &text) {
     }
     const unsigned int length = readTextLength();
     constexpr unsigned int longestUnread = 65536;
-    if (length <= m_uSize - m_uPosition || length <= longestUnread)
+    if (length <= getSize() - m_uPosition || length <= longestUnread)
         text.resize(length);
     read(&text[0], static_cast<int>(length));
 }
@@ -244,7 +263,7 @@ inline V_MemoryFile &operator>>(V_MemoryFile &file, bool &value) {
 }
 
 inline V_MemoryFile &operator<<(V_MemoryFile &file, const V_String &value) {
-    file.writeText(value.data(), value.size());
+    file.writeString(value);
     return file;
 }
 inline V_MemoryFile &operator>>(V_MemoryFile &file, V_String &value) {
@@ -253,7 +272,7 @@ inline V_MemoryFile &operator>>(V_MemoryFile &file, V_String &value) {
 }
 
 inline V_MemoryFile &operator<<(V_MemoryFile &file, const V_StringI &value) {
-    file.writeText(value.data(), value.size());
+    file.writeString(value);
     return file;
 }
 inline V_MemoryFile &operator>>(V_MemoryFile &file, V_StringI &value) {
@@ -265,12 +284,13 @@ inline V_MemoryFile &operator>>(V_MemoryFile &file, V_StringI &value) {
 inline V_MemoryFile &operator<<(V_MemoryFile &file, const char *text) {
     if (!text)
         file.refuse("write a null text to");
-    file.writeText(text, std::strlen(text));
+    const std::size_t length = std::strlen(text);
+    file.writeText(text, length, length);
     return file;
 }
 
 /// Any other pointer would be taken for a bool.
-template <class T, std::enable_if_t<!std::is_same<std::remove_cv_t<T>, char>::value, int> = 0>
+template <class T, std::enable_if_t<!std::is_convertible<T *, const char *>::value, int> = 0>
 V_MemoryFile &operator<<(V_MemoryFile &file, T *pointer) = delete;
 
 #undef VL_MEMORY_FILE_PLAIN_VALUES

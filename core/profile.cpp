@@ -19,14 +19,19 @@ union EntryStorage {
 };
 constinit EntryStorage storage;
 
-/// What counts of a section's name, padded with zeros.
-struct Name {
-    explicit Name(const char *name) {
-        if (name)
-            std::strncpy(text, name, sizeof text - 1);
+/// How many characters of a section's name count.
+constexpr std::size_t nameLength = sizeof V_PENTRY::name - 1;
+
+/// Inline, because most names differ early: a call to strncmp for each would cost more than the comparing.
+bool isNamed(const V_PENTRY &entry, const char *name) {
+    for (std::size_t i = 0; i < nameLength; ++i) {
+        if (entry.name[i] != name[i])
+            return false;
+        if (name[i] == 0)
+            return true;
     }
-    char text[sizeof V_PENTRY::name] = {};
-};
+    return true;
+}
 
 /// Whether time is counted in cycles.
 bool countsCycles() { return Sys && (Sys->getProcessorCaps() & V_System::CAP_TSC); }
@@ -95,22 +100,27 @@ double V_Profile::ticksPerSecond() {
 // ---- Sections ------------------------------------------------------------------------------------------
 
 V_PENTRY *V_Profile::find(const char *name) {
-    const Name wanted(name);
+    if (!name)
+        name = "";
     for (V_PENTRY *entry = m_slProfiles.getFirst(); entry; entry = m_slProfiles.getNext(entry))
-        if (std::memcmp(entry->name, wanted.text, sizeof wanted.text) == 0)
+        if (isNamed(*entry, name))
             return entry;
     return nullptr;
 }
 
+V_PENTRY *V_Profile::create(const char *name) {
+    V_PENTRY *entry = m_slProfiles.getNode();
+    std::strncpy(entry->name, name ? name : "", nameLength);
+    entry->info.name = entry->name;
+    clearEntry(entry);
+    ++m_siEntries;
+    return entry;
+}
+
 V_PENTRY *V_Profile::insert(const char *name) {
     V_PENTRY *entry = find(name);
-    if (!entry) {
-        entry = m_slProfiles.getNode();
-        std::memcpy(entry->name, Name(name).text, sizeof entry->name);
-        entry->info.name = entry->name;
-        clearEntry(entry);
-        ++m_siEntries;
-    }
+    if (!entry) [[unlikely]]
+        entry = create(name);
     V_PINSTANCE &instance = entry->stack.emplace_back();
     readClock(&instance.start);
     instance.allocationsAtStart = V_Memory::getNewCount();

@@ -201,6 +201,7 @@ class VL_API V_Profile {
     static double ticksBetween(V_PTICK *start, V_PTICK *end);
     static double ticksPerSecond(); ///< 0 while the clock rate is not measured
 
+    static V_PENTRY *create(const char *name);
     void begin(const char *name);
     void end() noexcept;
     static void discardOpenInstances();

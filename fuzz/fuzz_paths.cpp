@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 namespace {
@@ -42,7 +43,7 @@ std::string joined(std::string out, const std::string &name) {
 }
 
 std::string expectedPath(int mode, const std::string &given) {
-    const std::string name = normalised(given);
+    std::string name = normalised(given);
     const std::string current = File->getCurrentDirectory();
     if (name.size() > 255)
         return name;
@@ -62,7 +63,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (size == 0 || !silent)
         return 0;
     const int mode = data[0] % 3;
-    const std::string name = std::string(reinterpret_cast<const char *>(data + 1), size - 1).c_str();
+    std::string name(reinterpret_cast<const char *>(data + 1), size - 1);
+    name.resize(std::strlen(name.c_str()));
     File->setArchiveHandling(mode);
     const std::string expected = expectedPath(mode, name);
     try {

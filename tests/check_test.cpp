@@ -100,7 +100,7 @@ class CheckLog : public ::testing::Test {
 };
 
 TEST_F(CheckLog, TheReportIsLoggedWhole) {
-    V_System::m_bAssertionCreatesException = true;
+    Sys->setAssertionCreatesException(true);
     EXPECT_THROW(V_ASSERT_fails("50 % a", "f", 3, "r"), V_DebugException_Assert *);
     EXPECT_EQ(logged,
               "\n\n" + line + "\nV_ASSERT( 50 % a )\nFile: f\nLine: 3\n\nReason: r\n" + line + "\n\n");

@@ -113,6 +113,7 @@ TEST(Memory, StringsReportExhaustionAndCompareWithoutCase) {
     EXPECT_TRUE(mixed == "mixed AND long enough for the heap");
     EXPECT_TRUE(mixed < "mixed b");
     EXPECT_EQ(mixed.find("LONG"), 10U);
+    EXPECT_EQ(mixed.find('Z'), V_StringI::npos);
     EXPECT_FALSE(V_StringI("[") == V_StringI("{")); // only letters fold
     EXPECT_EQ(V_Memory::getNewCount(), 0);          // strings are not counted
     const FailingAllocation fault(0);

@@ -55,6 +55,15 @@ TEST_F(PlainFiles, ThatAreMissingOrEmptySaySo) {
     EXPECT_EQ(File->del("directory"), 0);
 }
 
+TEST_F(PlainFiles, OfFourGibibytesAreRefused) {
+    writeFile(root() / "large", "");
+    std::filesystem::resize_file(root() / "large", std::uintmax_t{1} << 32);
+    EXPECT_EQ(messageOf<V_FileException_FileTooLarge>([] { File->size("large"); }),
+              "File \"" + engineRoot() + "\\large\" exceeds 4294967295 bytes");
+    EXPECT_THROW(V_FileStream("large", 0), V_FileException_FileTooLarge *);
+    EXPECT_THROW(V_UnbufferedFileStream("large", 0), V_FileException_FileTooLarge *);
+}
+
 TEST_F(PlainFiles, AreSavedAsTheOverrideSays) {
     EXPECT_EQ(File->save("new/file.txt", "one", 3), 1); // creates the directory
     EXPECT_EQ(File->save("NEW/FILE.txt", "second", 6), 1);

@@ -174,6 +174,7 @@ TEST_F(Streams, OpenRegionsOfEveryKind) {
 
     std::filesystem::remove(root() / "A.VAS");
     EXPECT_THROW(V_UnbufferedFileStream copy(unbuffered), V_FileException_FileNotFound *);
+    EXPECT_THROW(V_FileStream copy(unbuffered), V_FileException_FileNotFound *);
     EXPECT_EQ(messageOf<V_FileException_ArchiveNotFound>([] { V_FileStream("lzss", 4); }),
               "Archive " + engineRoot() + "\\A.VAS not found");
     EXPECT_THROW(V_UnbufferedFileStream("stored", 4), V_FileException_ArchiveNotFound *);
@@ -236,6 +237,7 @@ TEST_F(Streams, NoticeDamagedEntries) {
     } const cases[] = {
         {"no room for a header", [](auto &r) { r.storedSize = 11, r.stored.resize(11); }, false},
         {"an unknown method", [](auto &r) { r.method = 4; }, false},
+        {"a stored entry of two sizes", [](auto &r) { r.method = 3; }, false},
         {"another magic", [](auto &r) { r.stored[0] = 'X'; }, false},
         {"another size", [](auto &r) { ++r.size; }, false},
         {"another packed size", [](auto &r) { ++r.stored[8]; }, false},
@@ -253,6 +255,7 @@ TEST_F(Streams, NoticeDamagedEntries) {
         if (!test.opens) {
             EXPECT_EQ(messageOf<Corrupted>([] { V_FileStream("packed", 64); }), "File packed is corrupted")
                 << test.what;
+            EXPECT_THROW(V_UnbufferedFileStream("packed", 64), V_FileException *) << test.what;
             continue;
         }
         for (std::size_t piece : {1, 100, 5000}) {

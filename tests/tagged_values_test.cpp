@@ -282,11 +282,13 @@ TEST_F(TaggedValues, LetClientsAddTypesOfTheirOwn) {
     constexpr auto clientTag = static_cast<V_MemoryFile::BasicType>(28);
     struct ClientFile : V_MemoryFile {
         void put(const char (&value)[100]) { writeTagged(clientTag, value, sizeof value); }
+        void put() { writeTag(clientTag); }
         void get(char (&value)[100]) { readTagged(clientTag, value, sizeof value); }
     } file;
     char value[100] = "value", back[100] = {}, c = 0;
     file.put(value);
-    EXPECT_EQ(bytesOf(file), '\x1C' + std::string(value, sizeof value));
+    file.put();
+    EXPECT_EQ(bytesOf(file), '\x1C' + std::string(value, sizeof value) + '\x1C');
     file.toRead();
     file.get(back);
     EXPECT_EQ(std::memcmp(value, back, sizeof value), 0);

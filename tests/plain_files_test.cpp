@@ -49,10 +49,6 @@ TEST_F(PlainFiles, ThatAreMissingOrEmptySaySo) {
     EXPECT_EQ(File->timeStamp("a/no.txt"), 0u);
     EXPECT_EQ(File->getMethod("a/no.txt"), -1);
     EXPECT_EQ(File->del("a/no.txt"), 0);
-    std::filesystem::create_directory(root() / "directory");
-    EXPECT_EQ(messageOf<V_FileException_FileNotFound>([] { File->size("directory"); }),
-              "File \\DIRECTORY not found");
-    EXPECT_EQ(File->del("directory"), 0);
 }
 
 TEST_F(PlainFiles, OfFourGibibytesAreRefused) {
@@ -99,7 +95,6 @@ TEST_F(PlainFiles, AreStampedWithTheirLastWriteInUtc) {
     EXPECT_EQ(stampAt(sys_days(1995y / 1 / 1) + 1s), 2764801u);
     // ((((31 * 12 + 11) * 31 + 22) * 24 + 21) * 60 + 32) * 60 + 59, by hand
     EXPECT_EQ(stampAt(sys_days(2026y / 11 / 22) + 21h + 32min + 59s), 1027805579u);
-    EXPECT_EQ(File->timeStamp("\\"), 0u); // a directory cannot be opened
 }
 
 TEST_F(PlainFiles, GetTheFirstFreeTemporaryName) {

@@ -160,7 +160,8 @@ TEST_F(Noise, ChecksumIsTheSameInEveryBuild) {
         add(M_sturbulence(z, 5.5f));
         add(M_sturbulence(Vector3{z, y, x}, 8.0f));
         const float a = static_cast<float>(i % 141) / 140.0f;
-        const float b = static_cast<float>(i / 141) / 142.0f;
+        const int row = i / 141;
+        const float b = static_cast<float>(row) / 142.0f;
         add(M_bias(a, b));
         add(M_gain(a, b));
     }

@@ -154,7 +154,7 @@ TEST_F(ScriptPreprocessor, PassesOnWhatTheFileSystemThrows) {
 
 TEST_F(ScriptPreprocessor, SurvivesHostileFiles) {
     // Bytes that no editor writes, words and values without end.
-    EXPECT_EQ(text(std::string("a\0b \xff\0", 7)), std::string("a\0b \xff\0", 7));
+    EXPECT_EQ(text(std::string("a\0b \xff\0\0", 7)), std::string("a\0b \xff\0\0", 7));
     const std::string huge(3000000, 'W');
     EXPECT_EQ(text(huge + " \"" + huge + '"'), std::string(3000000, 'w') + " \"" + huge + '"');
     EXPECT_EQ(failure<V_ScriptLoaderException_DefineTooLong>("#define x " + huge).size(),

@@ -150,7 +150,8 @@ TEST_F(ArchiveTool, InterruptedLeavesTheOldArchive) {
     create();
     const std::string old = readFile(archive());
     std::mt19937 random(5);
-    std::string noise(30000000, 0); // takes a while
+    std::string noise;
+    noise.resize(30000000); // takes a while
     for (char &c : noise)
         c = static_cast<char>(random());
     writeFile(tree() / "noise", noise);

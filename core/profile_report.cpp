@@ -12,21 +12,16 @@
 
 namespace {
 
-struct Row {
-    const V_PENTRY *entry;
-    const V_PINFO *info;
-};
-
-std::vector<Row> usedSections() {
-    std::vector<Row> rows;
+std::vector<const V_PENTRY *> usedSections() {
+    std::vector<const V_PENTRY *> sections;
     for (V_PENTRY *entry = V_Profile::m_slProfiles.getFirst(); entry;
          entry = V_Profile::m_slProfiles.getNext(entry))
-        if (const V_PINFO *info = V_Profile::request(entry->name); info && info->usedThisFrame)
-            rows.push_back({entry, info});
-    std::stable_sort(rows.begin(), rows.end(), [](const Row &a, const Row &b) {
-        return a.entry->frameInclusive > b.entry->frameInclusive;
+        if (entry->info.usedThisFrame && V_Profile::request(entry->name))
+            sections.push_back(entry);
+    std::stable_sort(sections.begin(), sections.end(), [](const V_PENTRY *a, const V_PENTRY *b) {
+        return a->frameInclusive > b->frameInclusive;
     });
-    return rows;
+    return sections;
 }
 
 /// One line of the table, never longer than this.
@@ -47,7 +42,7 @@ void writeTable(std::ostream &out, double ticksPerSecond) {
         out << "A frame is running.\n";
         return;
     }
-    const std::vector<Row> rows = usedSections();
+    const std::vector<const V_PENTRY *> sections = usedSections();
     const double perUnit = ticksPerSecond != 0 ? ticksPerSecond / 1000 : 1e6;
 
     Line line;
@@ -58,14 +53,14 @@ void writeTable(std::ostream &out, double ticksPerSecond) {
     std::snprintf(line, sizeof line, "%-31s %7s %13s %7s %13s %7s %6s %6s\n", "section", "calls", heading,
                   "%", heading, "%", "incl", "excl");
     out << line;
-    for (const Row &row : rows) {
+    for (const V_PENTRY *section : sections) {
         char name[sizeof V_PENTRY::name];
-        printable(row.entry->name, name);
+        printable(section->name, name);
         std::snprintf(line, sizeof line, "%-31s %7d %13.4f %7.2f %13.4f %7.2f %6d %6d\n", name,
-                      row.info->callsThisFrame, row.entry->frameInclusive / perUnit,
-                      static_cast<double>(row.info->inclusivePercent), row.entry->frameExclusive / perUnit,
-                      static_cast<double>(row.info->exclusivePercent), row.info->inclusiveAllocations,
-                      row.info->exclusiveAllocations);
+                      section->info.callsThisFrame, section->frameInclusive / perUnit,
+                      static_cast<double>(section->info.inclusivePercent), section->frameExclusive / perUnit,
+                      static_cast<double>(section->info.exclusivePercent), section->info.inclusiveAllocations,
+                      section->info.exclusiveAllocations);
         out << line;
     }
     std::snprintf(line, sizeof line, "%-31s %7s %13.4f %7.2f\n", "frame", "",

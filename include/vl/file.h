@@ -30,6 +30,7 @@ class Enumeration;
 }
 } // namespace vl
 
+/// The file system: names, plain files and archives. One exists, reached through `File`.
 class VL_API V_File {
   public:
     /// Given as a size: all of the file.
@@ -60,7 +61,15 @@ class VL_API V_File {
 
     /// A calendar time as archives store it, UTC.
     struct CalendarTime {
-        unsigned short year, month, dayOfWeek, day, hour, minute, second, milliseconds;
+        /// `month` and `day` count from 1, `dayOfWeek` from 0, Sunday.
+        unsigned short year;
+        unsigned short month;
+        unsigned short dayOfWeek;
+        unsigned short day;
+        unsigned short hour;
+        unsigned short minute;
+        unsigned short second;
+        unsigned short milliseconds;
     };
 
     /// One file of a loaded archive.
@@ -85,16 +94,24 @@ class VL_API V_File {
 
     /// The header of an archive file, unscrambled.
     struct VASHeader {
-        unsigned int tag, seed, fileCount, dirCount, fileInfoSize, dirInfoSize;
+        /// Fields of the file, as docs/formats/archive.md describes them.
+        unsigned int tag;
+        unsigned int seed;
+        unsigned int fileCount;
+        unsigned int dirCount;
+        unsigned int fileInfoSize;
+        unsigned int dirInfoSize;
         float version;
         unsigned int headerCRC; ///< 0 once it has been checked
-        unsigned int fileInfoCRC, dirInfoCRC, archiverID;
+        unsigned int fileInfoCRC;
+        unsigned int dirInfoCRC;
+        unsigned int archiverID;
     };
 
     /// The tables of one loaded archive; all pointers are owned.
     struct V_VASArchive {
-        char *archivePath; ///< absolute path of the archive file
-        VASHeader header;
+        char *archivePath;           ///< absolute path of the archive file
+        VASHeader header;            ///< as read from it
         VASFileEntry *files;         ///< fileCount entries, sorted by key
         VASDirectoryEntry *dirs;     ///< dirCount entries, sorted by key
         char *fileNames;             ///< the keys of the files
@@ -104,9 +121,9 @@ class VL_API V_File {
 
     /// The answer of a lookup.
     struct V_VASFind {
-        V_VASArchive *archive; ///< null when nothing was found
-        VASFileEntry *file;    ///< null for a directory
-        VASDirectoryEntry *dir;
+        V_VASArchive *archive;  ///< null when nothing was found
+        VASFileEntry *file;     ///< null for a directory
+        VASDirectoryEntry *dir; ///< of the file, or what was found
     };
 
     /// Version of archives that this library reads: 1.2.

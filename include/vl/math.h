@@ -11,9 +11,9 @@
 
 #include "vl/core/export.h"
 
-// The engine's math types. Its headers define them; a program without the engine includes vl/math_types.h.
-// The library relies on each <float> being a plain block of floats without gaps: 2, 3, 4 (x, y, z, w), then
-// 4, 9, 12 and 16.
+/// A math type of the engine, whose headers define it; a program without the engine includes
+/// vl/math_types.h. The library relies on each of these over float being a plain block of floats without
+/// gaps: 2, 3, 4 (x, y, z, w), then 4, 9, 12 and 16.
 template <class T>
 class M_Vector2Template;
 template <class T>
@@ -38,11 +38,11 @@ class M_Matrix4Template;
 /// become 131008, the largest value, with their sign; a NaN becomes pattern 0.
 class VL_API M_Float16 {
   public:
-    static constexpr int sm_iSignBit = 1;
+    static constexpr int sm_iSignBit = 1;          ///< bits of either format
     static constexpr int sm_iOldExponentBits = 8;  ///< of a 32-bit float
     static constexpr int sm_iOldMantissaBits = 23; ///< of a 32-bit float
-    static constexpr int sm_iNewExponentBits = 5;
-    static constexpr int sm_iNewMantissaBits = 10;
+    static constexpr int sm_iNewExponentBits = 5;  ///< of the 16 bits
+    static constexpr int sm_iNewMantissaBits = 10; ///< of the 16 bits
     /// The magnitude up to which values should be kept.
     static constexpr float sm_fAbsoluteMaximum = 65536.0f;
 
@@ -56,6 +56,7 @@ class VL_API M_Float16 {
         return *this;
     }
 
+    /// The value, exactly.
     operator float() const {
         const std::uint32_t exponent = (m_uPattern >> sm_iNewMantissaBits & 31U) + exponentBias;
         const std::uint32_t bits = static_cast<std::uint32_t>(m_uPattern & 0x8000U) << 16 |
@@ -99,19 +100,21 @@ class VL_API M_Float16 {
 ///
 /// Rounding holds for x87 and SSE arithmetic alike; the queries report the x87 field. Precision is a setting
 /// of the x87 unit alone. The sticky exception flags are neither saved nor restored. On processors other than
-/// x86 the rounding mode is the one of <cfenv>, the precision always reads as PRECISION_53 and setting it
-/// does nothing.
+/// x86 the rounding mode is the one of the C library, the precision always reads as PRECISION_53 and setting
+/// it does nothing.
 ///
 /// Compilers assume rounding to nearest when they compute constants; operands that shall see the mode are
 /// best read from volatile variables, or the program compiled with -frounding-math.
 class VL_API M_FPUControl {
   public:
+    /// How results are rounded.
     enum Rounding {
         ROUND_NEAREST = 0x000,  ///< to nearest, ties to even
         ROUND_DOWN = 0x400,     ///< toward minus infinity
         ROUND_UP = 0x800,       ///< toward plus infinity
         ROUND_TRUNCATE = 0xC00, ///< toward 0
     };
+    /// How many bits of mantissa results keep.
     enum Precision {
         PRECISION_24 = 0x000, ///< single
         PRECISION_53 = 0x200, ///< double

@@ -5,48 +5,62 @@
 
 #include "vl/math.h"
 
+/// A vector of two.
 template <class T>
 class M_Vector2Template {
   public:
-    T x, y;
+    /// Components.
+    T x;
+    T y;
 };
 
+/// A vector of three.
 template <class T>
 class M_Vector3Template {
   public:
-    T x, y, z;
+    /// Components.
+    T x;
+    T y;
+    T z;
 };
 
+/// A vector of four.
 template <class T>
 class M_Vector4Template {
   public:
-    T x, y, z, w;
+    /// Components.
+    T x;
+    T y;
+    T z;
+    T w;
 };
 
-/// Matrices are stored row after row.
+/// Two rows of two; matrices are stored row after row.
 template <class T>
 class M_Matrix2Template {
   public:
-    T m[2][2];
+    T m[2][2]; ///< by row and column
 };
 
+/// Three rows of three.
 template <class T>
 class M_Matrix3Template {
   public:
-    T m[3][3];
+    T m[3][3]; ///< by row and column
 };
 
 /// Four rows of three.
 template <class T>
 class M_Matrix4x3Template {
   public:
-    T m[4][3];
+    T m[4][3]; ///< by row and column
 };
 
+/// Four rows of four.
 template <class T>
 class M_Matrix4Template {
   public:
-    T m[4][4];
+    T m[4][4]; ///< by row and column
 };
 
 static_assert(sizeof(M_Vector2Template<float>) == 2 * sizeof(float) &&

@@ -64,6 +64,7 @@
     VALUE(V_String)                                                                                          \
     VALUE(V_StringI)
 
+/// A file in memory: bytes, a position, tagged values and chunks.
 class VL_API V_MemoryFile {
   public:
     class Chunk;
@@ -75,6 +76,7 @@ class VL_API V_MemoryFile {
         AM_STREAM = 2   ///< pulled from a stream, or pushed to a file, as needed
     };
 
+    /// What an offset is counted from.
     enum SeekMode {
         SM_BEGIN = 0,   ///< from the first byte
         SM_CURRENT = 1, ///< from the position
@@ -116,15 +118,16 @@ class VL_API V_MemoryFile {
 
     /// What follows the marker byte of a chunk.
     struct ChunkHeader {
-        unsigned int identifier;
-        unsigned int version;
-        unsigned int size; ///< from the marker to the end of the payload: 13 + payload
+        unsigned int identifier; ///< what the chunk holds, the client's choice
+        unsigned int version;    ///< likewise
+        unsigned int size;       ///< from the marker to the end of the payload: 13 + payload
     };
 
     /// Files of this size or more are streamed when AM_STREAM is asked for; it is also the size of the read
     /// buffer then.
     static constexpr unsigned int STREAM_SIZE = 262144;
 
+    /// Bytes of the first buffer of a file that is to be written, unless told otherwise.
     static constexpr unsigned int DEFAULT_CAPACITY = 8192;
 
     // ---- Construction --------------------------------------------------------------------------------
@@ -367,6 +370,7 @@ class VL_API V_MemoryFile::Chunk {
     Chunk &operator=(const Chunk &other);
     ~Chunk();
 
+    /// Whether a chunk was found; its identifier and version, 0 otherwise.
     bool isValid() const { return m_bValid; }
     unsigned int getID() const { return m_uID; }
     unsigned int getVersion() const { return m_uVersion; }

@@ -31,6 +31,7 @@
 struct ScriptBlock;
 class V_ScriptLoader;
 
+/// A script as a tree of blocks: queries, parsing and checks.
 class VL_API V_Script {
   public:
     /// How a right side is converted into variables. The format holds literal characters, which the text must
@@ -50,6 +51,7 @@ class VL_API V_Script {
     /// whatever the process's locale; one that its type cannot hold (for %f: too large, or too small to be
     /// told from 0) fails, and so does an exponent without digits ("1e").
     struct Format {
+        /// The conversions.
         const char *format;
         /// Bytes from the destination of each conversion to that of the next, one entry per conversion, ended
         /// by 0; 0 may stand for the last conversion's entry too. A conversion without a destination because
@@ -73,8 +75,14 @@ class VL_API V_Script {
         unsigned int uMax; ///< most blocks of that name
     };
 
-    static const int m_argsizes_char[2], m_argsizes_unsigned[2], m_argsizes_int[2], m_argsizes_hex[2],
-        m_argsizes_float[2], m_argsizes_float3[4], m_argsizes_string[2];
+    /// Strides of the formats below.
+    static const int m_argsizes_char[2];
+    static const int m_argsizes_unsigned[2];
+    static const int m_argsizes_int[2];
+    static const int m_argsizes_hex[2];
+    static const int m_argsizes_float[2];
+    static const int m_argsizes_float3[4];
+    static const int m_argsizes_string[2];
 
     static const Format t_char;     ///< "%c": a char
     static const Format t_unsigned; ///< "%u": an unsigned int

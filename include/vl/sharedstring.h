@@ -37,6 +37,7 @@ class VL_API V_SharedString {
     /// Leaves identifier -1 behind, which no pool knows.
     ~V_SharedString();
 
+    /// The identifier.
     short getID() const { return m_id; }
 
   private:

@@ -54,8 +54,12 @@ std::string text(const char *format, Values... values) {
     return buffer;
 }
 
-/// A size in KB; a figure of 0 says nothing.
-std::string kilobytes(unsigned int bytes) { return bytes ? text("%uKB", bytes / 1024) : "not told"; }
+/// A figure in its format; 0 says nothing.
+std::string figure(const char *format, unsigned int value) {
+    return value ? text(format, value) : "not told";
+}
+
+std::string kilobytes(unsigned int bytes) { return figure("%uKB", bytes / 1024); }
 
 std::string megabytes(double bytes) { return text("%.0f MB", bytes / 1048576); }
 
@@ -82,23 +86,29 @@ void printProcessor() {
     static const char *const vendors[] = {"unknown", "Intel", "UMC", "AMD", "Cyrix", "NexGen", "Centaur"};
     print("processor", Sys->getProcessorModel(), valueIn(info, "model name"));
     print("vendor", vendors[Sys->getProcessorVendor()], valueIn(info, "vendor_id"));
+    const std::string family = valueIn(info, "cpu family");
     print("type", text("%d", static_cast<int>(Sys->getProcessorType())),
-          text("family %s, model %s", valueIn(info, "cpu family").c_str(), valueIn(info, "model").c_str()));
+          family.empty() ? family : "family " + family + ", model " + valueIn(info, "model"));
 
-    const std::string flags = ' ' + valueIn(info, "flags") + ' ';
+    const std::string flags = valueIn(info, "flags");
+    const auto hasFlag = [&flags](const std::string &flag) {
+        return (' ' + flags + ' ').find(' ' + flag + ' ') != std::string::npos;
+    };
     for (const Capability &capability : capabilities)
         print(capability.name, Sys->getProcessorCaps() & capability.bit ? "yes" : "no",
-              flags.find(' ' + std::string(capability.flag) + ' ') != std::string::npos ? "yes" : "no");
+              flags.empty()              ? flags
+              : hasFlag(capability.flag) ? "yes"
+                                         : "no");
 }
 
 void printCaches() {
     print("level 1 code", kilobytes(Sys->getL1CodeCacheSize()), cacheSize("1", "Instruction"));
     print("level 1 data", kilobytes(Sys->getL1DataCacheSize()), cacheSize("1", "Data"));
-    print("level 1 trace", kilobytes(Sys->getL1TraceCacheSize()), "");
+    print("level 1 trace", figure("%u micro-operations", Sys->getL1TraceCacheSize()), "");
     print("level 2", kilobytes(Sys->getL2CacheSize()), cacheSize("2", "Unified"));
     print("level 3", kilobytes(Sys->getL3CacheSize()), cacheSize("3", "Unified"));
-    print("translation, code", text("%u", Sys->getTLBCodeCacheSize()), "");
-    print("translation, data", text("%u", Sys->getTLBDataCacheSize()), "");
+    print("translation, code", figure("%u", Sys->getTLBCodeCacheSize()), "");
+    print("translation, data", figure("%u", Sys->getTLBDataCacheSize()), "");
 }
 
 void printMemory() {

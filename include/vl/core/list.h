@@ -43,6 +43,7 @@ class V_DLListBase {
             V_Memory::freeCounted(nodeOf(element));
     }
 
+    /// How many elements are linked.
     int getCount() const { return m_iCount; }
 
     /// The first or last element, null when the list is empty.
@@ -119,6 +120,7 @@ class V_DLListBase {
     }
 
   protected:
+    /// From an element to its node, and back.
     static Node *nodeOf(const T *element) {
         return reinterpret_cast<Node *>(reinterpret_cast<std::byte *>(const_cast<T *>(element)) -
                                         sizeof(Node));

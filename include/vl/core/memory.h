@@ -75,6 +75,7 @@ class VL_API V_Memory {
 /// Marks a stretch of code whose allocations belong together under a name. Records nothing.
 class VL_API V_MemoryScope {
   public:
+    /// With the name.
     explicit V_MemoryScope(const char *) {}
     ~V_MemoryScope() {}
     V_MemoryScope(const V_MemoryScope &) = delete;

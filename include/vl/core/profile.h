@@ -57,22 +57,22 @@ struct V_PINFO {
     int inclusiveThird;        ///< always 0
     float maxExclusiveSeconds; ///< largest exclusive time of one frame; needs a measured clock rate where
                                ///< time is counted in cycles
-    int maxExclusiveAllocations;
-    int maxExclusiveReleases;
-    int maxExclusiveThird; ///< always 0
-    int maxCallsPerFrame;
+    int maxExclusiveAllocations; ///< largest of one frame
+    int maxExclusiveReleases;    ///< likewise
+    int maxExclusiveThird;       ///< always 0
+    int maxCallsPerFrame;        ///< largest of one frame
 };
 
 /// One open instance of a section.
 struct V_PINSTANCE {
-    V_PTICK start;
-    double childTime; ///< of nested instances that ended inside this one
-    int allocationsAtStart;
-    int releasesAtStart;
-    int childAllocations; ///< inclusive, of nested instances
-    int childReleases;
-    int thirdAtStart; ///< always 0
-    int childThird;
+    V_PTICK start;          ///< when it began
+    double childTime;       ///< of nested instances that ended inside this one
+    int allocationsAtStart; ///< of the process
+    int releasesAtStart;    ///< likewise
+    int childAllocations;   ///< inclusive, of nested instances
+    int childReleases;      ///< likewise
+    int thirdAtStart;       ///< always 0
+    int childThird;         ///< always 0
 };
 
 /// One section. Times are in ticks of the clock: cycles or seconds.
@@ -82,7 +82,7 @@ struct V_PENTRY {
     double frameInclusive = 0;                                ///< outermost instances, current frame
     double frameExclusive = 0;                                ///< all instances, current frame
     double totalInclusive = 0; ///< outermost instances, all frames since the entry was cleared
-    V_PINFO info = {};
+    V_PINFO info = {};         ///< what clients see
 };
 
 /// The lifetime of one object is one instance of a section.
@@ -148,9 +148,9 @@ class VL_API V_Profile {
     /// Ends the frame, resets, and frees all memory. Called at shutdown.
     static void deinit();
 
-    static bool sm_bProfilingEnabled;
+    static bool sm_bProfilingEnabled; ///< the master switch
 
-    // Readings of the current or last frame, and its length.
+    /// Readings of the current or last frame, and its length.
     static V_PTICK m_sFrameStart;
     static V_PTICK m_sFrameEnd;
     static V_PTICK m_sFrameDiff;
@@ -163,6 +163,7 @@ class VL_API V_Profile {
     static double m_stFrameCycles;        ///< length of the last frame, in ticks
     static double m_stTotalCycles;        ///< sum of all frames since the last reset, in ticks
 
+    /// Entries in use, and entries kept for new ones.
     using Entries = V_ReusableNodeList<V_PENTRY, V_DLListInit<V_PENTRY>>;
 
     /// The entries in order of creation. A reference, because the list is never destroyed: objects that
@@ -183,8 +184,8 @@ class VL_API V_Profile {
     /// Total inclusive time of a section in ticks; 0 when there is none.
     static double getCycleCount(const char *name);
 
-    // The two clocks: the time-stamp counter, and the age of the system object for processors without one
-    // (0 without the system object). calcDiff is end - start; calcCycles is a difference as a number.
+    /// The two clocks: the time-stamp counter, and the age of the system object for processors without one
+    /// (0 without the system object). calcDiff is end - start; calcCycles is a difference as a number.
     static void readTickCount(V_PTICK *tick);
     static void readCyrixCount(V_PTICK *tick);
     static void calcDiff(V_PTICK *result, V_PTICK *start, V_PTICK *end);

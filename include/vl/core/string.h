@@ -14,24 +14,30 @@
 template <class T>
 class V_Allocator {
   public:
+    /// What it allocates.
     using value_type = T;
 
     V_Allocator() = default;
+    /// From the allocator of another type.
     template <class U>
     V_Allocator(const V_Allocator<U> &) {}
 
+    /// Throws V_MemoryException_Allocation.
     T *allocate(std::size_t count) {
         if (count <= std::numeric_limits<std::size_t>::max() / sizeof(T))
             if (void *block = ::operator new(count * sizeof(T), std::nothrow))
                 return static_cast<T *>(block);
         V_throw(V_MemoryException_Allocation());
     }
+    /// Takes what allocate gave.
     void deallocate(T *block, std::size_t) noexcept { ::operator delete(block); }
 
+    /// All are equal.
     template <class U>
     bool operator==(const V_Allocator<U> &) const {
         return true;
     }
+    /// Never.
     template <class U>
     bool operator!=(const V_Allocator<U> &) const {
         return false;
@@ -43,9 +49,11 @@ namespace std { // NOLINT(cert-dcl58-cpp): clients name V_CTrI so
 /// Character traits that compare without regard to the case of A-Z. The name in this namespace is part of the
 /// library's interface.
 struct V_CTrI : char_traits<char> {
+    /// The lower-case letter of A-Z, any other character as it is.
     static constexpr unsigned char fold(char c) {
         return static_cast<unsigned char>(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
     }
+    /// As the standard asks of character traits, on folded characters.
     static constexpr bool eq(char a, char b) { return fold(a) == fold(b); }
     static constexpr bool lt(char a, char b) { return fold(a) < fold(b); }
     static constexpr int compare(const char *a, const char *b, size_t count) {
@@ -54,6 +62,7 @@ struct V_CTrI : char_traits<char> {
                 return lt(*a, *b) ? -1 : 1;
         return 0;
     }
+    /// The first place of `wanted`, null when there is none.
     static constexpr const char *find(const char *text, size_t count, const char &wanted) {
         for (; count != 0; --count, ++text)
             if (eq(*text, wanted))

@@ -15,6 +15,7 @@ namespace vl {
 class CheckFailure;
 }
 
+/// The services of the whole process; see the head of this file.
 class VL_API V_System {
   public:
     /// Who made the processor.
@@ -74,8 +75,8 @@ class VL_API V_System {
 
     /// One registered de-initialisation routine.
     struct DEINIT {
-        void (*function)();
-        char *name; ///< owned copy, may be null
+        void (*function)(); ///< what is run
+        char *name;         ///< owned copy, may be null
     };
 
     /// Receives every text written to the log.
@@ -129,7 +130,7 @@ class VL_API V_System {
 
     // ---- Processor -----------------------------------------------------------------------------------
 
-    /// Bits of ProcessorCaps.
+    /// Capabilities (bits of ProcessorCaps), maker, and type.
     unsigned int getProcessorCaps() const { return m_uProcessorCaps; }
     ProcessorVendor getProcessorVendor() const { return m_eProcessorVendor; }
     ProcessorType getProcessorType() const { return m_eProcessorType; }

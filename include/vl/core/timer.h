@@ -39,6 +39,7 @@ class VL_API V_Timer {
     /// Goes on from the frozen age; the pause does not count. A running timer stays as it is.
     void resume();
 
+    /// Whether the age is frozen.
     bool isPaused() const { return m_bPaused; }
 
   private:

@@ -49,11 +49,13 @@ VL_FILE_EXCEPTION(V_FileException_FileTooLarge);
 /// "Archive \"%s\" is v%1.2f and VL-module is v%1.2f - Update your archive".
 class VL_API V_FileException_ArchiveVersionConflict : public V_FileException {
   public:
+    /// With what the message names.
     V_FileException_ArchiveVersionConflict(const char *archive, float archiveVersion, float moduleVersion);
 };
 
 /// "File name \"%s\" (excluding path) exceeds %i characters": see V_File::enableFilenameLengthLimitation.
 class VL_API V_FileException_FilenameTooLong : public V_FileException {
   public:
+    /// With what the message names.
     V_FileException_FilenameTooLong(const char *name, int limit);
 };

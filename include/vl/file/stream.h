@@ -24,6 +24,7 @@ class UnbufferedFile;
 /// not) is decoded as it is read: such a stream only moves forward and cannot be shared.
 class VL_API V_FileStream {
   public:
+    /// What an offset is counted from.
     enum SeekMode {
         SM_BEGIN = 0,   ///< from the first byte
         SM_CURRENT = 1, ///< from the position, modulo 2^32: 0xFFFFFFFF moves back by one
@@ -58,6 +59,7 @@ class VL_API V_FileStream {
     /// compressed stream throws V_FileException_CannotSeekCompressedFileStream.
     virtual int seek(unsigned int offset, SeekMode mode);
 
+    /// Bytes from the start of the stream.
     virtual unsigned int getPosition() const { return position - start; }
 
     /// Bytes that the stream covers, unpacked.
@@ -88,15 +90,15 @@ class VL_API V_FileStream {
 
     /// What the streams over one file share.
     struct Shared {
-        int refCount;
-        char *name;       ///< owned, as the client gave it
-        char *sourcePath; ///< owned
-        unsigned char *buffer;
-        unsigned char *readPtr;   ///< the next byte to hand out
-        unsigned int bufferStart; ///< file position of the buffer's first byte
-        unsigned int capacity;
-        int count; ///< bytes from readPtr on
-        bool compressed;
+        int refCount;              ///< streams that share it
+        char *name;                ///< owned, as the client gave it
+        char *sourcePath;          ///< owned
+        unsigned char *buffer;     ///< owned
+        unsigned char *readPtr;    ///< the next byte to hand out
+        unsigned int bufferStart;  ///< file position of the buffer's first byte
+        unsigned int capacity;     ///< of the buffer, in bytes
+        int count;                 ///< bytes from readPtr on
+        bool compressed;           ///< the file is a compressed entry of an archive
         V_FileStream *owner;       ///< the stream that the buffer serves; none for a compressed entry
         std::FILE *fileHandle;     ///< null for unbuffered streams
         std::uint64_t filePointer; ///< where fileHandle stands
@@ -105,12 +107,14 @@ class VL_API V_FileStream {
 
     /// A part of a stream, in bytes from its start.
     struct Region {
-        unsigned int offset, size;
+        unsigned int offset; ///< in bytes
+        unsigned int size;   ///< in bytes
     };
 
     /// Covers nothing.
     V_FileStream() = default;
 
+    /// Whether it reads a compressed entry of an archive.
     bool isCompressed() const { return shared && shared->compressed; }
 
     /// Delivers all of a compressed entry, wherever the stream stands, and leaves it there. Throws as read.
@@ -123,15 +127,16 @@ class VL_API V_FileStream {
     void cover(const V_FileStream &source, Region region);
     void release();
 
+    /// Finding a file, and making and freeing what its streams share.
     static void locate(vl::StreamSource &source, const char *name);
     static Shared *newShared(const char *name, const char *sourcePath);
     static void deleteShared(Shared *state);
 
-    unsigned int start = 0;
-    unsigned int position = 0;
-    unsigned int end = 0;
+    unsigned int start = 0;      ///< where in the file the stream begins
+    unsigned int position = 0;   ///< where in the file it stands
+    unsigned int end = 0;        ///< where in the file it ends
     unsigned int packedLeft = 0; ///< compressed: packed bytes not yet read from the file
-    Shared *shared = nullptr;
+    Shared *shared = nullptr;    ///< null while it covers nothing
 
   private:
     void openEntry(const vl::StreamSource &source);

@@ -31,5 +31,6 @@ VL_MEMORY_FILE_EXCEPTION(V_MemoryFileException_UnableToWriteData);
 /// that its format cannot hold. `action` says what was asked, as in "read a file that is written to disk".
 class VL_API V_MemoryFileException_IllegalCall : public V_MemoryFileException {
   public:
+    /// With what the message names.
     V_MemoryFileException_IllegalCall(const char *action, const char *fileName);
 };

@@ -70,7 +70,7 @@ std::string amount(std::uint64_t bytes) {
     if (bytes < 10000)
         std::snprintf(text, sizeof text, "%llu bytes", static_cast<unsigned long long>(bytes));
     else
-        std::snprintf(text, sizeof text, bytes < 1000000 ? "%.1f b" : "%.1f MB",
+        std::snprintf(text, sizeof text, bytes < 1000000 ? "%.1f kB" : "%.1f MB",
                       static_cast<double>(bytes) / (bytes < 1000000 ? 1e3 : 1e6));
     return text;
 }

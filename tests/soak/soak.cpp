@@ -391,8 +391,7 @@ int main(int count, char **arguments) { // NOLINT(bugprone-exception-escape)
     app.add_option("--margin", margin, "MiB by which memory may grow after a tenth of the time");
     CLI11_PARSE(app, count, arguments);
 
-    std::printf("seed %u\n", seed);
-    std::fflush(stdout);
+    std::fprintf(stderr, "seed %u\n", seed);
     const auto elapsed = [begin = std::chrono::steady_clock::now()] {
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
     };

@@ -18,11 +18,6 @@ class OwnException : public V_FileException {
     explicit OwnException(int number) { setError("number %d", number); }
 };
 
-TEST(Exception, WithoutAMessageIsUnspecified) {
-    const OwnException exception;
-    EXPECT_STREQ(exception.getErrorMessage(), "Unspecified V_Exception");
-}
-
 TEST(Exception, MessagesAreCutAt8191Characters) {
     OwnException exception;
     exception.setError("%s%s", "start", std::string(9995, 'x').c_str());
@@ -35,15 +30,6 @@ TEST(Exception, AMessageLivesUntilTheFifthAfterIt) {
     EXPECT_STREQ(exceptions[0].getErrorMessage(), "number 5");
     for (int i = 1; i < 5; ++i)
         EXPECT_EQ(exceptions[i].getErrorMessage(), "number " + std::to_string(i + 1));
-}
-
-TEST(Exception, CopiesShareTheMessage) {
-    const OwnException original(7);
-    OwnException copy(original);
-    EXPECT_EQ(copy.getErrorMessage(), original.getErrorMessage());
-    OwnException assigned;
-    assigned = original;
-    EXPECT_EQ(assigned.getErrorMessage(), original.getErrorMessage());
 }
 
 TEST(Exception, IsCaughtAsEveryClassAboveItAndKeepsOneInstance) {

@@ -3,14 +3,14 @@
 
 #include "platform/platform.h"
 #include "platform/posix/directory_cache.h"
-#include "support/temporary_directory.h"
+#include "support/library_test.h"
 
 #include <chrono>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <optional>
 #include <random>
+#include <strings.h>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -24,22 +24,15 @@ std::string numbered(const char *text, unsigned int number) {
     return std::string(text).append(std::to_string(number));
 }
 
-bool equalButForCase(const std::string &a, const std::string &b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](unsigned char x, unsigned char y) {
-        return x == y || (x < 128 && y < 128 && std::isalpha(x) && std::tolower(x) == std::tolower(y));
-    });
-}
-
-/// False, too, for a symbolic link that leads nowhere or in a circle.
-bool isDirectory(const fs::path &path) {
+/// What a path leads to; nothing, too, behind a symbolic link that leads nowhere or in a circle.
+FileKind kindOf(const fs::path &path) {
     std::error_code ignored;
-    return fs::is_directory(path, ignored);
+    const fs::file_status status = fs::status(path, ignored);
+    return fs::is_directory(status) ? FileKind::Directory
+           : fs::exists(status)     ? FileKind::File
+                                    : FileKind::None;
 }
-
-bool leadsSomewhere(const fs::path &path) {
-    std::error_code ignored;
-    return fs::exists(path, ignored);
-}
+bool isDirectory(const fs::path &path) { return kindOf(path) == FileKind::Directory; }
 
 /// The place that `names` mean below `directory`; nothing when there is no directory to hold the last one.
 std::optional<fs::path> resolve(fs::path directory, const Names &names) {
@@ -49,7 +42,7 @@ std::optional<fs::path> resolve(fs::path directory, const Names &names) {
         std::string best;
         for (const auto &entry : fs::directory_iterator(directory)) {
             const std::string name = entry.path().filename().string();
-            if (equalButForCase(name, names[i]) &&
+            if (strcasecmp(name.c_str(), names[i].c_str()) == 0 &&
                 (best.empty() || name == names[i] || (best != names[i] && name < best)))
                 best = name;
         }
@@ -59,8 +52,6 @@ std::optional<fs::path> resolve(fs::path directory, const Names &names) {
     }
     return directory;
 }
-
-std::string contents(std::istream &&stream) { return {std::istreambuf_iterator<char>(stream), {}}; }
 
 std::string contents(std::FILE *file) {
     char block[256];
@@ -101,7 +92,7 @@ class RandomTree {
             fs::rename(place, root() / join(randomNames(), '/'), ignored);
         else if (kind == 5)
             fs::remove_all(place, ignored);
-        else if (leadsSomewhere(place.parent_path()))
+        else if (kindOf(place.parent_path()) != FileKind::None)
             fs::create_directory_symlink(root() / randomNames().front(), place, ignored);
     }
 
@@ -120,7 +111,7 @@ class RandomTree {
             if (file) {
                 std::fputs(text.c_str(), file);
                 std::fclose(file);
-                ASSERT_EQ(contents(std::ifstream(*place)), text);
+                ASSERT_EQ(readFile(*place), text);
             }
         } else if (kind == 1) {
             ASSERT_EQ(createDirectory(path.c_str()), place && !present);
@@ -136,14 +127,12 @@ class RandomTree {
         const std::string path = enginePath(root()) + '\\' + join(names, '\\');
         const std::optional<fs::path> place = resolve(root(), names);
         SCOPED_TRACE(path);
-        const FileKind kind = !place || !leadsSomewhere(*place) ? FileKind::None
-                              : isDirectory(*place)             ? FileKind::Directory
-                                                                : FileKind::File;
+        const FileKind kind = place ? kindOf(*place) : FileKind::None;
         ASSERT_EQ(fileKind(path.c_str()), kind);
         std::FILE *const file = openFile(path.c_str(), "rb");
         ASSERT_EQ(file != nullptr, kind == FileKind::File);
         if (file) {
-            ASSERT_EQ(contents(file), contents(std::ifstream(*place)));
+            ASSERT_EQ(contents(file), readFile(*place));
         }
     }
 
@@ -179,7 +168,7 @@ class RandomTree {
 
     /// Not a symbolic link that leads nowhere.
     static bool isUsable(const fs::path &path) {
-        return !fs::is_symlink(fs::symlink_status(path)) || leadsSomewhere(path);
+        return !fs::is_symlink(fs::symlink_status(path)) || kindOf(path) != FileKind::None;
     }
 
     TemporaryDirectory m_directory;

@@ -18,15 +18,6 @@ std::string translated(const std::string &path) {
     return toSystemPath(out, path) ? std::string(out.text, out.length) : "refused";
 }
 
-/// Goes back to where the process was.
-class CurrentDirectoryGuard {
-  public:
-    ~CurrentDirectoryGuard() { fs::current_path(m_path); }
-
-  private:
-    fs::path m_path = fs::current_path();
-};
-
 } // namespace
 
 TEST(PathTranslation, ResolvesDotsDrivesAndSeparatorsByText) {
@@ -53,14 +44,10 @@ TEST(PathTranslation, TakesWhatFitsAndRefusesTheFirstCharacterMore) {
     for (int i = 0; i < 200; ++i)
         detour += "abc\\..\\.\\";
     EXPECT_EQ(translated("C:\\" + detour + "x"), "/x");
-    EXPECT_EQ(fileKind((longest + 'a').c_str()), FileKind::None);
-    EXPECT_EQ(openFile((longest + 'a').c_str(), "wb"), nullptr);
-    EXPECT_FALSE(createDirectory((longest + 'a').c_str()));
 }
 
 TEST(CurrentDirectory, IsTakenAndToldInTheEnginesForm) {
     const TemporaryDirectory directory;
-    const CurrentDirectoryGuard guard;
     fs::create_directory(directory.path() / "Inner");
     PathBuffer out;
 
@@ -69,8 +56,6 @@ TEST(CurrentDirectory, IsTakenAndToldInTheEnginesForm) {
     EXPECT_EQ(out, directory.enginePath() + "\\Inner");
     ASSERT_TRUE(fullPath(out, "..\\x\\.\\y\\"));
     EXPECT_EQ(out, directory.enginePath() + "\\x\\y");
-    EXPECT_EQ(fileKind("..\\inner"), FileKind::Directory);
-    EXPECT_EQ(fileKind("."), FileKind::Directory);
     EXPECT_FALSE(setCurrentDirectory("missing"));
 
     ASSERT_TRUE(setCurrentDirectory("\\"));
@@ -87,11 +72,11 @@ TEST(CurrentDirectory, IsTakenAndToldInTheEnginesForm) {
     }
     EXPECT_FALSE(currentDirectory(out));
     EXPECT_FALSE(fullPath(out, "x"));
+    fs::current_path(fs::temp_directory_path());
 }
 
 TEST(CurrentDirectory, RelativeNamesFollowItAlthoughTheirListingsAreKept) {
     const TemporaryDirectory directory;
-    const CurrentDirectoryGuard guard;
     for (const char *name : {"one", "two"})
         fs::create_directories(directory.path() / name / "sub" / (std::string("Only-") + name));
     for (int i = 0; i < 50; ++i) {
@@ -101,4 +86,5 @@ TEST(CurrentDirectory, RelativeNamesFollowItAlthoughTheirListingsAreKept) {
             EXPECT_EQ(fileKind("SUB\\only-TWO") == FileKind::Directory, !first);
         }
     }
+    fs::current_path(fs::temp_directory_path());
 }

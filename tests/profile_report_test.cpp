@@ -16,10 +16,7 @@ namespace {
 
 class ProfileReport : public ::testing::Test {
   protected:
-    ProfileReport() {
-        m_library.emplace();
-        Sys->ceaseVerbose(1);
-    }
+    ProfileReport() { Sys->ceaseVerbose(1); }
 
     /// 8 ms: outer 5 around inner 2.
     static void frame(const char *outerName = "outer") {
@@ -45,7 +42,7 @@ class ProfileReport : public ::testing::Test {
     }
 
     FakeMachine m_machine;
-    std::optional<V_VantorInit> m_library;
+    std::optional<V_VantorInit> m_library{std::in_place};
 };
 
 TEST_F(ProfileReport, TableListsTheSectionsOfTheLastFrame) {
@@ -54,32 +51,30 @@ TEST_F(ProfileReport, TableListsTheSectionsOfTheLastFrame) {
     V_Profile::endFrame();
     frame();
     frame();
-    std::ostringstream cycles;
-    V_writeProfileTable(cycles);
-    EXPECT_EQ(cycles.str(), std::string(52, ' ') +
-                                "inclusive             exclusive   allocations\n"
-                                "section                           calls       Mcycles       %       Mcycles "
-                                "      %   incl   excl\n"
-                                "outer                                 1       10.0000   62.50        6.0000 "
-                                "  37.50      1      0\n"
-                                "inner                                 1        4.0000   25.00        4.0000 "
-                                "  25.00      1      1\n"
-                                "frame                                         16.0000  100.00\n");
+    const auto table = [] {
+        std::ostringstream out;
+        V_writeProfileTable(out);
+        return out.str();
+    };
+    EXPECT_EQ(table(), std::string(52, ' ') +
+                           "inclusive             exclusive   allocations\n"
+                           "section                           calls       Mcycles       %       Mcycles "
+                           "      %   incl   excl\n"
+                           "outer                                 1       10.0000   62.50        6.0000 "
+                           "  37.50      1      0\n"
+                           "inner                                 1        4.0000   25.00        4.0000 "
+                           "  25.00      1      1\n"
+                           "frame                                         16.0000  100.00\n");
 
     FakeMachine::s_iStep = 500'000; // the measured rate is 2 GHz and a thousandth
     Sys->getProcessorSpeed();
     FakeMachine::s_iStep = 0;
     frame("\x1b[2J");
-    std::ostringstream seconds;
-    V_writeProfileTable(seconds);
-    EXPECT_NE(seconds.str().find("?[2J                                  1        4.9950   62.50"),
-              std::string::npos)
-        << seconds.str();
+    EXPECT_NE(table().find("?[2J                                  1        4.9950   62.50"),
+              std::string::npos);
 
     V_Profile::startFrame();
-    std::ostringstream running;
-    V_writeProfileTable(running);
-    EXPECT_EQ(running.str(), "A frame is running.\n");
+    EXPECT_EQ(table(), "A frame is running.\n");
 }
 
 TEST_F(ProfileReport, TraceHoldsEveryInstanceWithItsTimes) {
@@ -110,21 +105,21 @@ TEST_F(ProfileReport, TraceHoldsEveryInstanceWithItsTimes) {
 }
 
 TEST_F(ProfileReport, TraceIsValidJsonWhateverTheNames) {
-    std::locale::global(std::locale::classic());
-    V_ProfileTrace trace;
-    trace.start();
-    for (const char *name : {"quote\" back\\slash", "line\nfeed\x01", "\xC3\xA4 is fine", "\xC3",
-                             "\xE0\x80\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xFF\xFE"})
-        frame(name);
-    const nlohmann::json events = written(trace);
-    std::vector<std::string> names;
-    for (const nlohmann::json &event : events)
-        if (event["name"] != "inner" && event["name"] != "Frame")
-            names.push_back(event["name"]);
     const std::string bad = "\xEF\xBF\xBD";
-    EXPECT_EQ(names,
-              (std::vector<std::string>{"quote\" back\\slash", "line\nfeed\x01", "\xC3\xA4 is fine", bad,
-                                        bad + bad + bad, bad + bad + bad, bad + bad + bad + bad, bad + bad}));
+    const std::pair<const char *, std::string> names[] = {{"quote\" back\\slash", "quote\" back\\slash"},
+                                                          {"line\nfeed\x01", "line\nfeed\x01"},
+                                                          {"\xC3\xA4 is fine", "\xC3\xA4 is fine"},
+                                                          {"\xC3", bad},
+                                                          {"\xE0\x80\x80", bad + bad + bad},
+                                                          {"\xED\xA0\x80", bad + bad + bad},
+                                                          {"\xF4\x90\x80\x80", bad + bad + bad + bad},
+                                                          {"\xFF\xFE", bad + bad}};
+    V_ProfileTrace trace;
+    for (const auto &[name, expected] : names) {
+        trace.start();
+        frame(name);
+        EXPECT_EQ(written(trace)[1]["name"], expected);
+    }
 }
 
 TEST_F(ProfileReport, TraceEndsSafely) {
@@ -134,10 +129,7 @@ TEST_F(ProfileReport, TraceEndsSafely) {
     second.start(); // ends the first
     frame();
     EXPECT_EQ(first.getEventCount(), 3U);
-    {
-        V_ProfileTrace shortLived;
-        shortLived.start();
-    }
+    V_ProfileTrace().start();
     frame();
     EXPECT_EQ(second.getEventCount(), 3U);
 
@@ -161,8 +153,6 @@ TEST_F(ProfileReport, TraceEndsSafely) {
     { const V_Profile recorded("recorded"); }
     m_library.reset();
     EXPECT_EQ(written(first).size(), 1U);
-    first.start();
-    EXPECT_EQ(written(first).size(), 0U);
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 
 #include "sharedstring/folded_text.h"
 #include "tests/support/failing_allocation.h"
+#include "tests/support/library_test.h"
 #include "vl/sharedstring.h"
 
 namespace {
@@ -41,16 +42,6 @@ std::string folded(std::string text) {
     return text;
 }
 
-TEST(SharedString, HandleIsTwoBytesAndEndsAsMinusOne) {
-    static_assert(sizeof(V_SharedString) == 2);
-    alignas(V_SharedString) unsigned char memory[2];
-    auto *handle = new (memory) V_SharedString(7);
-    EXPECT_EQ(V_SharedString(*handle).getID(), 7);
-    handle->~V_SharedString();
-    EXPECT_EQ(memory[0] & memory[1], 0xFF);
-    EXPECT_EQ(V_SharedString().getID(), 0);
-}
-
 TEST(SharedStringPool, FirstSpellingStaysAndCaseDoesNotCount) {
     V_SharedStringPool pool(4);
     EXPECT_EQ(idOf(pool, "Alpha"), 0);
@@ -59,25 +50,22 @@ TEST(SharedStringPool, FirstSpellingStaysAndCaseDoesNotCount) {
     EXPECT_EQ(idOf(pool, ""), 2);
     EXPECT_EQ(idOf(pool, std::string("Beta\0 and more", 14)), 1);
     EXPECT_EQ(idOf(pool, std::string("\0x", 2)), 2);
-    EXPECT_STREQ(pool.getString(V_SharedString()), "Alpha");
-    EXPECT_STREQ(pool.getStringByID(2), "");
+    EXPECT_STREQ(pool.getString(V_SharedString()), "Alpha"); // a default handle is the first
+    static_assert(sizeof(V_SharedString) == 2);
 }
 
 TEST(SharedStringPool, AgreesWithAMapOfFoldedTexts) {
     // From no room at all, so that everything grows on the way.
-    V_SharedStringPool pool(0), again(5000);
+    V_SharedStringPool pool(0);
     std::map<std::string, short> judge;
-    std::vector<std::string> firstSpelling;
     for (const std::string &text : similarTexts(20000)) {
         const auto [entry, isNew] = judge.try_emplace(folded(text), static_cast<short>(judge.size()));
-        if (isNew)
-            firstSpelling.push_back(text);
         ASSERT_EQ(idOf(pool, text), entry->second) << text;
-        ASSERT_EQ(idOf(again, text), entry->second) << text;
+        if (isNew) {
+            ASSERT_STREQ(pool.getStringByID(entry->second), text.c_str());
+        }
     }
     EXPECT_GT(judge.size(), 3000U);
-    for (std::size_t id = 0; id < firstSpelling.size(); ++id)
-        ASSERT_STREQ(pool.getStringByID(static_cast<short>(id)), firstSpelling[id].c_str());
 }
 
 TEST(SharedStringPool, FoldedOrderIsThatOfUnsignedFoldedBytes) {
@@ -110,36 +98,25 @@ TEST(SharedStringPool, TextsThatShareOneHashAreKeptApart) {
 TEST(SharedStringPool, CopiesKeepIdentifiersAndGoTheirOwnWay) {
     V_SharedStringPool source(2);
     idOf(source, "one");
-    idOf(source, "two");
     V_SharedStringPool copy(source), assigned(0);
     idOf(assigned, "other");
     assigned = source;
     for (V_SharedStringPool *pool : {&copy, &assigned}) {
-        EXPECT_EQ(idOf(*pool, "TWO"), 1);
-        EXPECT_EQ(idOf(*pool, "three"), 2);
-        EXPECT_STREQ(pool->getStringByID(0), "one");
+        EXPECT_EQ(idOf(*pool, "ONE"), 0);
+        EXPECT_EQ(idOf(*pool, "two"), 1);
         EXPECT_NE(pool->getStringByID(0), source.getStringByID(0));
     }
-    EXPECT_EQ(source.getStringByID(2), nullptr);
-    EXPECT_EQ(idOf(source, "four"), 2);
-    EXPECT_STREQ(copy.getStringByID(2), "three");
+    EXPECT_EQ(source.getStringByID(1), nullptr);
 }
 
 TEST(SharedStringPool, RefusesTheString32769AndUnknownIdentifiers) {
     V_SharedStringPool pool(0);
-    EXPECT_EQ(pool.getStringByID(0), nullptr);
     for (int i = 0; i < 32768; ++i)
         ASSERT_EQ(idOf(pool, std::to_string(i)), i);
-    try {
-        idOf(pool, "one more");
-        FAIL();
-    } catch (V_SharedStringException *exception) {
-        EXPECT_STREQ(exception->getErrorMessage(), "The shared string pool is full (32768 strings)");
-    }
-    EXPECT_EQ(idOf(pool, "32767"), 32767);
+    EXPECT_EQ(messageOf<V_SharedStringException>([&] { idOf(pool, "one more"); }),
+              "The shared string pool is full (32768 strings)");
     EXPECT_STREQ(pool.getStringByID(32767), "32767");
     EXPECT_EQ(pool.getStringByID(-1), nullptr);
-    EXPECT_EQ(pool.getStringByID(-32768), nullptr);
     EXPECT_THROW(V_SharedStringPool(-1), std::length_error);
 }
 
@@ -148,23 +125,19 @@ TEST(SharedStringPool, EveryFailingAllocationLeavesThePoolAsItWas) {
         return "a text too long to be kept inside its string " + std::to_string(i);
     };
     const int count = 70; // beyond the first sizes of all that grows
-    V_SharedStringPool pool(0);
-    int strings = 0;
+    V_SharedStringPool pool(0), other(0);
     const auto expectIntact = [&](const V_SharedStringPool &looked, int known) {
         ASSERT_EQ(looked.getStringByID(static_cast<short>(known)), nullptr);
         for (int i = 0; i < known; ++i)
             ASSERT_EQ(looked.getStringByID(static_cast<short>(i)), textOf(i));
     };
-    for (; strings < count; ++strings) {
-        const std::string bytes = textOf(strings);
-        const V_String text(bytes.data(), bytes.size());
-        const int failures = failEachAllocation<V_MemoryException_Allocation *>(
-            [&] { ASSERT_EQ(pool.getSharedString(text).getID(), strings); },
-            [&] { expectIntact(pool, strings); });
-        EXPECT_GE(failures, 1);
-        ASSERT_EQ(idOf(pool, bytes), strings);
+    for (int known = 0; known < count; ++known) {
+        const V_String text(textOf(known).c_str());
+        EXPECT_GE(failEachAllocation<V_MemoryException_Allocation *>(
+                      [&] { ASSERT_EQ(pool.getSharedString(text).getID(), known); },
+                      [&] { expectIntact(pool, known); }),
+                  1);
     }
-    V_SharedStringPool other(0);
     idOf(other, textOf(0));
     EXPECT_GT(failEachAllocation<V_MemoryException_Allocation *>([&] { other = pool; },
                                                                  [&] { expectIntact(other, 1); }),

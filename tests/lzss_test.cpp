@@ -84,18 +84,6 @@ TEST(Lzss, KnownCode) {
     EXPECT_EQ(Bytes(run.begin(), run.begin() + 4), (Bytes{0x01, 'a', 0xEE, 0xFF}));
 }
 
-TEST(Lzss, HeaderIsLittleEndianAndNeedsItsMagic) {
-    Bytes container(vl::lzssHeaderSize);
-    vl::lzssWriteHeader(container.data(), {0x01020304, 0xFFFEFDFC});
-    EXPECT_EQ(container, (Bytes{'V', 'A', '-', '>', 4, 3, 2, 1, 0xFC, 0xFD, 0xFE, 0xFF}));
-    vl::LzssHeader header;
-    EXPECT_TRUE(vl::lzssReadHeader(container.data(), header));
-    EXPECT_EQ(header.size, 0x01020304u);
-    EXPECT_EQ(header.packedSize, 0xFFFEFDFCu);
-    container[1] = 'C';
-    EXPECT_FALSE(vl::lzssReadHeader(container.data(), header));
-}
-
 TEST(Lzss, BoundHoldsIncompressibleDataOfEverySize) {
     EXPECT_EQ(vl::lzssBound(0), 4096u);
     EXPECT_EQ(vl::lzssBound(9), 4096u + 10);
@@ -170,20 +158,6 @@ TEST(LzssStream, PiecesOfAnySizeMakeUpTheWhole) {
                                  << outLimit;
         ASSERT_TRUE(read == code.size() && decoder.atItemBoundary());
     });
-}
-
-TEST(LzssStream, TellsWhatIsUnfinishedAndStartsAnewAfterReset) {
-    const Bytes code = {0x01, 'a', 0xEE, 0xF0}; // a, then three more
-    Bytes out(4);
-    vl::LzssStreamDecoder decoder;
-    EXPECT_EQ(decoder.decode(code.data(), 3, out.data(), 4).produced, 1u);
-    EXPECT_FALSE(decoder.atItemBoundary()); // half a pair
-    EXPECT_EQ(decoder.decode(code.data() + 3, 1, out.data() + 1, 2).produced, 2u);
-    EXPECT_FALSE(decoder.atItemBoundary()); // a byte of the match is due
-    decoder.reset();
-    EXPECT_EQ(decoder.decode(code.data(), 4, out.data(), 4).produced, 4u);
-    EXPECT_EQ(out, bytesOf("aaaa"));
-    EXPECT_TRUE(decoder.atItemBoundary());
 }
 
 } // namespace

@@ -203,7 +203,10 @@ TEST_F(ArchiveLoading, PriorityArchiveStaysFirstThroughParkingAndGoesWithTheRest
     EXPECT_FALSE(File->isPriorityArchiveEnabled());
     EXPECT_EQ(loaded("who"), "normal");
 
-    File->setSecondaryArchiveSearchPath("second");
+    EXPECT_FALSE(File->setSecondaryArchiveSearchPath("nowhere"));
+    EXPECT_TRUE(File->setSecondaryArchiveSearchPath("second"));
+    EXPECT_STREQ(File->getSecondaryArchiveSearchPath(), "second\\");
+    EXPECT_EQ(loaded("who"), "normal");
     File->enablePriorityArchive("front.dat");
     File->setArchiveHandling(V_File::AH_LOCAL_ROOT);
     File->verifyArchiverID(1); // no archive is active

@@ -49,34 +49,6 @@ TEST_F(ArchiveLookup, IgnoresCaseAndTheKindOfSlash) {
     EXPECT_EQ(loaded("..\\readme.txt"), "r");
 }
 
-TEST_F(ArchiveLookup, AsksTheDiskThenPriorityThenRootThenSecondaryArchives) {
-    for (const char *path : {"b.vas", "A.VAS", "second/c.vas", "first.dat"})
-        load(ArchiveBuilder().add("\\who", path), path);
-    EXPECT_FALSE(File->setSecondaryArchiveSearchPath(""));
-    EXPECT_TRUE(File->setSecondaryArchiveSearchPath("second"));
-    EXPECT_STREQ(File->getSecondaryArchiveSearchPath(), "second\\");
-    EXPECT_EQ(loaded("who"), "A.VAS");
-    File->enablePriorityArchive("first.dat");
-    EXPECT_EQ(loaded("who"), "first.dat");
-
-    writeFile(root() / "WHO", "the disk");
-    EXPECT_EQ(loaded("who"), "the disk");
-    EXPECT_EQ(File->size("who"), 8u);
-    EXPECT_EQ(File->where("who"), V_File::LOC_DISK);
-    EXPECT_EQ(File->getMethod("who"), 3);
-    EXPECT_EQ(File->del("who"), 1);
-    EXPECT_EQ(File->del("who"), 0);
-
-    File->disablePriorityArchive();
-    EXPECT_EQ(loaded("who"), "A.VAS");
-    std::filesystem::remove(root() / "b.vas");
-    std::filesystem::remove(root() / "A.VAS");
-    EXPECT_TRUE(File->setSecondaryArchiveSearchPath("second\\"));
-    EXPECT_EQ(loaded("who"), "second/c.vas");
-    EXPECT_FALSE(File->setSecondaryArchiveSearchPath("nowhere"));
-    EXPECT_EQ(File->where("who"), V_File::LOC_NONE);
-}
-
 TEST_F(ArchiveLookup, TellsWhatTheTablesSay) {
     File->verifyArchiverID(5);
     ArchiveBuilder builder;

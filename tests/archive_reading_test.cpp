@@ -2,7 +2,6 @@
 // kind is reported.
 
 #include "support/archive_builder.h"
-#include "support/failing_allocation.h"
 #include "support/library_test.h"
 
 #include "vl/file/stream.h"
@@ -150,25 +149,6 @@ TEST_F(ArchiveReading, ReportsArchivesThatVanishOrShrinkAfterLoading) {
                   "Archive " + engineRoot() + "\\a.vas not found");
         std::filesystem::create_directory(root() / "a.vas"); // in its place, a directory
     }
-}
-
-TEST_F(ArchiveReading, SurvivesTheFailureOfEveryAllocation) {
-    const std::string content = "to be read, to be cut, to be read, to be cut";
-    ArchiveBuilder builder;
-    for (const std::uint32_t method : {1u, 2u, 3u})
-        builder.add("\\" + std::to_string(method), content, method);
-    load(builder);
-    const int atRest = outstanding();
-    for (const char *name : {"1", "2", "3"})
-        for (const unsigned int size : {V_File::WHOLE_FILE, 20u}) {
-            const int failures = failEachAllocation<V_MemoryException_Allocation *>(
-                [&] { File->free(File->load(name, size)); },
-                [&] {
-                    expectAllReleased(atRest);
-                    EXPECT_EQ(loaded(name), content);
-                });
-            EXPECT_GE(failures, 1);
-        }
 }
 
 } // namespace

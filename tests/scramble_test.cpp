@@ -15,18 +15,10 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 using Random = std::independent_bits_engine<std::mt19937, 32, std::uint32_t>;
 
-TEST(Scramble, KnownStatesAndBytes) {
-    const std::int32_t states[] = {1, 171, 29241, 5826, 27638, 4134};
-    for (int i = 0; i < 5; ++i)
-        EXPECT_EQ(vl::scrambleStep(states[i]), states[i + 1]);
-    EXPECT_EQ(vl::scrambleStep(0), 0);
-    EXPECT_EQ(vl::scrambleStep(static_cast<std::int32_t>(0xFFFFFFFC)), -684);
-
+TEST(Scramble, KnownBytes) {
     Bytes bytes = {'a', 'b', 'c'};
     vl::scramble(bytes.data(), bytes.data(), bytes.size(), 1);
     EXPECT_EQ(bytes, (Bytes{0xA4, 0x98, 0xEF}));
-    vl::unscramble(bytes.data(), bytes.data(), bytes.size(), 1);
-    EXPECT_EQ(bytes, (Bytes{'a', 'b', 'c'}));
 }
 
 // Seeds that start in the cycle, fall into it early or late, or never (multiples of 30269), over more than

@@ -1,7 +1,6 @@
 // The search: its three sources and their order, directories in patterns, and tables that hold odd things.
 
 #include "support/archive_builder.h"
-#include "support/failing_allocation.h"
 #include "support/library_test.h"
 #include "support/plain_wildcards.h"
 
@@ -145,20 +144,4 @@ TEST_F(Search, EndsWhenItsArchivesGo) {
     EXPECT_STREQ(File->findFirst("p.txt"), "p.txt");
     File->disablePriorityArchive();
     EXPECT_EQ(File->findNext(), nullptr);
-}
-
-TEST_F(Search, SurvivesEveryFailingAllocation) {
-    load(ArchiveBuilder().add("\\a.txt", "1").add("\\sub\\c.txt", "1"));
-    find("*");
-    const int atRest = outstanding();
-    const int failures = failEachAllocation<V_MemoryException_Allocation *>(
-        [] {
-            for (const char *name = File->findFirst("*"); name; name = File->findNext())
-                ;
-        },
-        [&] {
-            EXPECT_EQ(find("*"), (Names{"A.VAS", "sub", "a.txt"}));
-            expectAllReleased(atRest);
-        });
-    EXPECT_GT(failures, 1);
 }

@@ -31,7 +31,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     for (bool ended = outSize == 0; !ended;) {
         pieces = pieces * 1103515245 + 12345;
         const std::size_t wanted = std::min<std::size_t>(outSize - streamed.size(), pieces >> 16 & 0x3FF);
-        const std::size_t given = std::min<std::size_t>(code.size() - read, pieces >> 26);
+        const std::size_t given =
+            std::min<std::size_t>(code.size() - read, pieces >> (pieces & 64 ? 26 : 22));
         const std::vector<std::uint8_t> in(code.data() + read, code.data() + read + given);
         std::vector<std::uint8_t> piece(wanted);
         const auto progress = decoder.decode(in.data(), given, piece.data(), wanted);

@@ -9,10 +9,8 @@
 //   byte 4     seed of the scrambling
 //   rest       what the entry stores behind its header
 
-#include "file/archive_format.h"
-#include "file/crc32.h"
 #include "file/little_endian.h"
-#include "file/lzss.h"
+#include "tests/support/archive_builder.h"
 #include "tests/support/started_library.h"
 
 #include <algorithm>
@@ -20,46 +18,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <utility>
 #include <vector>
-
-namespace {
-
-using Bytes = std::vector<std::uint8_t>;
-
-void append32(Bytes &bytes, std::uint32_t value) {
-    bytes.resize(bytes.size() + 4);
-    vl::storeLe32(&bytes[bytes.size() - 4], value);
-}
-
-/// An archive with the one entry `\f`.
-Bytes archiveOf(const Bytes &stored, std::uint32_t size, std::uint32_t seed, std::uint32_t method) {
-    Bytes file = {'f', 0}, directory = {'\\', 0};
-    for (std::uint32_t field : {size, static_cast<std::uint32_t>(stored.size()), 0u, 0u, seed, method})
-        append32(file, field);
-    file.resize(file.size() + 16);
-    directory.resize(directory.size() + 16);
-
-    V_File::VASHeader header{};
-    header.seed = 1;
-    header.fileCount = header.dirCount = 1;
-    header.fileInfoSize = static_cast<unsigned int>(file.size());
-    header.dirInfoSize = static_cast<unsigned int>(directory.size());
-    header.version = 1.2f;
-    header.fileInfoCRC = vl::crc32(file.data(), file.size());
-    header.dirInfoCRC = vl::crc32(directory.data(), directory.size());
-    std::uint8_t bytes[vl::archiveHeaderSize];
-    vl::sealArchiveHeader(bytes, header);
-    vl::scrambleArchiveBytes(file.data(), file.size(), 1);
-    vl::scrambleArchiveBytes(directory.data(), directory.size(), 1);
-
-    Bytes archive(bytes, bytes + sizeof bytes);
-    for (const Bytes *part : {&std::as_const(file), &std::as_const(directory), &stored})
-        archive.insert(archive.end(), part->begin(), part->end());
-    return archive;
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *input, std::size_t inputSize) {
     static const StartedLibrary world;
@@ -70,15 +29,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *input, std::size_t inp
     const std::uint8_t *code = input + 5;
     const auto codeSize = static_cast<std::uint32_t>(inputSize - 5);
 
-    Bytes stored;
-    if (input[0] & 2) {
-        stored.resize(vl::lzssHeaderSize);
-        vl::lzssWriteHeader(stored.data(), {size, codeSize});
-    }
-    stored.insert(stored.end(), code, code + codeSize);
+    ArchiveBuilder archive;
+    ArchiveBuilder::Record &record = archive.add("\\f", "", scrambled ? 2 : 1).records[0];
+    record.size = size;
+    record.seed = seed;
+    record.stored.assign(code, code + codeSize);
+    if (input[0] & 2)
+        record.stored.insert(0, lzssHeaderPlainly(size, codeSize));
     if (scrambled)
-        vl::scrambleArchiveBytes(stored.data(), stored.size(), seed);
-    world.writeFile(archiveOf(stored, size, seed, scrambled ? 2 : 1));
+        record.stored = scrambledPlainly(record.stored, seed ? seed : 1);
+    record.storedSize = static_cast<std::uint32_t>(record.stored.size());
+    world.writeFile(archive.bytes());
     File->enablePriorityArchive(world.path.c_str());
 
     std::vector<char> expected(size + 1), got(size + 1);

@@ -2,8 +2,9 @@
 // kind is reported.
 
 #include "support/archive_builder.h"
-#include "support/failing_allocation.h"
 #include "support/library_test.h"
+
+#include "vl/file/stream.h"
 
 #include <random>
 #include <sstream>
@@ -125,6 +126,11 @@ TEST_F(ArchiveReading, ReportsDamagedEntries) {
             EXPECT_EQ(messageOf<V_FileException_FileCorrupted>([&] { File->load(buffer, "damaged", 0); }),
                       "File \\damaged is corrupted");
             EXPECT_THROW(File->load("damaged", V_File::WHOLE_FILE), V_FileException_FileCorrupted *);
+            EXPECT_EQ(messageOf<V_FileException_FileCorrupted>([&] {
+                          for (V_FileStream stream("damaged", 16); stream.read(buffer, 10) != 0;) {
+                          }
+                      }),
+                      "File damaged is corrupted");
         }
 }
 
@@ -143,25 +149,6 @@ TEST_F(ArchiveReading, ReportsArchivesThatVanishOrShrinkAfterLoading) {
                   "Archive " + engineRoot() + "\\a.vas not found");
         std::filesystem::create_directory(root() / "a.vas"); // in its place, a directory
     }
-}
-
-TEST_F(ArchiveReading, SurvivesTheFailureOfEveryAllocation) {
-    const std::string content = "to be read, to be cut, to be read, to be cut";
-    ArchiveBuilder builder;
-    for (const std::uint32_t method : {1u, 2u, 3u})
-        builder.add("\\" + std::to_string(method), content, method);
-    load(builder);
-    const int atRest = outstanding();
-    for (const char *name : {"1", "2", "3"})
-        for (const unsigned int size : {V_File::WHOLE_FILE, 20u}) {
-            const int failures = failEachAllocation<V_MemoryException_Allocation *>(
-                [&] { File->free(File->load(name, size)); },
-                [&] {
-                    expectAllReleased(atRest);
-                    EXPECT_EQ(loaded(name), content);
-                });
-            EXPECT_GE(failures, 1);
-        }
 }
 
 } // namespace

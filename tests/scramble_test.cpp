@@ -15,36 +15,14 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 using Random = std::independent_bits_engine<std::mt19937, 32, std::uint32_t>;
 
-Bytes judged(const Bytes &plain, std::int32_t seed) {
-    const std::string bytes =
-        scrambledPlainly({plain.begin(), plain.end()}, static_cast<std::uint32_t>(seed));
-    return {bytes.begin(), bytes.end()};
-}
-
-Bytes randomBytes(std::size_t size, unsigned seed) {
-    Random random(seed);
-    Bytes bytes(size);
-    for (std::uint8_t &b : bytes)
-        b = static_cast<std::uint8_t>(random());
-    return bytes;
-}
-
-TEST(Scramble, KnownStatesAndBytes) {
-    const std::int32_t states[] = {1, 171, 29241, 5826, 27638, 4134};
-    for (int i = 0; i < 5; ++i)
-        EXPECT_EQ(vl::scrambleStep(states[i]), states[i + 1]);
-    EXPECT_EQ(vl::scrambleStep(0), 0);
-    EXPECT_EQ(vl::scrambleStep(static_cast<std::int32_t>(0xFFFFFFFC)), -684);
-
+TEST(Scramble, KnownBytes) {
     Bytes bytes = {'a', 'b', 'c'};
     vl::scramble(bytes.data(), bytes.data(), bytes.size(), 1);
     EXPECT_EQ(bytes, (Bytes{0xA4, 0x98, 0xEF}));
-    vl::unscramble(bytes.data(), bytes.data(), bytes.size(), 1);
-    EXPECT_EQ(bytes, (Bytes{'a', 'b', 'c'}));
 }
 
 // Seeds that start in the cycle, fall into it early or late, or never (multiples of 30269), over more than
-// two rounds of it.
+// two rounds of it; as a whole and in pieces.
 TEST(Scramble, AgreesWithTheDefinitionForEveryKindOfSeed) {
     Random random(2);
     std::vector<std::int32_t> seeds = {0,       1,           -1,    -4,     30268,
@@ -52,25 +30,20 @@ TEST(Scramble, AgreesWithTheDefinitionForEveryKindOfSeed) {
                                        INT_MIN, INT_MIN + 1, 30240, -31000, INT_MAX / 30269 * 30269};
     for (int i = 0; i < 40; ++i)
         seeds.push_back(static_cast<std::int32_t>(random()));
-    const Bytes plain = randomBytes(70001, 3);
+    Bytes plain(70001);
+    for (std::uint8_t &b : plain)
+        b = static_cast<std::uint8_t>(random());
     for (const std::int32_t seed : seeds) {
-        const Bytes expected = judged(plain, seed);
+        const std::string judged =
+            scrambledPlainly({plain.begin(), plain.end()}, static_cast<std::uint32_t>(seed));
+        const Bytes expected(judged.begin(), judged.end());
         Bytes bytes(plain.size());
         vl::scramble(plain.data(), bytes.data(), plain.size(), seed);
         ASSERT_TRUE(bytes == expected) << "seed " << seed;
         vl::unscramble(bytes.data(), bytes.data(), bytes.size(), seed);
         ASSERT_TRUE(bytes == plain) << "seed " << seed;
-    }
-}
 
-TEST(Scramble, PiecesOfAnySizeMakeUpTheWhole) {
-    Random random(4);
-    const Bytes plain = randomBytes(40000, 5);
-    for (const std::int32_t seed : {0, 1, 264, -977, INT_MIN}) {
-        const Bytes expected = judged(plain, seed);
-        vl::Scrambler forth(seed);
-        vl::Scrambler back(seed);
-        Bytes bytes = plain;
+        vl::Scrambler forth(seed), back(seed);
         for (std::size_t at = 0; at < bytes.size();) {
             const std::size_t wanted = random() % 3 ? random() % 7 : random() % 2000;
             const std::size_t piece = std::min(wanted, bytes.size() - at);

@@ -1,7 +1,6 @@
 // The search: its three sources and their order, directories in patterns, and tables that hold odd things.
 
 #include "support/archive_builder.h"
-#include "support/failing_allocation.h"
 #include "support/library_test.h"
 #include "support/plain_wildcards.h"
 
@@ -48,6 +47,7 @@ TEST_F(Search, ListsTheDiskThenArchivedDirectoriesThenArchivedFiles) {
 TEST_F(Search, FollowsTheDirectoryOfThePattern) {
     writeFile(root() / "data" / "maps" / "disk.map", "1");
     writeFile(root() / "root.map", "1");
+    writeFile(root() / "dots" / "..odd..name", "1");
     ArchiveBuilder archive;
     load(archive.add("\\data\\maps\\archived.map", "").add("\\top.map", "").add("\\data\\x.map", ""));
     for (const char *pattern :
@@ -56,6 +56,8 @@ TEST_F(Search, FollowsTheDirectoryOfThePattern) {
     EXPECT_EQ(find("\\*.map"), (Names{"root.map", "top.map"}));
     EXPECT_EQ(find("..\\..\\*.map"), (Names{"root.map", "top.map"}));
     EXPECT_EQ(find("data\\*"), (Names{"maps", "maps", "x.map"}));
+    for (const char *pattern : {"dots\\..*", "dots\\*..name", "dots\\*"})
+        EXPECT_EQ(find(pattern), Names{"..odd..name"}) << pattern;
     EXPECT_EQ(find("nowhere\\*"), Names{});
     EXPECT_EQ(find("data\\maps\\"), Names{});
 
@@ -64,13 +66,6 @@ TEST_F(Search, FollowsTheDirectoryOfThePattern) {
     File->setArchiveHandling(V_File::AH_DIRECTORIES);
     EXPECT_EQ(find("*.map"), (Names{"root.map"}));
     EXPECT_EQ(find((engineRoot() + "\\data\\maps\\*").c_str()), (Names{"disk.map"}));
-}
-
-TEST_F(Search, TakesDotsOfTheNameForNothingElse) {
-    writeFile(root() / "data" / "..odd..name", "1");
-    load(ArchiveBuilder());
-    for (const char *pattern : {"data\\..*", "data\\*..name", "data\\*"})
-        EXPECT_EQ(find(pattern), Names{"..odd..name"}) << pattern;
 }
 
 // Random trees, spread over several archives of which most lack most directories, beside a plain model.
@@ -90,38 +85,30 @@ TEST_F(Search, FindsWhatAPlainWalkFinds) {
         archives[i].write(root() / ("A" + std::to_string(i) + ".VAS"));
     }
     File->setFileSystemRoot(engineRoot().c_str());
-    const auto less = [](const std::string &a, const std::string &b) {
-        return V_StringI(a.c_str()) < V_StringI(b.c_str());
-    };
     for (const std::string &directory : directories)
         for (const char *pattern : {"*", "*.x", "?b*", "A*.y", "aa.x"}) {
-            Names subdirectories, files;
-            if (directory == "\\")
-                for (std::size_t i = 0; i < archives.size(); ++i)
-                    if (const std::string name = "A" + std::to_string(i) + ".VAS";
-                        matchesPlainly(pattern, name))
-                        subdirectories.push_back(name); // the archives themselves, on disk
+            Names expected, files;
+            if (directory == "\\" && matchesPlainly(pattern, "A0.VAS"))
+                expected = {"A0.VAS", "A1.VAS", "A2.VAS", "A3.VAS"}; // the archives themselves, on disk
             for (const ArchiveBuilder &archive : archives) {
-                std::set<std::string, decltype(less)> subdirectory(less), file(less);
+                std::set<V_StringI> below, within; // directories sorted with their backslash
                 for (const std::string &path : archive.directories) {
-                    const bool below =
-                        path.size() > directory.size() &&
-                        V_StringI(path.substr(0, directory.size()).c_str()) == directory.c_str();
-                    const std::string rest = below ? path.substr(directory.size()) : "\\\\";
-                    if (rest.find('\\') == rest.size() - 1 &&
-                        matchesPlainly(pattern, rest.substr(0, rest.size() - 1)))
-                        subdirectory.insert(rest); // sorted with the backslash
+                    const std::size_t parent = path.rfind('\\', path.size() - 2);
+                    if (path.size() > 1 && directory.c_str() == V_StringI(path.c_str(), parent + 1) &&
+                        matchesPlainly(pattern, path.substr(parent + 1, path.size() - parent - 2)))
+                        below.insert(path.c_str() + parent + 1);
                 }
                 for (const auto &record : archive.records)
-                    if (V_StringI(archive.directories[record.dirIndex].c_str()) == directory.c_str() &&
+                    if (directory.c_str() == V_StringI(archive.directories[record.dirIndex].c_str()) &&
                         matchesPlainly(pattern, record.name))
-                        file.insert(record.name);
-                for (const std::string &name : subdirectory)
-                    subdirectories.push_back(name.substr(0, name.size() - 1));
-                files.insert(files.end(), file.begin(), file.end());
+                        within.insert(record.name.c_str());
+                for (const V_StringI &name : below)
+                    expected.emplace_back(name.c_str(), name.size() - 1);
+                for (const V_StringI &name : within)
+                    files.emplace_back(name.c_str());
             }
-            subdirectories.insert(subdirectories.end(), files.begin(), files.end());
-            EXPECT_EQ(find((directory + pattern).c_str()), subdirectories) << directory << pattern;
+            expected.insert(expected.end(), files.begin(), files.end());
+            EXPECT_EQ(find((directory + pattern).c_str()), expected) << directory << pattern;
         }
 }
 
@@ -157,20 +144,4 @@ TEST_F(Search, EndsWhenItsArchivesGo) {
     EXPECT_STREQ(File->findFirst("p.txt"), "p.txt");
     File->disablePriorityArchive();
     EXPECT_EQ(File->findNext(), nullptr);
-}
-
-TEST_F(Search, SurvivesEveryFailingAllocation) {
-    load(ArchiveBuilder().add("\\a.txt", "1").add("\\sub\\c.txt", "1"));
-    find("*");
-    const int atRest = outstanding();
-    const int failures = failEachAllocation<V_MemoryException_Allocation *>(
-        [] {
-            for (const char *name = File->findFirst("*"); name; name = File->findNext())
-                ;
-        },
-        [&] {
-            EXPECT_EQ(find("*"), (Names{"A.VAS", "sub", "a.txt"}));
-            expectAllReleased(atRest);
-        });
-    EXPECT_GT(failures, 1);
 }

@@ -2,7 +2,6 @@
 // are not what they claim to be.
 
 #include "support/archive_builder.h"
-#include "support/failing_allocation.h"
 #include "support/library_test.h"
 
 #include "vl/file/stream.h"
@@ -28,7 +27,7 @@ std::string readUpTo(V_FileStream &stream, std::size_t size) {
 
 std::string readAll(V_FileStream &stream, std::size_t piece) {
     std::string text;
-    for (std::string more = readUpTo(stream, piece); !more.empty(); more = readUpTo(stream, piece))
+    for (std::string more; !(more = readUpTo(stream, piece)).empty();)
         text += more;
     return text;
 }
@@ -56,22 +55,18 @@ using Unable = V_FileException_UnableToReadData;
 TEST_F(Streams, DeliverTheSameInPiecesOfAnySize) {
     const std::string content = pattern(20000);
     writeEverywhere(content);
-    for (const char *name : {"disk", "stored", "lzss", "scrambled"})
-        for (int buffer : {1, 3, 16, 4096, 100000, 0, -5})
+    for (const std::string name : {"disk", "stored", "lzss", "scrambled"})
+        for (int buffer : {1, 3, 1000, 100000, 0, -5})
             for (std::size_t piece : {1, 7, 4096, 50000}) {
-                V_FileStream stream(name, buffer);
-                EXPECT_EQ(stream.size(), content.size());
+                V_FileStream stream(name.c_str(), buffer);
                 EXPECT_TRUE(readAll(stream, piece) == content) << name << ' ' << buffer << ' ' << piece;
                 EXPECT_EQ(stream.getPosition(), content.size());
+                if (name == "lzss" || name == "scrambled" || buffer < 0)
+                    continue;
+                V_UnbufferedFileStream unbuffered(name.c_str(), buffer);
+                EXPECT_TRUE(readAll(unbuffered, piece) == content) << name << ' ' << buffer << ' ' << piece;
             }
-    for (const char *name : {"disk", "stored"})
-        for (int buffer : {1, 1000, 0, 100000})
-            for (std::size_t piece : {1, 700, 50000}) {
-                V_UnbufferedFileStream stream(name, buffer);
-                EXPECT_TRUE(readAll(stream, piece) == content) << name << ' ' << buffer << ' ' << piece;
-            }
-    V_FileStream stream("stored", 100);
-    EXPECT_EQ(stream.getName(), engineRoot() + "\\A.VAS");
+    EXPECT_EQ(V_FileStream("stored", 100).getName(), engineRoot() + "\\A.VAS");
     EXPECT_EQ(V_FileStream("DISK", 100).getName(), engineRoot() + "\\DISK");
 }
 
@@ -87,8 +82,7 @@ TEST_F(Streams, SeekInsideTheirRange) {
                 return stream->getPosition();
             };
             EXPECT_EQ(at(10, V_FileStream::SM_END), 90u);
-            EXPECT_EQ(readUpTo(*stream, 50), content.substr(90));
-            EXPECT_EQ(readUpTo(*stream, 50), "");
+            EXPECT_EQ(readAll(*stream, 50), content.substr(90));
             EXPECT_EQ(at(200, V_FileStream::SM_BEGIN), 100u);
             EXPECT_EQ(at(0xFFFFFFFF, V_FileStream::SM_CURRENT), 99u);
             EXPECT_EQ(readUpTo(*stream, 1), content.substr(99));
@@ -220,75 +214,38 @@ TEST_F(Streams, NoticeAFileThatShrinks) {
     EXPECT_EQ(readUpTo(unbuffered, 12000), pattern(20000).substr(0, 12000));
 }
 
-// Every way in which an entry can contradict itself ends in an exception, and the bytes before the damage are
-// those of an undamaged entry.
+// Code that gives other than was announced ends in an exception, once and for all, and the bytes before that
+// are those of an undamaged entry.
 TEST_F(Streams, NoticeDamagedEntries) {
     const std::string content = pattern(3000);
-    using Damage = std::function<void(ArchiveBuilder::Record &)>;
-    const auto resize = [](ArchiveBuilder::Record &r, int by) {
-        r.size += static_cast<unsigned int>(by);
-        r.stored[4] = static_cast<char>(r.size);
-        r.stored[5] = static_cast<char>(r.size >> 8);
-    };
-    struct {
-        const char *what;
-        Damage damage;
-        bool opens;
-    } const cases[] = {
-        {"no room for a header", [](auto &r) { r.storedSize = 11, r.stored.resize(11); }, false},
-        {"an unknown method", [](auto &r) { r.method = 4; }, false},
-        {"a stored entry of two sizes", [](auto &r) { r.method = 3; }, false},
-        {"another magic", [](auto &r) { r.stored[0] = 'X'; }, false},
-        {"another size", [](auto &r) { ++r.size; }, false},
-        {"another packed size", [](auto &r) { ++r.stored[8]; }, false},
-        {"a size that no code gives",
-         [](auto &r) { r.size = 0x7FFFFFFF, r.stored.replace(4, 4, "\xFF\xFF\xFF\x7F"); }, false},
-        {"code that ends early", [&](auto &r) { resize(r, 100); }, true},
-        {"code that goes on", [&](auto &r) { resize(r, -100); }, true},
-    };
-    for (const auto &test : cases) {
-        ArchiveBuilder archive;
-        archive.add("\\packed", content, 1);
-        test.damage(archive.records[0]);
-        archive.write(root() / "A.VAS");
-        File->setFileSystemRoot(engineRoot().c_str());
-        if (!test.opens) {
-            EXPECT_EQ(messageOf<Corrupted>([] { V_FileStream("packed", 64); }), "File packed is corrupted")
-                << test.what;
-            EXPECT_THROW(V_UnbufferedFileStream("packed", 64), V_FileException *) << test.what;
-            continue;
-        }
+    for (const int longer : {100, -100})
         for (std::size_t piece : {1, 100, 5000}) {
+            ArchiveBuilder archive;
+            ArchiveBuilder::Record &record = archive.add("\\packed", content, 1).records[0];
+            record.size += static_cast<unsigned int>(longer);
+            record.stored[4] = static_cast<char>(record.size);
+            record.stored[5] = static_cast<char>(record.size >> 8);
+            archive.write(root() / "A.VAS");
+            File->setFileSystemRoot(engineRoot().c_str());
             V_FileStream stream("packed", 64);
             std::string text;
             const auto readOn = [&] {
-                for (std::string more = readUpTo(stream, piece); !more.empty();
-                     more = readUpTo(stream, piece))
+                for (std::string more; !(more = readUpTo(stream, piece)).empty();)
                     text += more;
             };
-            EXPECT_THROW(readOn(), Corrupted *) << test.what;
-            EXPECT_EQ(content.compare(0, text.size(), text), 0) << test.what;
+            EXPECT_THROW(readOn(), Corrupted *);
+            EXPECT_EQ(content.compare(0, text.size(), text), 0);
             EXPECT_THROW(readUpTo(stream, 1), Corrupted *);
         }
-    }
-    ArchiveBuilder().add("\\packed", content, 1).add("\\stored", content, 3).write(root() / "A.VAS");
+    ArchiveBuilder()
+        .add("\\packed", content, 1)
+        .add("\\odd", content, 4)
+        .add("\\stored", content)
+        .write(root() / "A.VAS");
     File->setFileSystemRoot(engineRoot().c_str());
-    std::filesystem::resize_file(root() / "A.VAS", std::filesystem::file_size(root() / "A.VAS") - 3500);
+    EXPECT_THROW(V_FileStream("odd", 64), Corrupted *);
+    std::filesystem::resize_file(root() / "A.VAS", std::filesystem::file_size(root() / "A.VAS") - 6500);
     V_FileStream stored("stored", 64);
     EXPECT_THROW(V_FileStream("packed", 64), Unable *);
     EXPECT_THROW(readAll(stored, 5000), Unable *);
-}
-
-TEST_F(Streams, SurviveEveryFailingAllocation) {
-    writeEverywhere("0123456789");
-    const int atRest = outstanding();
-    const int failures = failEachAllocation<V_MemoryException_Allocation *>(
-        [] {
-            V_FileStream disk("disk", 4), copy(disk), packed("scrambled", 4);
-            V_UnbufferedFileStream unbuffered("stored", 4), second(unbuffered);
-            V_FileStream sliced(second, 1, 1);
-            copy = sliced;
-        },
-        [&] { expectAllReleased(atRest); });
-    EXPECT_GT(failures, 15);
 }

@@ -66,28 +66,18 @@ TEST_F(DumpTool, ReadsArchivesAndPrintsJson) {
 }
 
 TEST_F(DumpTool, ReportsDamageWhereItLiesAndShowsTheRest) {
-    std::string badTag = sample();
-    badTag[13] = 60;
-    badTag[34] = 61;
+    const auto expect = [this](const std::string &damaged, std::initializer_list<const char *> texts) {
+        const Outcome outcome = dump(damaged);
+        EXPECT_EQ(outcome.status, 1);
+        for (const char *text : texts)
+            EXPECT_NE(outcome.output.find(text), std::string::npos) << outcome.output;
+    };
+    std::string badTag = sample(), badSize = sample();
     badTag[39] = 62;
-    Outcome outcome = dump(badTag);
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.output.find("00000027  DAMAGE: no tag of a value\n"), std::string::npos)
-        << outcome.output;
-
-    std::string badSize = sample();
-    badSize[21 + 9] = 100; // of the inner chunk, beyond its parent's end
-    outcome = dump(badSize);
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.output.find("0000001e    DAMAGE: chunk size that does not fit\n"), std::string::npos)
-        << outcome.output;
-    EXPECT_NE(outcome.output.find("float \"inf\""), std::string::npos); // inside it
-    EXPECT_NE(outcome.output.find("vector2"), std::string::npos);       // behind it
-
-    outcome = dump(sample().substr(0, 45));
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.output.find("00000029  DAMAGE: value cut short\n00000029  rest 15 "), std::string::npos)
-        << outcome.output;
+    expect(badTag, {"00000027  DAMAGE: no tag of a value\n"});
+    badSize[21 + 9] = 100; // of the inner chunk, beyond its parent's end: it and what follows are shown
+    expect(badSize, {"0000001e    DAMAGE: chunk size that does not fit\n", "float \"inf\"", "vector2"});
+    expect(sample().substr(0, 45), {"00000029  DAMAGE: value cut short\n00000029  rest 15 "});
 }
 
 TEST_F(DumpTool, ShowsFilesWithoutTagsAsBytes) {

@@ -36,12 +36,16 @@ std::uint32_t crcPlainly(const std::string &bytes) {
     return ~crc;
 }
 
+std::string lzssHeaderPlainly(std::size_t size, std::size_t packedSize) {
+    std::string header = "VA->";
+    put(header, static_cast<std::uint32_t>(size));
+    put(header, static_cast<std::uint32_t>(packedSize));
+    return header;
+}
+
 std::string packedPlainly(const std::string &content) {
     const auto code = plain::encode(reinterpret_cast<const std::uint8_t *>(content.data()), content.size());
-    std::string container = "VA->";
-    put(container, static_cast<std::uint32_t>(content.size()));
-    put(container, static_cast<std::uint32_t>(code.size()));
-    return container.append(code.begin(), code.end());
+    return lzssHeaderPlainly(content.size(), code.size()).append(code.begin(), code.end());
 }
 
 std::uint32_t ArchiveBuilder::addDirectory(const std::string &path) {

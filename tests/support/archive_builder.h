@@ -60,5 +60,6 @@ class ArchiveBuilder {
 /// The format's transform and checksum, byte by byte and bit by bit.
 std::string scrambledPlainly(std::string bytes, std::uint32_t seed);
 std::uint32_t crcPlainly(const std::string &bytes);
-/// A container of the LZSS format.
+/// A container of the LZSS format, and the header of one.
+std::string lzssHeaderPlainly(std::size_t size, std::size_t packedSize);
 std::string packedPlainly(const std::string &content);

@@ -21,6 +21,3 @@ Outcome runExample(const std::string &name, const std::string &arguments);
 
 /// A path as one word for the shell.
 std::string quoted(const std::filesystem::path &path);
-
-/// Replaces a text in an archive's tables by one of equal length and makes the checksums fit again.
-void renameInTables(const std::filesystem::path &archive, const std::string &from, const std::string &to);

@@ -1,9 +1,9 @@
 // Chunks: exact bytes, nesting, every kind of parent, and headers that lie.
 
-#include "soak/expect.h"
 #include "support/archive_builder.h"
 #include "support/library_test.h"
 #include "support/memory_file_bytes.h"
+#include "support/random_tree.h"
 
 #include "vl/memoryfile.h"
 
@@ -66,7 +66,7 @@ TEST_F(Chunks, LieAsTheFormatSays) {
 
 TEST_F(Chunks, NestTheSameInEveryKindOfFile) {
     const auto visit = [](V_MemoryFile &file, bool writing) {
-        Random random(3);
+        std::mt19937 random(3);
         for (int i = 0; i < 300; ++i)
             visitTree(file, writing, random);
     };

@@ -10,6 +10,7 @@
 #include "tests/support/failing_allocation.h"
 #include "tests/support/memory_file_bytes.h"
 #include "tests/support/plain_wildcards.h"
+#include "tests/support/random_tree.h"
 #include "tests/support/temporary_directory.h"
 #include "vl/vl.h"
 
@@ -45,37 +46,6 @@ bool fails(Action action) {
         return true;
     }
     return false;
-}
-
-/// Writes a random tree of chunks and values, or compares it: both follow the same random numbers.
-void visitTree(V_MemoryFile &file, bool writing, Random &random, int depth = 0) {
-    const auto visit = [&](auto value) {
-        decltype(value) read{};
-        if (writing)
-            file << (read = value);
-        else
-            file >> read;
-        require(read == value, "a value in a memory file");
-    };
-    for (auto i = 1 + random() % 8; i > 0; --i) {
-        const auto id = static_cast<unsigned int>(random() % 1000);
-        if (id % 4 == 0) {
-            visit(static_cast<int>(random() >> id % 32));
-        } else if (id % 4 == 1) {
-            visit(static_cast<float>(random()) / 3);
-        } else if (id % 4 == 2 || depth == 4) {
-            visit(V_String(id < 10 ? 70'000 : id % 40, '-'));
-        } else if (writing) {
-            file.createChunk(id, id + 1);
-            visitTree(file, writing, random, depth + 1);
-            file.closeChunk();
-        } else {
-            V_MemoryFile::Chunk chunk = file.openChunk(id);
-            require(chunk.getVersion() == id + 1, "a chunk");
-            visitTree(chunk.getMemoryFile(), writing, random, depth + 1);
-            file.skipChunk();
-        }
-    }
 }
 
 class Soak {

@@ -90,17 +90,13 @@ TEST_F(Profile, NestedSectionsSplitTimeIntoInclusiveAndExclusive) {
     EXPECT_EQ(figures("inner"), "0 0, 0% 0%, 0 1 1 2, 2 2");
     EXPECT_DOUBLE_EQ(V_Profile::getTotalTime(), 9);
     EXPECT_EQ(V_Profile::getFrameCount(), 2);
-}
 
-TEST_F(Profile, RecursionCountsTheOutermostInstanceInclusively) {
-    measureClockRate();
+    // Of a recursion the outermost instance counts.
     V_Profile::startFrame();
     {
         const Section outer("walk", 1);
-        {
-            const Section again("walk", 2);
-            const Section other("visit", 4);
-        }
+        const Section again("walk", 2);
+        const Section other("visit", 4);
     }
     FakeMachine::pass(second);
     V_Profile::endFrame();

@@ -11,14 +11,14 @@
 
 namespace {
 
-struct Library {
-    Library() { Sys->ceaseVerbose(1); }
-    V_VantorInit init;
+/// On a machine that stands still until told otherwise.
+struct Timer : ::testing::Test {
+    Timer() { Sys->ceaseVerbose(1); }
+    FakeMachine machine;
+    V_VantorInit library;
 };
 
-TEST(Timer, SamplesGiveTheTimeBetweenThemWithoutPauses) {
-    const FakeMachine machine;
-    const Library library;
+TEST_F(Timer, SamplesGiveTheTimeBetweenThemWithoutPauses) {
     V_Timer timer;
     FakeMachine::pass(0.5);
     EXPECT_EQ(timer.sample(), 0.5F);
@@ -49,9 +49,7 @@ TEST(Timer, SamplesGiveTheTimeBetweenThemWithoutPauses) {
     EXPECT_EQ(timer.getAge(), 0);
 }
 
-TEST(Timer, AgesBeyondTheCounterAreCut) {
-    const FakeMachine machine;
-    const Library library;
+TEST_F(Timer, AgesBeyondTheCounterAreCut) {
     V_Timer timer;
     for (const float age : {std::numeric_limits<float>::infinity(), 1e30F}) {
         timer.setAge(age);
@@ -66,7 +64,7 @@ TEST(Timer, AgesBeyondTheCounterAreCut) {
 TEST(Clock, MillisecondsServeWithoutACounter) {
     const FakeMachine machine(FakeMachine::NO_COUNTER);
     FakeMachine::pass(4294967.0); // the clock is about to wrap
-    const Library library;
+    const V_VantorInit library;
     EXPECT_EQ(Sys->getPerformanceFrequency(), 1000);
     EXPECT_EQ(Sys->getPerformanceCounter(), 4294967000);
     FakeMachine::pass(0.0015);
@@ -81,7 +79,7 @@ TEST(Clock, MillisecondsServeWithoutACounter) {
 TEST(Clock, ClockRateIsMeasuredOnceAtRaisedPriority) {
     for (const bool profiling : {true, false}) {
         const FakeMachine machine;
-        const Library library;
+        const V_VantorInit library;
         V_Profile::enableProfiling(profiling);
         static bool alwaysRaised;
         alwaysRaised = true;
@@ -109,7 +107,7 @@ TEST(Clock, ClockRateIsMeasuredOnceAtRaisedPriority) {
 
 TEST(Clock, ClockRateIsOneWithoutTimeStamps) {
     const FakeMachine machine(FakeMachine::COUNTER, FakeMachine::NO_TIME_STAMPS);
-    const Library library;
+    const V_VantorInit library;
     EXPECT_EQ(Sys->getProcessorSpeed(), 1.0);
     EXPECT_EQ(FakeMachine::s_iNow, 0);
 }

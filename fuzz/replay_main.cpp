@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 #include <random>
+#include <utility>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size);
@@ -20,13 +21,20 @@ void run(const Bytes &input) {
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(input.data()), input.size());
 }
 
-// Puts up to `longest` bytes of another input in the place of as many.
-void mix(Bytes &input, const Bytes &other, std::mt19937 &random, std::size_t longest) {
-    const auto begin = input.begin() + static_cast<std::ptrdiff_t>(random() % (input.size() + 1));
-    const auto end = begin + std::min<std::ptrdiff_t>(input.end() - begin, random() % longest);
-    const auto from = other.begin() + static_cast<std::ptrdiff_t>(random() % (other.size() + 1));
-    const auto to = from + std::min<std::ptrdiff_t>(other.end() - from, random() % longest);
-    input.insert(input.erase(begin, end), from, to);
+// Puts a piece of up to about 40 bytes, or of whole lines, of another input in the place of such a piece.
+void mix(Bytes &input, const Bytes &other, std::mt19937 &random, bool lines) {
+    const auto piece = [&random, lines](const Bytes &bytes) {
+        std::size_t ends[2] = {random() % (bytes.size() + 1), 0};
+        ends[1] = std::min(bytes.size(), ends[0] + random() % 40);
+        for (std::size_t &end : ends)
+            while (lines && end < bytes.size() && end != 0 && bytes[end - 1] != '\n')
+                ++end;
+        return std::pair(static_cast<std::ptrdiff_t>(ends[0]), static_cast<std::ptrdiff_t>(ends[1]));
+    };
+    const auto [begin, end] = piece(input);
+    const auto [from, to] = piece(other);
+    const auto place = input.erase(input.begin() + begin, input.begin() + end);
+    input.insert(place, other.begin() + from, other.begin() + to);
 }
 
 } // namespace
@@ -44,11 +52,11 @@ int main(int count, char **arguments) {
         return 1;
     std::sort(inputs.begin(), inputs.end()); // a directory has no order
     std::mt19937 random(1);
-    for (int round = 0; round < 3000; ++round) {
+    for (int round = 0; round < 5000; ++round) {
         Bytes input = inputs[random() % inputs.size()];
         for (unsigned int mixtures = 1 + random() % 4; mixtures > 0; --mixtures)
-            mix(input, inputs[random() % inputs.size()], random, round % 2 ? 8 : 40);
-        if (round % 3 == 0 && !input.empty())
+            mix(input, inputs[random() % inputs.size()], random, round % 2 != 0);
+        if (round % 4 == 0 && !input.empty())
             input[random() % input.size()] = static_cast<char>(random());
         run(input);
     }

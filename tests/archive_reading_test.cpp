@@ -54,9 +54,7 @@ TEST_F(ArchiveReading, GivesBackWhatWasPutIn) {
             EXPECT_EQ(inBuffer(name.c_str(), 0), contents[i]);
             for (const unsigned int part : {1u, size / 2 + 1, size + 100}) {
                 char *data = File->load("owner", name.c_str(), part);
-                std::string expected = contents[i];
-                expected.resize(part, 0);
-                EXPECT_EQ(std::string(data, part), expected);
+                EXPECT_EQ(std::string(data, part), (contents[i] + std::string(100, 0)).substr(0, part));
                 File->free(data);
             }
         }

@@ -164,13 +164,9 @@ TEST_F(MemoryFile, LoadsSmallFilesAndStreamsLargeOnes) {
             const bool streamed = method == V_MemoryFile::AM_STREAM && size >= streamSize;
             EXPECT_EQ(file.getAddress() == nullptr, streamed);
             EXPECT_EQ(readAll(file), content);
-            if (size == 0)
-                continue;
-            V_MemoryFile copy(file);
             file.seek(static_cast<int>(size / 2), V_MemoryFile::SM_END);
-            EXPECT_EQ(readAll(file), content.substr(size - size / 2));
-            copy.seek(1, V_MemoryFile::SM_BEGIN);
-            EXPECT_EQ(readAll(copy), content.substr(1));
+            V_MemoryFile copy(file);
+            EXPECT_EQ(readAll(copy), content.substr(size - size / 2));
             if (streamed) {
                 EXPECT_THROW(file.save("x.dat"), Illegal *);
                 EXPECT_THROW(file.write("x", 1), Illegal *);

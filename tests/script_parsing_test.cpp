@@ -43,6 +43,11 @@ class ScriptParsing : public ScriptTest {
                                           std::string::npos);
     }
 
+    void expectFailures(const V_Script::Format &format, std::initializer_list<const char *> texts) {
+        for (const char *text : texts)
+            EXPECT_TRUE(fails(text, format)) << text;
+    }
+
     MemoryScripts m_files;
 };
 
@@ -113,14 +118,10 @@ TEST_F(ScriptParsing, ConvertsWordsAndText) {
     EXPECT_TRUE(gives("FF", V_Script::t_hex, 255u));
     EXPECT_TRUE(gives("%", V_Script::t_char, '%'));
     EXPECT_TRUE(gives("4000000000", V_Script::t_unsigned, 4000000000u));
-    for (const char *text : {"ya", "\"\"", "tru", "-yes", "12 3.5", "1%"})
-        EXPECT_TRUE(fails(text, V_Script::t_int)) << text;
-    for (const char *text : {"\"FF\"", "0x10", "100000000", "-1", "\"\""})
-        EXPECT_TRUE(fails(text, V_Script::t_hex)) << text;
-    for (const char *text : {"(1,2)", "(1,2,3)x", "1,2,3", "(1,2,3", "(1,,3)"})
-        EXPECT_TRUE(fails(text, V_Script::t_float3)) << text;
-    for (const char *text : {"ab", "\"\""})
-        EXPECT_TRUE(fails(text, V_Script::t_char)) << text;
+    expectFailures(V_Script::t_int, {"ya", "\"\"", "tru", "-yes", "12 3.5", "1%"});
+    expectFailures(V_Script::t_hex, {"\"FF\"", "0x10", "100000000", "-1", "\"\""});
+    expectFailures(V_Script::t_float3, {"(1,2)", "(1,2,3)x", "1,2,3", "(1,2,3", "(1,,3)"});
+    expectFailures(V_Script::t_char, {"ab", "\"\""});
 }
 
 TEST_F(ScriptParsing, FollowsTheFormatsOfItsClients) {
@@ -170,10 +171,9 @@ TEST_F(ScriptParsing, ReadsNumbersAsTheStandardConversionsDo) {
     EXPECT_TRUE(gives("-1", V_Script::t_unsigned, 4294967295u));
     EXPECT_TRUE(gives("-4294967295", V_Script::t_unsigned, 1u));
     EXPECT_TRUE(gives("-2147483648", V_Script::t_int, -2147483647 - 1));
-    for (const char *text : {"2147483648", "-2147483649", "99999999999999999999", "+-5", "--5", "+", "\"\""})
-        EXPECT_TRUE(fails(text, V_Script::t_int)) << text;
-    for (const char *text : {"4294967296", "-4294967296", "-"})
-        EXPECT_TRUE(fails(text, V_Script::t_unsigned)) << text;
+    expectFailures(V_Script::t_int,
+                   {"2147483648", "-2147483649", "99999999999999999999", "+-5", "--5", "+", "\"\""});
+    expectFailures(V_Script::t_unsigned, {"4294967296", "-4294967296", "-"});
 
     EXPECT_TRUE(gives("1e3", V_Script::t_float, 1000.0f));
     EXPECT_TRUE(gives("+.5", V_Script::t_float, 0.5f));
@@ -182,9 +182,8 @@ TEST_F(ScriptParsing, ReadsNumbersAsTheStandardConversionsDo) {
     EXPECT_TRUE(gives("1e2e", V_Script::t_float, 100.0f));
     EXPECT_TRUE(gives("-250%", V_Script::t_float, -2.5f));
     EXPECT_TRUE(gives("3.4028235e38", V_Script::t_float, 3.4028235e38f));
-    for (const char *text : {"1e", "1e+", "1E-", ".", "+", "e5", "-.e5", "+-1", "1e39", "-1e39", "1e-99",
-                             "inf", "nan", "1%%", "\"\""})
-        EXPECT_TRUE(fails(text, V_Script::t_float)) << text;
+    expectFailures(V_Script::t_float, {"1e", "1e+", "1E-", ".", "+", "e5", "-.e5", "+-1", "1e39", "-1e39",
+                                       "1e-99", "inf", "nan", "1%%", "\"\""});
 
     std::mt19937 random(11);
     const auto token = [&](const std::string &alphabet) {

@@ -25,10 +25,14 @@ std::string readUpTo(V_FileStream &stream, std::size_t size) {
     return text;
 }
 
-std::string readAll(V_FileStream &stream, std::size_t piece) {
-    std::string text;
+void readAll(V_FileStream &stream, std::size_t piece, std::string &text) {
     for (std::string more; !(more = readUpTo(stream, piece)).empty();)
         text += more;
+}
+
+std::string readAll(V_FileStream &stream, std::size_t piece) {
+    std::string text;
+    readAll(stream, piece, text);
     return text;
 }
 
@@ -229,11 +233,7 @@ TEST_F(Streams, NoticeDamagedEntries) {
             File->setFileSystemRoot(engineRoot().c_str());
             V_FileStream stream("packed", 64);
             std::string text;
-            const auto readOn = [&] {
-                for (std::string more; !(more = readUpTo(stream, piece)).empty();)
-                    text += more;
-            };
-            EXPECT_THROW(readOn(), Corrupted *);
+            EXPECT_THROW(readAll(stream, piece, text), Corrupted *);
             EXPECT_EQ(content.compare(0, text.size(), text), 0);
             EXPECT_THROW(readUpTo(stream, 1), Corrupted *);
         }

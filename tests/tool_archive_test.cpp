@@ -133,14 +133,14 @@ TEST_F(ArchiveTool, VerifyNamesTheFirstBadEntry) {
     std::string bytes = readFile(archive());
     bytes.replace(entry["offset"].get<std::size_t>() + 3, 4, "????");
     writeFile(archive(), bytes);
-    Outcome outcome = verify();
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.output.find(entry["path"].get<std::string>()), std::string::npos) << outcome.output;
-
+    const auto expect = [this](const std::string &text) {
+        const Outcome outcome = verify();
+        EXPECT_EQ(outcome.status, 1);
+        EXPECT_NE(outcome.output.find(text), std::string::npos) << outcome.output;
+    };
+    expect(entry["path"].get<std::string>());
     writeFile(archive(), bytes.substr(0, 60));
-    outcome = verify();
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_NE(outcome.output.find("Unable to read data from"), std::string::npos) << outcome.output;
+    expect("Unable to read data from");
 }
 
 TEST_F(ArchiveTool, InterruptedLeavesTheOldArchive) {

@@ -87,17 +87,14 @@ std::string ArchiveBuilder::bytes() const {
     if (adjustDirInfo)
         adjustDirInfo(dirInfo);
 
-    Header header = {0x21212121,
-                     seed,
-                     static_cast<std::uint32_t>(records.size()),
-                     static_cast<std::uint32_t>(directories.size()),
-                     static_cast<std::uint32_t>(fileInfo.size()),
-                     static_cast<std::uint32_t>(dirInfo.size()),
-                     0x3F99999A,
-                     0,
-                     crcPlainly(fileInfo),
-                     crcPlainly(dirInfo),
-                     archiverID};
+    const auto number = [](std::size_t count) { return static_cast<std::uint32_t>(count); };
+    Header header = {0x21212121, seed, number(records.size()), number(directories.size())};
+    header[FileInfoSize] = number(fileInfo.size());
+    header[DirInfoSize] = number(dirInfo.size());
+    header[Version] = 0x3F99999A;
+    header[FileInfoCRC] = crcPlainly(fileInfo);
+    header[DirInfoCRC] = crcPlainly(dirInfo);
+    header[ArchiverID] = archiverID;
     if (adjustHeader)
         adjustHeader(header);
     const auto encoded = [&header] {

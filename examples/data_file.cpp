@@ -211,7 +211,7 @@ void read(const char *root, V_MemoryFile::AccessMethod access, const V_MemoryFil
 } // namespace
 
 // Every exception of the library is caught as a V_Exception *, which the check does not see of pointers.
-int main(int count, char **arguments) { // NOLINT(bugprone-exception-escape)
+int main(int count, char **arguments) {
     try {
         const std::string command = count >= 3 ? arguments[1] : "";
         if ((command != "write" || count != 3) && command != "read") {

@@ -346,7 +346,7 @@ long residentMemory() {
 } // namespace
 
 // Every exception of the library is caught as a V_Exception *, which the check does not see of pointers.
-int main(int count, char **arguments) { // NOLINT(bugprone-exception-escape)
+int main(int count, char **arguments) {
     CLI::App app("Starts, uses and stops the library at random, over and over.", "soak");
     double seconds = 3600, margin = 1;
     unsigned int seed = std::random_device()(), onlyRound = 0, round = 0;

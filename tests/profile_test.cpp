@@ -214,7 +214,7 @@ TEST_F(Profile, InstancesThatOutliveTheirFrameAreHarmless) {
 
     outlive("late", "late", [] { V_Profile::startFrame(); });
     outlive("other", "reused", [] { V_Profile::reset(); }); // in the node of the other
-    outlive("cleared", "cleared", [&late] {
+    outlive("cleared", "cleared", [] {
         const auto child = std::make_unique<V_Profile>("child");
         V_Profile::clearEntry("cleared"); // the child's parent has no record any more
     });

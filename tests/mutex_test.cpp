@@ -11,6 +11,21 @@
 
 namespace {
 
+TEST(Mutex, ThreadsExcludeEachOther) {
+    V_Mutex mutex;
+    int count = 0;
+    const auto work = [&] {
+        for (int i = 0; i < 20000; ++i) {
+            const V_MutexLock lock(&mutex);
+            ++count;
+        }
+    };
+    std::thread other(work);
+    work();
+    other.join();
+    EXPECT_EQ(count, 40000);
+}
+
 TEST(Mutex, IsFreeForOtherThreadsOnlyAfterAsManyUnlocksAsLocks) {
     V_Mutex mutex;
     std::atomic<int> held = 2;

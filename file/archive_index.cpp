@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <string_view>
 
 namespace vl {
 namespace {
@@ -41,17 +42,12 @@ std::uint64_t foldedWord(const char *text, std::size_t left) {
     return fold(word);
 }
 
-// Whether two zero-terminated texts, the second of this length, are equal but for case.
-bool equalNames(const char *a, const char *b, std::size_t length) {
-    for (std::size_t i = 0; i <= length; i += 8)
-        if (foldedWord(a + i, length + 1 - i) != foldedWord(b + i, length + 1 - i))
+// Whether a zero-terminated text is this name but for case.
+bool isName(const char *text, const ArchiveName &name) {
+    for (std::size_t i = 0; i < name.length; i += 8)
+        if (foldedWord(text + i, name.length - i) != foldedWord(name.text + i, name.length - i))
             return false;
-    return true;
-}
-
-std::uint32_t hashOfFile(std::uint32_t dirIndex, std::uint32_t hashOfName) {
-    const std::uint64_t mixed = (hashOfName | std::uint64_t{dirIndex} << 32) * oddConstant;
-    return static_cast<std::uint32_t>(mixed >> 32 ^ mixed);
+    return text[name.length] == 0;
 }
 
 std::uint32_t slotCount(std::uint32_t entries) { return std::bit_ceil(entries + entries / 3 + 2); }
@@ -70,15 +66,19 @@ class Slots {
         m_pSlots[at] = {(hash & ~m_uMask) | (entry + 1), static_cast<std::uint32_t>(key)};
     }
 
-    // The first entry that was inserted with this hash and key, or null.
-    template <class Entry>
-    Entry *find(Entry *entries, const char *keys, std::uint32_t hash, const ArchiveKey &key) const {
-        for (std::uint32_t at = hash & m_uMask; m_pSlots[at].entry != 0; at = (at + 1) & m_uMask) {
-            const ArchiveIndexSlot slot = m_pSlots[at];
-            if (((slot.entry ^ hash) & ~m_uMask) == 0 && equalNames(keys + slot.key, key.text, key.length))
-                return entries + (slot.entry & m_uMask) - 1;
-        }
+    // The first slot for which `isWanted` holds, told the key, of those that have the hash; null when none
+    // has.
+    template <class Predicate>
+    const ArchiveIndexSlot *find(std::uint32_t hash, const char *keys, Predicate isWanted) const {
+        for (std::uint32_t at = hash & m_uMask; m_pSlots[at].entry != 0; at = (at + 1) & m_uMask)
+            if (((m_pSlots[at].entry ^ hash) & ~m_uMask) == 0 && isWanted(keys + m_pSlots[at].key))
+                return &m_pSlots[at];
         return nullptr;
+    }
+
+    template <class Entry>
+    Entry *entryOf(const ArchiveIndexSlot *slot, Entry *entries) const {
+        return slot ? entries + (slot->entry & m_uMask) - 1 : nullptr;
     }
 
   private:
@@ -92,12 +92,15 @@ Slots directorySlots(ArchiveIndexSlot *index, const Archive &archive) {
     return {index + slotCount(archive.header.fileCount), archive.header.dirCount};
 }
 
-// The first of the sorted entries with this key, or null.
+// The first of the sorted entries whose key is the name behind the given digits, or null.
 template <class Entry>
-Entry *binarySearch(Entry *entries, std::uint32_t count, const char *key) {
+Entry *binarySearch(Entry *entries, std::uint32_t count, std::string_view digits, const ArchiveName &name) {
+    char key[archiveKeyDigits + archiveLongestName + 1];
+    char *const behind = std::copy_n(name.text, name.length, std::copy(digits.begin(), digits.end(), key));
+    *behind = 0;
     Entry *const end = entries + count;
     Entry *const found = std::partition_point(
-        entries, end, [key](const Entry &entry) { return compareArchiveNames(entry.key, key) < 0; });
+        entries, end, [&key](const Entry &entry) { return compareArchiveNames(entry.key, key) < 0; });
     return found != end && compareArchiveNames(found->key, key) == 0 ? found : nullptr;
 }
 
@@ -112,42 +115,74 @@ std::uint32_t hashArchiveName(const char *name, std::size_t length) {
     return static_cast<std::uint32_t>(hash);
 }
 
+std::uint32_t hashArchiveFile(std::uint32_t hashOfDirectory, std::uint32_t hashOfName) {
+    const std::uint64_t mixed = (hashOfName | std::uint64_t{hashOfDirectory} << 32) * oddConstant;
+    return static_cast<std::uint32_t>(mixed >> 32 ^ mixed);
+}
+
 ArchiveIndexSlot *buildArchiveIndex(const Archive &archive) {
     const std::uint32_t files = archive.header.fileCount;
     const std::uint32_t dirs = archive.header.dirCount;
     const std::size_t size = std::size_t{slotCount(files)} + slotCount(dirs);
     CountedArray<ArchiveIndexSlot> index(allocateArray<ArchiveIndexSlot>(size));
     std::fill_n(index.get(), size, ArchiveIndexSlot{});
+    const CountedArray<std::uint32_t> hashOfDirectory(allocateArray<std::uint32_t>(dirs));
 
     const std::uint64_t limit = probesForEachEntry * (std::uint64_t{files} + dirs + 1);
     std::uint64_t probes = 0;
-    Slots ofFiles = fileSlots(index.get(), archive);
-    for (std::uint32_t i = 0; i < files && probes <= limit; ++i) {
-        const FileEntry &entry = archive.files[i];
-        const char *name = nameOfArchiveFile(entry);
-        ofFiles.insert(hashOfFile(entry.dirIndex, hashArchiveName(name, std::strlen(name))), i,
-                       static_cast<std::size_t>(entry.key - archive.fileNames), probes);
-    }
     Slots ofDirectories = directorySlots(index.get(), archive);
     for (std::uint32_t i = 0; i < dirs && probes <= limit; ++i) {
         const char *path = archive.dirs[i].key;
-        ofDirectories.insert(hashArchiveName(path, std::strlen(path)), i,
-                             static_cast<std::size_t>(path - archive.dirNames), probes);
+        const std::uint32_t hash = hashArchiveName(path, std::strlen(path));
+        hashOfDirectory[static_cast<std::size_t>(archive.dirs[i].index)] = hash;
+        ofDirectories.insert(hash, i, static_cast<std::size_t>(path - archive.dirNames), probes);
+    }
+    Slots ofFiles = fileSlots(index.get(), archive);
+    for (std::uint32_t i = 0; i < files && probes <= limit; ++i) {
+        const FileEntry &entry = archive.files[i];
+        if (entry.dirIndex >= dirs)
+            continue; // of no directory, so it is never found
+        const char *name = nameOfArchiveFile(entry);
+        ofFiles.insert(
+            hashArchiveFile(hashOfDirectory[entry.dirIndex], hashArchiveName(name, std::strlen(name))), i,
+            static_cast<std::size_t>(entry.key - archive.fileNames), probes);
     }
     return probes <= limit ? index.release() : nullptr;
 }
 
-DirectoryEntry *findArchiveDirectory(const Archive &archive, const ArchiveKey &path) {
-    if (archive.index)
-        return directorySlots(archive.index, archive).find(archive.dirs, archive.dirNames, path.hash, path);
-    return binarySearch(archive.dirs, archive.header.dirCount, path.text);
+DirectoryEntry *findArchiveDirectory(const Archive &archive, const ArchiveName &path) {
+    if (!archive.index)
+        return binarySearch(archive.dirs, archive.header.dirCount, {}, path);
+    const Slots slots = directorySlots(archive.index, archive);
+    const auto isPath = [&](const char *key) { return isName(key, path); };
+    return slots.entryOf(slots.find(path.hash, archive.dirNames, isPath), archive.dirs);
 }
 
-FileEntry *findArchiveFile(const Archive &archive, const ArchiveKey &key, std::uint32_t dirIndex) {
-    if (archive.index)
-        return fileSlots(archive.index, archive)
-            .find(archive.files, archive.fileNames, hashOfFile(dirIndex, key.hash), key);
-    return binarySearch(archive.files, archive.header.fileCount, key.text);
+FileEntry *findArchiveFile(const Archive &archive, const ArchiveName &name, std::uint32_t dirIndex) {
+    char digits[archiveKeyDigits];
+    putArchiveKeyDigits(digits, dirIndex);
+    if (!archive.index)
+        return binarySearch(archive.files, archive.header.fileCount, {digits, sizeof digits}, name);
+    const Slots slots = fileSlots(archive.index, archive);
+    const auto isKey = [&](const char *key) {
+        return std::memcmp(key, digits, sizeof digits) == 0 && isName(key + sizeof digits, name);
+    };
+    return slots.entryOf(slots.find(name.hash, archive.fileNames, isKey), archive.files);
+}
+
+bool mayHoldArchiveFile(const Archive &archive, std::uint32_t hash) {
+    if (!archive.index)
+        return true;
+    const Slots slots = fileSlots(archive.index, archive);
+    const auto fetchKey = [](const char *key) {
+        __builtin_prefetch(key);
+        return true;
+    };
+    const FileEntry *const entry =
+        slots.entryOf(slots.find(hash, archive.fileNames, fetchKey), archive.files);
+    if (entry)
+        __builtin_prefetch(&entry->offset);
+    return entry;
 }
 
 } // namespace vl

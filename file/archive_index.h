@@ -8,6 +8,7 @@
 #pragma once
 
 #include "file/archive_format.h"
+#include "platform/platform.h"
 #include "vl/file.h"
 
 #include <cstddef>
@@ -19,14 +20,21 @@ namespace vl {
 /// its terminating zero) are readable, whatever they hold.
 inline constexpr std::size_t archiveTextPadding = 8;
 
+/// Characters of the longest name or path that is looked up: a path, and a backslash at either end.
+inline constexpr std::size_t archiveLongestName = platform::maxPath + 2;
+
 /// A hash of a name that ignores the case of A-Z.
 std::uint32_t hashArchiveName(const char *name, std::size_t length);
 
-/// What is looked up: a directory's path, or a file's key, in which archiveKeyDigits stand before the name.
-struct ArchiveKey {
-    const char *text; ///< zero-terminated
+/// A hash of a file, of those of its directory's path and its name. It does not take the directory's index,
+/// so that file and directory can be looked for side by side.
+std::uint32_t hashArchiveFile(std::uint32_t hashOfDirectory, std::uint32_t hashOfName);
+
+/// What is looked up: a directory's path, or a file's name without its directory. It has no terminating zero.
+struct ArchiveName {
+    const char *text;
     std::size_t length;
-    std::uint32_t hash; ///< hashArchiveName of the path, or of the name without the digits
+    std::uint32_t hash; ///< hashArchiveName of a directory's path, hashArchiveFile of a file
 };
 
 /// One slot of either hash table.
@@ -44,11 +52,15 @@ ArchiveIndexSlot *buildArchiveIndex(const V_File::V_VASArchive &archive);
 
 /// The directory entry with this path, or null. Of several records with equal keys the first in the archive
 /// is found, here and in findArchiveFile.
-V_File::VASDirectoryEntry *findArchiveDirectory(const V_File::V_VASArchive &archive, const ArchiveKey &path);
+V_File::VASDirectoryEntry *findArchiveDirectory(const V_File::V_VASArchive &archive, const ArchiveName &path);
 
-/// The file entry with this key, whose digits are those of `dirIndex`, or null.
-V_File::VASFileEntry *findArchiveFile(const V_File::V_VASArchive &archive, const ArchiveKey &key,
+/// The entry of the file with this name in the directory of this index, or null.
+V_File::VASFileEntry *findArchiveFile(const V_File::V_VASArchive &archive, const ArchiveName &name,
                                       std::uint32_t dirIndex);
+
+/// Whether findArchiveFile may find an entry with this hash. If so, the processor begins to fetch what it
+/// will look at.
+bool mayHoldArchiveFile(const V_File::V_VASArchive &archive, std::uint32_t hash);
 
 /// The name of a file without the digits of its directory.
 inline const char *nameOfArchiveFile(const V_File::VASFileEntry &entry) {

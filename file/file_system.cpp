@@ -24,7 +24,7 @@ void directoryOfProgram(PathBuffer &out, const char *commandLine) {
     if (!end)
         end = begin + std::strlen(begin);
     PathText path(out, commandLine);
-    path.append(begin, static_cast<std::size_t>(end - begin));
+    path.append({begin, static_cast<std::size_t>(end - begin)});
     const std::size_t length = vl::directoryLength(out);
     const bool driveRoot = length == 3 && out[1] == ':';
     path.cutTo(length == 0 || driveRoot ? length : length - 1);

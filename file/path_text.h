@@ -6,6 +6,7 @@
 #include "vl/file/exception.h"
 
 #include <cstring>
+#include <string_view>
 
 namespace vl {
 
@@ -22,17 +23,17 @@ class PathText {
         m_strBuffer[m_uLength++] = c;
         m_strBuffer[m_uLength] = 0;
     }
-    void append(const char *text) { append(text, std::strlen(text)); }
-    void append(const char *text, std::size_t length) {
-        if (length > platform::maxPath - m_uLength)
+    void append(std::string_view text) {
+        if (text.size() > platform::maxPath - m_uLength)
             V_throw(V_FileException_PathTooLong(m_pName));
-        std::memcpy(m_strBuffer + m_uLength, text, length);
-        m_uLength += length;
+        std::memcpy(m_strBuffer + m_uLength, text.data(), text.size());
+        m_uLength += text.size();
         m_strBuffer[m_uLength] = 0;
     }
 
     bool endsWithBackslash() const { return m_uLength != 0 && m_strBuffer[m_uLength - 1] == '\\'; }
     std::size_t length() const { return m_uLength; }
+    std::string_view view() const { return {m_strBuffer, m_uLength}; }
     void cutTo(std::size_t length) {
         m_uLength = length;
         m_strBuffer[length] = 0;

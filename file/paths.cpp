@@ -6,6 +6,7 @@
 #include "file/path_text.h"
 #include "platform/platform.h"
 
+#include <algorithm>
 #include <cstring>
 
 using vl::PathText;
@@ -38,33 +39,41 @@ bool copyPlain(char *out, const char *name, std::size_t length) {
     return special == 0;
 }
 
-/// Turns slashes into backslashes and drops every `.\` whose dot does not follow another dot. Returns whether
-/// two dots may stand in the result.
-bool normalise(PathBuffer &out, const char *name) {
-    const std::size_t length = std::strlen(name);
-    if (length <= vl::platform::maxPath && copyPlain(out, name, length))
-        return false;
-    char *to = out;
-    for (const char *c = name; *c; ++c) {
-        if (c[0] == '.' && isSeparator(c[1]) && (c == name || c[-1] != '.')) {
-            ++c;
-        } else {
-            if (to == out + vl::platform::maxPath)
-                V_throw(V_FileException_PathTooLong(name));
-            *to++ = isSeparator(*c) ? '\\' : *c;
-        }
-    }
-    *to = 0;
-    return true;
-}
+/// A client's name with backslashes, and without every `.\` whose dot does not follow another dot.
+struct NormalisedName {
+    PathBuffer text;
+    std::size_t length;
+    bool mayHaveTwoDots = false;
 
-/// Appends a name to a path; two dots, when the name may have them, remove the last element, and take the
-/// separator behind them along.
-void join(PathText &path, const char *name, bool mayHaveDots) {
-    while (const char *dots = mayHaveDots ? std::strstr(name, "..") : nullptr) {
-        path.append(name, static_cast<std::size_t>(dots - name));
-        path.removeLastElement();
-        name = dots + (dots[2] ? 3 : 2);
+    explicit NormalisedName(const char *name) : length(std::strlen(name)) {
+        if (length <= vl::platform::maxPath && copyPlain(text, name, length))
+            return;
+        mayHaveTwoDots = true;
+        char *to = text;
+        for (const char *c = name; *c; ++c) {
+            if (c[0] == '.' && isSeparator(c[1]) && (c == name || c[-1] != '.')) {
+                ++c;
+            } else {
+                if (to == text + vl::platform::maxPath)
+                    V_throw(V_FileException_PathTooLong(name));
+                *to++ = isSeparator(*c) ? '\\' : *c;
+            }
+        }
+        *to = 0;
+        length = static_cast<std::size_t>(to - text);
+    }
+    std::string_view view() const { return {text, length}; }
+};
+
+/// Appends a name to a path; two dots remove the last element, and take the separator behind them along.
+void join(PathText &path, const NormalisedName &normalised) {
+    std::string_view name = normalised.view();
+    if (normalised.mayHaveTwoDots) {
+        for (std::size_t dots; (dots = name.find("..")) != name.npos;) {
+            path.append(name.substr(0, dots));
+            path.removeLastElement();
+            name.remove_prefix(std::min(dots + 3, name.size()));
+        }
     }
     path.append(name);
     if (path.endsWithBackslash())
@@ -75,45 +84,44 @@ bool hasDrive(const char *path) { return path[0] && path[1] == ':'; }
 
 } // namespace
 
-void V_File::relativeToAbsolutePath(char *out, const char *name) {
-    auto &buffer = *reinterpret_cast<PathBuffer *>(out);
-    PathBuffer normalised;
-    const bool mayHaveDots = normalise(normalised, name);
+std::string_view V_File::relativeToAbsolutePath(char *out, const char *name) {
+    const NormalisedName normalised(name);
+    const char *const text = normalised.text;
+    if (sm_bFilenameLengthLimitationEnabled && std::strlen(text + vl::directoryLength(text)) > filenameLimit)
+        V_throw(V_FileException_FilenameTooLong(text, filenameLimit));
 
-    if (sm_bFilenameLengthLimitationEnabled &&
-        std::strlen(normalised + vl::directoryLength(normalised)) > filenameLimit)
-        V_throw(V_FileException_FilenameTooLong(normalised, filenameLimit));
-
-    PathText path(buffer, name);
-    const bool fromRoot = normalised[0] == '\\';
+    PathText path(*reinterpret_cast<PathBuffer *>(out), name);
+    const bool fromRoot = text[0] == '\\';
     if (m_archiveHandling == AH_ARCHIVES) {
         if (!fromRoot)
             path.append(m_path);
-        join(path, normalised, mayHaveDots);
-    } else if (m_archiveHandling == AH_DIRECTORIES &&
-               (hasDrive(normalised) || (fromRoot && normalised[1] == '\\'))) {
-        path.append(normalised);
+        join(path, normalised);
+    } else if (m_archiveHandling == AH_DIRECTORIES && (hasDrive(text) || (fromRoot && text[1] == '\\'))) {
+        path.append(normalised.view());
     } else if (fromRoot) {
-        path.append(m_path, 2); // the drive
-        path.append(normalised);
+        path.append({m_path, 2}); // the drive
+        path.append(normalised.view());
     } else {
         path.append(m_path);
-        join(path, normalised, mayHaveDots);
+        join(path, normalised);
     }
+    return path.view();
 }
 
-void V_File::absolutePathToDirStructure(char *out, const char *path) {
-    PathText diskPath(*reinterpret_cast<PathBuffer *>(out), path);
+std::string_view V_File::absolutePathToDirStructure(char *out, std::string_view path) {
+    PathText diskPath(*reinterpret_cast<PathBuffer *>(out), path.data());
     if (m_archiveHandling != AH_ARCHIVES) {
         diskPath.append(path);
-        return;
+        return diskPath.view();
     }
-    diskPath.append(m_originalLocalDirPath);
-    if (diskPath.endsWithBackslash() && path[0] == '\\')
-        ++path; // the root of a drive brings its backslash along
+    const std::string_view root = m_originalLocalDirPath;
+    diskPath.append(root);
+    if (diskPath.endsWithBackslash() && path.starts_with('\\'))
+        path.remove_prefix(1); // the root of a drive brings its backslash along
     diskPath.append(path);
-    if (diskPath.endsWithBackslash() && std::strcmp(out, m_originalLocalDirPath) != 0)
+    if (diskPath.endsWithBackslash() && diskPath.view() != root)
         diskPath.cutTo(diskPath.length() - 1);
+    return diskPath.view();
 }
 
 void V_File::checkPathExistence(const char *path) {
@@ -121,15 +129,14 @@ void V_File::checkPathExistence(const char *path) {
         ++path; // relative to the process's current directory, which is the local root
     if (const std::size_t length = vl::directoryLength(path); length > 1) {
         PathBuffer directory;
-        PathText(directory, path).append(path, length - 1);
+        PathText(directory, path).append({path, length - 1});
         vl::platform::createDirectory(directory);
     }
 }
 
 const char *V_File::getFullPathName(const char *name) {
     PathBuffer path;
-    relativeToAbsolutePath(path, name);
-    const auto size = static_cast<unsigned int>(std::strlen(path) + 1);
+    const auto size = static_cast<unsigned int>(relativeToAbsolutePath(path, name).size() + 1);
     if (size > m_uPathLen) {
         m_pathName = static_cast<char *>(
             V_REALLOCATE(m_pathName, static_cast<int>(m_uPathLen), static_cast<int>(size)));

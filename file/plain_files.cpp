@@ -3,6 +3,7 @@
 #include "vl/file.h"
 
 #include "core/counted.h"
+#include "file/archive_query.h"
 #include "file/open_file.h"
 #include "file/path_text.h"
 #include "platform/platform.h"
@@ -36,18 +37,12 @@ unsigned int stampOf(const Time &time) {
 } // namespace
 
 V_File::Location V_File::where(const char *name) {
-    PathBuffer path, diskPath;
-    relativeToAbsolutePath(path, name);
-    // The disk decides, but asked last: the processor goes on to it while what the search looks at is still
-    // on its way from memory.
-    V_VASFind found;
-    searchFile(&found, path);
-    absolutePathToDirStructure(diskPath, path);
-    if (vl::platform::fileKind(diskPath) != vl::platform::FileKind::None)
+    PathBuffer pathBuffer, diskPath;
+    const std::string_view path = relativeToAbsolutePath(pathBuffer, name);
+    vl::ArchiveQuery query(*VASArchiveList, path); // before the disk is asked, so as not to wait after it
+    if (vl::platform::fileKind(absolutePathToDirStructure(diskPath, path)) != vl::platform::FileKind::None)
         return LOC_DISK;
-    if (!found.archive)
-        searchDir(&found, path);
-    return found.archive ? LOC_ARCHIVE : LOC_NONE;
+    return query.findFile().archive || query.findDirectory().archive ? LOC_ARCHIVE : LOC_NONE;
 }
 
 int V_File::exists(const char *name) { return where(name) != LOC_NONE; }
@@ -88,7 +83,7 @@ void V_File::load(void *buffer, const char *name, unsigned int size) {
 
 void V_File::loadBounded(void *buffer, const char *name, unsigned int size, unsigned int bufferSize) {
     PathBuffer path, diskPath;
-    relativeToAbsolutePath(path, name);
+    vl::ArchiveQuery query(*VASArchiveList, relativeToAbsolutePath(path, name));
     absolutePathToDirStructure(diskPath, path);
     if (const OpenFile file = openWithoutBuffer(diskPath, "rb")) {
         const unsigned int count = size == WHOLE_FILE ? vl::sizeOf(file.get(), diskPath) : size;
@@ -96,8 +91,7 @@ void V_File::loadBounded(void *buffer, const char *name, unsigned int size, unsi
             V_throw(V_FileException_UnableToReadData(diskPath));
         return;
     }
-    V_VASFind found;
-    searchFile(&found, path);
+    const V_VASFind found = query.findFile();
     if (!found.file)
         V_throw(V_FileException_FileNotFound(path));
     const unsigned int written = readEntry(found, path, buffer, bufferSize);

@@ -68,11 +68,11 @@ const char *V_File::findFirst(const char *pattern) {
     // The directory is resolved without the wildcards, whose dots are not those of a path.
     PathBuffer inDirectory;
     PathText directoryText(inDirectory, pattern);
-    directoryText.append(pattern, static_cast<std::size_t>(name - pattern));
+    directoryText.append({pattern, static_cast<std::size_t>(name - pattern)});
     if (directoryText.length() < vl::platform::maxPath) // or the pattern is empty, and nothing matches
         directoryText.append('*');
     relativeToAbsolutePath(resolved, inDirectory);
-    PathText(m_strSearchDir, pattern).append(resolved, vl::directoryLength(resolved));
+    PathText(m_strSearchDir, pattern).append({resolved, vl::directoryLength(resolved)});
 
     PathBuffer directory;
     absolutePathToDirStructure(directory, m_strSearchDir);

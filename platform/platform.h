@@ -21,6 +21,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <string_view>
 
 namespace vl::platform {
 
@@ -48,7 +49,8 @@ bool fullPath(PathBuffer &out, const char *path);
 enum class FileKind { None, File, Directory };
 
 /// What lies at `path`: nothing that can be found, a file (anything that is not a directory), or a directory.
-FileKind fileKind(const char *path);
+/// Asked of every name, so its length need not be counted again.
+FileKind fileKind(std::string_view path);
 
 /// Creates one directory; its parent must exist. False when it was not created (also when the name exists, in
 /// any spelling).

@@ -22,6 +22,8 @@
 #include "vl/file/exception.h"
 #include "vl/file/stream.h"
 
+#include <string_view>
+
 namespace vl {
 class ArchiveAccess;
 struct ArchiveIndexSlot;
@@ -329,8 +331,8 @@ class VL_API V_File {
     void release();
 
     // Names (file/paths.cpp)
-    static void relativeToAbsolutePath(char *out, const char *name);
-    static void absolutePathToDirStructure(char *out, const char *path);
+    static std::string_view relativeToAbsolutePath(char *out, const char *name);
+    static std::string_view absolutePathToDirStructure(char *out, std::string_view path);
     static void checkPathExistence(const char *path);
     static void resetCurrentDirectory();
     static bool isResolvedDirectory(const char *path);
@@ -350,8 +352,8 @@ class VL_API V_File {
     V_VASArchive *loadArchive(V_DLList<V_VASArchive> &list, Place place, const char *name);
     static void loadArchiveHeader(V_VASArchive *archive, const char *name);
     static void releaseArchiveTables(const V_VASArchive &archive);
-    static void searchFile(V_VASFind *result, const char *path);
-    static void searchDir(V_VASFind *result, const char *path);
+    static void searchFile(V_VASFind *result, std::string_view path);
+    static void searchDir(V_VASFind *result, std::string_view path);
     static unsigned int readEntry(const V_VASFind &found, const char *resolvedPath, void *buffer,
                                   unsigned int bufferSize);
     void checkLargeLoad(const char *name, unsigned int size);

@@ -89,6 +89,15 @@ class DirectoryCache {
 
     /// The path of the directory held; empty when none is, or the root.
     std::string_view heldDirectory() const { return {m_heldPath, m_uHeldLength}; }
+    /// Open on the directory held; -1 when none is.
+    int heldDescriptor() const { return m_iHeldDescriptor; }
+    /// Where the part of a path that lies below the directory held begins; 0 when it lies elsewhere.
+    unsigned int belowHeld(std::string_view path) const;
+
+    /// As guess, of the directory held.
+    NameMatch guessInHeld(std::string_view name);
+    /// Asks the system whether that guess is right.
+    bool isHeldUnchanged() const;
 
     /// How many times a directory was read, for tests.
     std::uint64_t directoriesRead() const { return m_uDirectoriesRead; }
@@ -117,11 +126,11 @@ class DirectoryCache {
     };
 
     Directory *lookUp(std::string_view path);
+    void markUsed(const Directory &directory);
     Directory &add(std::string_view path);
     void remove(Directory &directory);
     void dropNames(Directory &directory);
     void makeRoom(std::size_t bytes);
-    bool isUnchanged(const Directory &directory) const;
     static bool isSettled(const Directory &directory);
     const NameTable *keepListing(std::string_view path, DirectoryReader &reader);
     NameMatch readAndFind(std::string_view path, char *name, std::size_t length);
@@ -132,6 +141,7 @@ class DirectoryCache {
     std::size_t m_uMaxBytes, m_uBytes = 0;
     std::uint64_t m_uDirectoriesRead = 0;
     int m_iHeldDescriptor = -1;
+    Directory *m_pHeld = nullptr; ///< what is kept of the directory held
     PathBuffer m_heldPath{};
     std::size_t m_uHeldLength = 0;
 };

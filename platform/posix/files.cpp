@@ -3,6 +3,7 @@
 #include "platform/posix/system.h"
 
 #include "platform/platform.h"
+#include "platform/posix/directory_cache.h"
 #include "platform/posix/spelling.h"
 
 #include <cstdint>
@@ -38,10 +39,13 @@ int openFlags(const char *mode) {
 
 bool isForReading(int flags) { return (flags & O_ACCMODE) == O_RDONLY; }
 
+/// What else a file is opened with: a pipe would wait for its writer; files do not mind.
+constexpr int withoutWaiting = O_NONBLOCK | O_NOCTTY;
+
 /// Opens a file, or for reading anything at all; -1 on failure.
 int openAnything(const char *path, int flags) {
     if (isForReading(flags))
-        flags |= O_NONBLOCK | O_NOCTTY; // a pipe would wait for its writer; files do not mind
+        flags |= withoutWaiting;
     SystemPath system;
     if (!toSystemPath(system, path) || system.endsInSeparator)
         return -1;
@@ -53,6 +57,18 @@ int openAnything(const char *path, int flags) {
     if (withSpelling(system, openExisting) == Spelling::Missing && (flags & O_CREAT) != 0)
         descriptor = open(system.text, flags | O_CLOEXEC, 0666);
     return descriptor;
+}
+
+/// Opens anything for reading under its exact spelling, from the directory held where it lies below that: so
+/// there is the least of a path to walk, and nothing is asked before. -1 on failure.
+int openAsSpelled(const char *path) {
+    SystemPath system;
+    if (!toSystemPath(system, path) || system.endsInSeparator)
+        return -1;
+    const DirectoryCache &cache = DirectoryCache::instance();
+    const unsigned int below = cache.belowHeld({system.text, system.length});
+    return openat(below == 0 ? AT_FDCWD : cache.heldDescriptor(), system.text + below,
+                  O_RDONLY | O_CLOEXEC | withoutWaiting);
 }
 
 /// Opens a regular file, or for writing anything but a directory; -1 on failure.
@@ -69,7 +85,7 @@ int openDescriptor(const char *path, int flags) {
 
 } // namespace
 
-FileKind fileKind(const char *path) {
+FileKind fileKind(std::string_view path) {
     SystemPath system;
     struct stat info;
     if (!toSystemPath(system, path) ||
@@ -121,7 +137,9 @@ bool seekFile(std::FILE *file, std::uint64_t position) {
 bool readRange(const char *path, std::uint64_t position, void *buffer, std::uint32_t count,
                std::uint32_t &delivered) {
     delivered = 0;
-    const int descriptor = openAnything(path, O_RDONLY);
+    int descriptor = openAsSpelled(path);
+    if (descriptor < 0)
+        descriptor = openAnything(path, O_RDONLY);
     if (descriptor < 0)
         return false;
     ssize_t got = 0;

@@ -90,39 +90,42 @@ bool isDoubtful(NameMatch match, const Element &element) {
 
 } // namespace
 
-unsigned int doubtfulElement(SystemPath &path) {
+Doubt doubtOf(SystemPath &path) {
+    const Doubt none{path.length, false};
     if (!hasElements(path))
-        return path.length;
+        return none;
     DirectoryCache &cache = DirectoryCache::instance();
     Element element(path);
     // Most names that are missing are missing below the current directory, together with their directories.
-    const std::string_view text(path.text, path.length), current = cache.heldDirectory();
-    if (!current.empty() && text.size() > current.size() + 1 && text.starts_with(current) &&
-        text[current.size()] == '/') {
-        element.startAt(static_cast<unsigned int>(current.size() + 1));
-        if (isDoubtful(cache.guess(current, element.name()), element))
-            return element.start();
+    if (const unsigned int below = cache.belowHeld({path.text, path.length})) {
+        element.startAt(below);
+        const NameMatch match = cache.guessInHeld(element.name());
+        if (isDoubtful(match, element))
+            return {element.start(), match == NameMatch::Missing};
+        if (element.isLast() && match != NameMatch::NoDirectory)
+            return none;
         element.toLast();
     }
     while (true) {
         const NameMatch match = cache.guess(element.directory(), element.name());
         if (match != NameMatch::NoDirectory)
-            return isDoubtful(match, element) ? element.start() : path.length;
+            return isDoubtful(match, element) ? Doubt{element.start(), false} : none;
         if (element.isFirst())
-            return path.length;
+            return none;
         element.moveUp();
     }
 }
 
-Spelling findSpelling(SystemPath &path, unsigned int doubtful) {
+Spelling findSpelling(SystemPath &path, Doubt doubt) {
     if (!hasElements(path))
         return Spelling::Found;
     // Below a listing that does not hold the name exactly there is nothing to ask for; otherwise the deepest
     // directory is asked first.
     Element element(path);
-    if (doubtful != path.length)
-        element.startAt(doubtful);
-    NameMatch match = element.find();
+    if (doubt.element != path.length)
+        element.startAt(doubt.element);
+    NameMatch match = doubt.missingInHeld && DirectoryCache::instance().isHeldUnchanged() ? NameMatch::Missing
+                                                                                          : element.find();
     while (match == NameMatch::NoDirectory && !element.isFirst()) {
         element.moveUp();
         match = element.find();

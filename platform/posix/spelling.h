@@ -17,29 +17,35 @@ enum class Spelling {
     Unreachable ///< There is no such directory, or the operation failed for another reason than a name.
 };
 
-/// Where in `path` the element starts that its directory, so far as is known without asking the system, does
-/// not hold as spelled; the length of the path when there is no such element. A guess, which findSpelling
+/// What the listings that are kept tell of a path, without asking the system: a guess, which findSpelling
 /// confirms or corrects.
-unsigned int doubtfulElement(SystemPath &path);
+struct Doubt {
+    /// Where the element starts that its directory does not hold as spelled; the length of the path when
+    /// there is no such element.
+    unsigned int element;
+    /// The current directory's listing holds the element in no spelling.
+    bool missingInHeld;
+};
+Doubt doubtOf(SystemPath &path);
 
 /// Rewrites `path` to the spelling under which it is found; when only the last element is missing, to that of
-/// its directory. `doubtful` is what doubtfulElement told.
-Spelling findSpelling(SystemPath &path, unsigned int doubtful);
+/// its directory. `doubt` is what doubtOf told.
+Spelling findSpelling(SystemPath &path, Doubt doubt);
 
-inline Spelling findSpelling(SystemPath &path) { return findSpelling(path, doubtfulElement(path)); }
+inline Spelling findSpelling(SystemPath &path) { return findSpelling(path, doubtOf(path)); }
 
 /// Runs `operation(const char *)`, which returns whether it succeeded and sets errno when not, on the exact
 /// spelling of `path` and, when there is no such name, on the spelling that is found.
 template <class Operation>
 Spelling withSpelling(SystemPath &path, Operation operation) {
-    const unsigned int doubtful = doubtfulElement(path);
-    if (doubtful == path.length) {
+    const Doubt doubt = doubtOf(path);
+    if (doubt.element == path.length) {
         if (operation(path.text))
             return Spelling::Found;
         if (errno != ENOENT && errno != ENOTDIR)
             return Spelling::Unreachable;
     }
-    const Spelling spelling = findSpelling(path, doubtful);
+    const Spelling spelling = findSpelling(path, doubt);
     if (spelling == Spelling::Found && !operation(path.text))
         return Spelling::Unreachable;
     return spelling;

@@ -1,4 +1,4 @@
-// Intrusive lists.
+// Intrusive lists: every operation beside a vector, what failures leave behind, and nodes that are reused.
 
 #include "tests/support/failing_allocation.h"
 

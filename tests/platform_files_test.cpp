@@ -3,13 +3,15 @@
 // Times of 64 bits in 32-bit code as well.
 #include "platform/posix/system.h"
 
+#include "tests/support/plain_wildcards.h"
+#include "tests/support/temporary_directory.h"
+
 #include "platform/platform.h"
-#include "support/plain_wildcards.h"
-#include "support/temporary_directory.h"
+
+#include <gtest/gtest.h>
 
 #include <fcntl.h>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <memory>
 #include <random>
 #include <sys/stat.h>
@@ -64,8 +66,6 @@ void expectSameBytesUnbuffered(const fs::path &directory) {
     EXPECT_EQ(readUnbuffered(file, ~std::uint64_t{0} - block + 1, buffer.get(), block), 0u);
     closeUnbuffered(file);
 }
-
-} // namespace
 
 TEST(Files, OpenInTheModesOfStandardInputAndOutputButNeverADirectory) {
     const TemporaryDirectory directory;
@@ -186,3 +186,5 @@ TEST(Files, AreNotReadWhereSomethingElseLies) {
         EXPECT_EQ(delivered, 0u) << name;
     }
 }
+
+} // namespace

@@ -1,8 +1,9 @@
 // Translation of paths and the current directory.
 
+#include "tests/support/temporary_directory.h"
+
 #include "platform/platform.h"
 #include "platform/posix/paths.h"
-#include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>
 
@@ -17,8 +18,6 @@ std::string translated(const std::string &path) {
     SystemPath out;
     return toSystemPath(out, path) ? std::string(out.text, out.length) : "refused";
 }
-
-} // namespace
 
 TEST(PathTranslation, ResolvesDotsDrivesAndSeparatorsByText) {
     std::istringstream known(R"(
@@ -88,3 +87,5 @@ TEST(CurrentDirectory, RelativeNamesFollowItAlthoughTheirListingsAreKept) {
     }
     fs::current_path(fs::temp_directory_path());
 }
+
+} // namespace

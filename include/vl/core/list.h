@@ -152,7 +152,10 @@ class V_DLListBase {
     int m_iCount = 0;
     mutable int m_iCachedPosition = noPosition;
     mutable Node *m_pCachedNode = nullptr;
-    void *m_pIndexArrays[2] = {}; ///< room for an index of a client's list class; freed by removeAll
+
+  protected:
+    void *m_pIndexArrays[2] =
+        {}; ///< counted blocks for an index that a derived list keeps; freed by removeAll
 };
 
 /// A list of plain elements.

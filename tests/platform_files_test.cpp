@@ -67,7 +67,7 @@ void expectSameBytesUnbuffered(const fs::path &directory) {
     closeUnbuffered(file);
 }
 
-TEST(Files, OpenInTheModesOfStandardInputAndOutputButNeverADirectory) {
+TEST(PlatformFiles, OpenInTheModesOfStandardInputAndOutputButNeverADirectory) {
     const TemporaryDirectory directory;
     const std::string name = directory.enginePath() + "\\file.txt";
     for (const char *mode : {"rb", "r+b", "wb", "w+b", "ab", "a+b"})
@@ -94,7 +94,7 @@ TEST(Files, OpenInTheModesOfStandardInputAndOutputButNeverADirectory) {
     EXPECT_TRUE(removeFile((directory.enginePath() + "\\FILE.txt").c_str()));
 }
 
-TEST(Files, TellLengthsBeyond32BitsAndTheTimeOfTheLastWrite) {
+TEST(PlatformFiles, TellLengthsBeyond32BitsAndTheTimeOfTheLastWrite) {
     const TemporaryDirectory directory;
     const std::uint64_t size = std::uint64_t{5} << 30;
     write(directory.path() / "big", "");
@@ -124,7 +124,7 @@ TEST(Files, TellLengthsBeyond32BitsAndTheTimeOfTheLastWrite) {
     EXPECT_FALSE(lastWriteTime((name + 'x').c_str(), time));
 }
 
-TEST(Enumeration, GivesMatchingNamesInUpperCaseOrder) {
+TEST(PlatformEnumeration, GivesMatchingNamesInUpperCaseOrder) {
     const TemporaryDirectory directory;
     fs::create_directories(directory.path() / "Inner" / "_dir.d");
     for (const char *name :
@@ -145,7 +145,7 @@ TEST(Enumeration, GivesMatchingNamesInUpperCaseOrder) {
     endEnumeration(nullptr);
 }
 
-TEST(Wildcards, MatchAsDefinedAndInBoundedTime) {
+TEST(PlatformWildcards, MatchAsDefinedAndInBoundedTime) {
     const std::string letters = "aB.*?";
     std::vector<std::string> texts = {""};
     for (std::size_t i = 0; texts[i].size() < 4; ++i)
@@ -163,7 +163,7 @@ TEST(Wildcards, MatchAsDefinedAndInBoundedTime) {
     EXPECT_FALSE(matchesWildcards((stars + 'b').c_str(), std::string(255, 'a').c_str()));
 }
 
-TEST(UnbufferedReading, GivesTheSameBytesWithAndWithoutDirectAccess) {
+TEST(PlatformUnbuffered, GivesTheSameBytesWithAndWithoutDirectAccess) {
     const TemporaryDirectory directory;
     expectSameBytesUnbuffered(directory.path());
     if (fs::is_directory("/dev/shm"))
@@ -172,7 +172,7 @@ TEST(UnbufferedReading, GivesTheSameBytesWithAndWithoutDirectAccess) {
 }
 
 // Nobody writes to the pipe: what waits for a writer never ends.
-TEST(Files, AreNotReadWhereSomethingElseLies) {
+TEST(PlatformFiles, AreNotReadWhereSomethingElseLies) {
     const TemporaryDirectory directory;
     ASSERT_EQ(mkfifo((directory.path() / "pipe").c_str(), 0666), 0);
     for (const char *name : {"", "\\pipe", "\\missing"}) {

@@ -3,16 +3,12 @@
 // Times of 64 bits in 32-bit code as well.
 #include "platform/posix/system.h"
 
+#include "tests/support/library_test.h"
 #include "tests/support/plain_wildcards.h"
-#include "tests/support/temporary_directory.h"
 
 #include "platform/platform.h"
 
-#include <gtest/gtest.h>
-
 #include <fcntl.h>
-#include <fstream>
-#include <memory>
 #include <random>
 #include <sys/stat.h>
 #include <vector>
@@ -21,8 +17,6 @@ namespace fs = std::filesystem;
 using namespace vl::platform;
 
 namespace {
-
-void write(const fs::path &path, const std::string &text) { std::ofstream(path, std::ios::binary) << text; }
 
 std::vector<std::string> enumerate(const std::string &pattern) {
     std::vector<std::string> names;
@@ -40,7 +34,7 @@ std::vector<std::string> enumerate(const std::string &pattern) {
 void expectSameBytesUnbuffered(const fs::path &directory) {
     std::string bytes(100'003, '\0');
     std::generate(bytes.begin(), bytes.end(), std::mt19937(7));
-    write(directory / "Data.bin", bytes);
+    writeFile(directory / "Data.bin", bytes);
     UnbufferedFile *const file = openUnbuffered(enginePath(directory / "DATA.bin").c_str());
     ASSERT_NE(file, nullptr);
     std::uint64_t length = 0;
@@ -77,7 +71,7 @@ TEST(PlatformFiles, OpenInTheModesOfStandardInputAndOutputButNeverADirectory) {
     EXPECT_EQ(openFile((name + '\\').c_str(), "wb"), nullptr);
     EXPECT_TRUE(fs::is_empty(directory.path()));
 
-    write(directory.path() / "file.txt", "abc");
+    writeFile(directory.path() / "file.txt", "abc");
     std::FILE *const file = openFile((directory.enginePath() + "\\FILE.TXT").c_str(), "a+b");
     ASSERT_NE(file, nullptr);
     EXPECT_TRUE(seekFile(file, 0));
@@ -97,7 +91,7 @@ TEST(PlatformFiles, OpenInTheModesOfStandardInputAndOutputButNeverADirectory) {
 TEST(PlatformFiles, TellLengthsBeyond32BitsAndTheTimeOfTheLastWrite) {
     const TemporaryDirectory directory;
     const std::uint64_t size = std::uint64_t{5} << 30;
-    write(directory.path() / "big", "");
+    writeFile(directory.path() / "big", "");
     fs::resize_file(directory.path() / "big", size);
     // 2040-02-29 12:34:56.789, a Wednesday, behind the end of 32-bit time.
     const timespec moment = {2214131696, 789'000'000};
@@ -129,7 +123,7 @@ TEST(PlatformEnumeration, GivesMatchingNamesInUpperCaseOrder) {
     fs::create_directories(directory.path() / "Inner" / "_dir.d");
     for (const char *name :
          {"b.txt", "B.TXT", "a.txt", "A1.txt", "_x", "Z", "y.dat", "back\\slash", ".hidden"})
-        write(directory.path() / "Inner" / name, "");
+        writeFile(directory.path() / "Inner" / name, "");
     const std::string inner = directory.enginePath() + "\\INNER\\";
     // An underscore comes after Z, and between names equal but for case the bytes decide.
     const std::vector<std::string> all = {".hidden", "a.txt", "A1.txt", "B.TXT", "b.txt",

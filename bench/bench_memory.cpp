@@ -1,10 +1,11 @@
 // The byte movers of V_Memory beside memcpy, memset and memcmp, at 64 bytes, 4 KiB and 1 MiB.
+
+#include "vl/core/memory.h"
+
 #include <benchmark/benchmark.h>
 
 #include <cstring>
 #include <vector>
-
-#include "vl/core/memory.h"
 
 namespace {
 

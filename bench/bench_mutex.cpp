@@ -1,10 +1,11 @@
 // V_Mutex beside std::recursive_mutex: taken and given back by one thread, and by two that compete.
+
+#include "vl/core/mutex.h"
+
 #include <benchmark/benchmark.h>
 
 #include <mutex>
 #include <thread>
-
-#include "vl/core/mutex.h"
 
 namespace {
 

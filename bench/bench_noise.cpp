@@ -1,11 +1,12 @@
 // The noise beside stb_perlin (three dimensions, the only ones it has): random points within one period, and
 // a walk along a line in steps of 0.01, as a texture is filled.
+
+#include "vl/math_types.h"
+
 #include <benchmark/benchmark.h>
 
 #include <random>
 #include <vector>
-
-#include "vl/math_types.h"
 
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wconversion"
@@ -42,9 +43,8 @@ void sample(benchmark::State &state, Points kind, Noise noise) {
     const std::vector<Vector3> points = makePoints(kind);
     for (auto _ : state) {
         float sum = 0.0f;
-        for (const Vector3 &point : points) {
+        for (const Vector3 &point : points)
             sum += noise(point);
-        }
         benchmark::DoNotOptimize(sum);
     }
     state.SetItemsProcessed(state.iterations() * pointCount);

@@ -1,12 +1,13 @@
 // A section of the frame profiler, opened and closed, with 20 sections known: beside its floor (two readings
 // of the time-stamp counter and the walk over the names) and beside two calls of the standard clock.
+
+#include "platform/platform.h"
+#include "vl/core.h"
+
 #include <benchmark/benchmark.h>
 
 #include <chrono>
 #include <cstring>
-
-#include "platform/platform.h"
-#include "vl/core.h"
 
 namespace {
 

@@ -6,10 +6,12 @@
 //   Miss    every name interned into an empty pool or map that has room for all (the pool also keeps its
 //           sorted table and the way back from identifier to text; the maps do not)
 //   Memory  bytes taken from the global allocator by what Miss builds (counter "bytes")
-#include <benchmark/benchmark.h>
+
+#include "vl/sharedstring.h"
 
 #include <absl/container/flat_hash_map.h>
 #include <absl/hash/hash.h>
+#include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <malloc.h>
@@ -19,8 +21,6 @@
 #include <string>
 #include <unordered_map>
 #include <vector>
-
-#include "vl/sharedstring.h"
 
 namespace {
 
@@ -39,9 +39,8 @@ struct FoldingHash {
     std::size_t operator()(const std::string &text) const {
         char folded[64];
         const std::size_t size = std::min(text.size(), sizeof folded);
-        for (std::size_t i = 0; i < size; ++i) {
+        for (std::size_t i = 0; i < size; ++i)
             folded[i] = fold(text[i]);
-        }
         return absl::Hash<std::string_view>()(std::string_view(folded, size));
     }
 };
@@ -82,11 +81,9 @@ std::vector<Text> makeQueries() {
     std::vector<Text> names = makeNames<Text>();
     std::mt19937 random(2);
     std::shuffle(names.begin(), names.end(), random);
-    for (std::size_t i = 0; i < names.size(); i += 2) {
-        for (char &c : names[i]) {
+    for (std::size_t i = 0; i < names.size(); i += 2)
+        for (char &c : names[i])
             c = static_cast<char>(c >= 'a' && c <= 'z' ? c - ('a' - 'A') : c);
-        }
-    }
     return names;
 }
 
@@ -101,9 +98,8 @@ struct MapPool {
     using Text = std::string;
     Map m_map;
     MapPool() {
-        if constexpr (requires { m_map.reserve(nameCount); }) {
+        if constexpr (requires { m_map.reserve(nameCount); })
             m_map.reserve(nameCount);
-        }
     }
     short intern(const Text &text) {
         return m_map.try_emplace(text, static_cast<short>(m_map.size())).first->second;
@@ -117,15 +113,12 @@ using Ordered = MapPool<std::map<std::string, short, FoldingLess>>;
 template <class Subject>
 void hit(benchmark::State &state) {
     Subject subject;
-    for (const auto &name : makeNames<typename Subject::Text>()) {
+    for (const auto &name : makeNames<typename Subject::Text>())
         subject.intern(name);
-    }
     const auto queries = makeQueries<typename Subject::Text>();
-    for (auto _ : state) {
-        for (const auto &query : queries) {
+    for (auto _ : state)
+        for (const auto &query : queries)
             benchmark::DoNotOptimize(subject.intern(query));
-        }
-    }
     state.SetItemsProcessed(state.iterations() * nameCount);
 }
 
@@ -136,9 +129,8 @@ void miss(benchmark::State &state) {
     for (auto _ : state) {
         const std::size_t before = liveBytes();
         auto subject = std::make_unique<Subject>();
-        for (const auto &name : names) {
+        for (const auto &name : names)
             benchmark::DoNotOptimize(subject->intern(name));
-        }
         state.PauseTiming();
         bytes = liveBytes() - before;
         subject.reset();

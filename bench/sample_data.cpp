@@ -1,3 +1,5 @@
+// The data of the codec benchmarks: read from this machine, cut or repeated to one size.
+
 #include "bench/sample_data.h"
 
 #include <algorithm>

@@ -1,4 +1,5 @@
-// The system object's clocks (age, performance counter, clock rate) and memory figures.
+// The system object's clocks (age, performance counter, clock rate) and memory figures, and the table of the
+// machine's functions that it takes them from.
 
 #include "core/machine.h"
 #include "vl/core/profile.h"

@@ -12,16 +12,24 @@
 
 namespace vl {
 
-/// A counted allocation (V_Memory) of an object, constructed with `arguments`.
-template <class T, class... Arguments>
-T *newCounted(Arguments &&...arguments) {
+/// A counted allocation (V_Memory) of an object that `construct` makes in the block it is given: for classes
+/// whose constructor is open to their friends alone.
+template <class T, class Construct>
+T *constructCounted(const Construct &construct) {
     void *block = V_Memory::allocateCounted(sizeof(T));
     try {
-        return new (block) T(std::forward<Arguments>(arguments)...);
+        return construct(block);
     } catch (...) {
         V_Memory::freeCounted(block);
         throw;
     }
+}
+
+/// The same of an object constructed with `arguments`.
+template <class T, class... Arguments>
+T *newCounted(Arguments &&...arguments) {
+    return constructCounted<T>(
+        [&](void *block) { return new (block) T(std::forward<Arguments>(arguments)...); });
 }
 
 /// Destroys and releases (counted) an object of newCounted; null is ignored.

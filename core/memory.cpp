@@ -63,7 +63,7 @@ struct Stretch {
          stretch.size > closely && skipEqual(std::min(stretch.size, block));)
         block = std::min(2 * block, 64 * closely);
     while (stretch.size > closely)
-        skipEqual(stretch.size / 2 & ~3U);
+        skipEqual(stretch.size / 2 & ~3u);
     return stretch;
 }
 

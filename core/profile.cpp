@@ -1,4 +1,5 @@
-// Frame profiler.
+// Frame profiler: the clocks, the sections and their open instances, the frames, and the figures made of
+// them.
 
 #include "vl/core/profile.h"
 
@@ -81,14 +82,18 @@ void V_Profile::readClock(V_PTICK *tick) {
         readCyrixCount(tick);
 }
 
+double V_Profile::takeDifference(V_PTICK *result, V_PTICK *start, V_PTICK *end) {
+    if (countsCycles()) {
+        calcDiff(result, start, end);
+        return calcCycles(result);
+    }
+    calcCyrixDiff(result, start, end);
+    return calcCyrixCycles(result);
+}
+
 double V_Profile::ticksBetween(V_PTICK *start, V_PTICK *end) {
     V_PTICK difference;
-    if (countsCycles()) {
-        calcDiff(&difference, start, end);
-        return calcCycles(&difference);
-    }
-    calcCyrixDiff(&difference, start, end);
-    return calcCyrixCycles(&difference);
+    return takeDifference(&difference, start, end);
 }
 
 double V_Profile::ticksPerSecond() {
@@ -219,11 +224,7 @@ void V_Profile::startFrame() {
 
 void V_Profile::endFrame() {
     readClock(&m_sFrameEnd);
-    if (countsCycles())
-        calcDiff(&m_sFrameDiff, &m_sFrameStart, &m_sFrameEnd);
-    else
-        calcCyrixDiff(&m_sFrameDiff, &m_sFrameStart, &m_sFrameEnd);
-    m_stFrameCycles = ticksBetween(&m_sFrameStart, &m_sFrameEnd);
+    m_stFrameCycles = takeDifference(&m_sFrameDiff, &m_sFrameStart, &m_sFrameEnd);
     ++m_siFrameCount;
     if (vl::traceRecorder && m_sbFrameRunning)
         vl::traceRecorder->record({nullptr, m_sFrameStart, m_stFrameCycles, 0, 0});
@@ -239,7 +240,7 @@ void V_Profile::calcPercentage(V_PENTRY *entry) {
     V_PINFO &info = entry->info;
     const auto percent = [](double ticks) {
         if (m_stFrameCycles == 0)
-            return 0.0F;
+            return 0.0f;
         return static_cast<float>(static_cast<float>(ticks / m_stFrameCycles) * 100.0);
     };
     info.inclusivePercent = percent(entry->frameInclusive);

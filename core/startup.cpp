@@ -2,14 +2,13 @@
 
 #include "vl/core/startup.h"
 
+#include "core/counted.h"
 #include "platform/platform.h"
-#include "vl/core/memory.h"
 #include "vl/core/profile.h"
 #include "vl/core/system.h"
 #include "vl/file.h"
 
 #include <cstdio>
-#include <new>
 
 int V_VantorInit::count = 0;
 
@@ -23,8 +22,9 @@ V_VantorInit::V_VantorInit() {
         std::snprintf(verboseFileName, sizeof verboseFileName, "verbose_%s.txt", computer);
 
     try {
-        construct(Sys, [&](void *block) { return new (block) V_System(verboseFileName); });
-        construct(File, [](void *block) { return new (block) V_File; });
+        Sys = vl::constructCounted<V_System>(
+            [&](void *block) { return new (block) V_System(verboseFileName); });
+        File = vl::constructCounted<V_File>([](void *block) { return new (block) V_File; });
     } catch (...) {
         stop();
         throw;
@@ -38,27 +38,15 @@ V_VantorInit::~V_VantorInit() {
         --count;
 }
 
-template <class T, class Construct>
-void V_VantorInit::construct(T *&object, Construct inBlock) {
-    void *block = V_Memory::allocateCounted(sizeof(T));
-    try {
-        object = inBlock(block);
-    } catch (...) {
-        V_Memory::freeCounted(block);
-        throw;
-    }
-}
-
-template <class T>
-void V_VantorInit::destroy(T *&object) {
-    if (!object)
-        return;
-    object->~T();
-    V_Memory::freeCounted(object);
-    object = nullptr;
-}
-
 void V_VantorInit::stop() {
+    // The pointer outlives the object: what runs last may still log.
+    const auto destroy = []<class T>(T *&object) {
+        if (!object)
+            return;
+        object->~T();
+        V_Memory::freeCounted(object);
+        object = nullptr;
+    };
     --count;
     destroy(File);
     V_Profile::deinit();

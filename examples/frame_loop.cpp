@@ -26,7 +26,7 @@ class Simulation {
         float angle = 0;
         for (Body &body : m_bodies) {
             body = {std::cos(angle), std::sin(angle), -std::sin(angle) / 8, std::cos(angle) / 8};
-            angle += 2.4F;
+            angle += 2.4f;
         }
     }
 
@@ -97,7 +97,7 @@ int main(int count, char **arguments) {
         for (int frame = 0; frame < 60; ++frame) {
             V_Profile::startFrame();
             for (int i = 0; i < 2; ++i)
-                simulation.step(1.0F / 120);
+                simulation.step(1.0f / 120);
             simulation.render();
             V_Profile::endFrame();
             timer.sample();

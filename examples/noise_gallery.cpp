@@ -5,6 +5,11 @@
 //   turbulence.png    three-dimensional turbulence with 1, 2, 3 and 4 octaves
 //   bias.png          M_bias for b = 0.1, 0.25, 0.5, 0.75 and 0.9, violet to red
 //   gain.png          M_gain for the same b
+
+#include "vl/math_types.h"
+
+#include <png.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -13,10 +18,6 @@
 #include <filesystem>
 #include <string>
 #include <vector>
-
-#include <png.h>
-
-#include "vl/math_types.h"
 
 namespace {
 
@@ -79,12 +80,10 @@ Picture drawTiles(const Brightness &brightness) {
 void drawGrid(Picture &picture) {
     for (int line = 0; line <= 4; ++line) {
         const int gridX = line * (picture.width() - 1) / 4, gridY = line * (picture.height() - 1) / 4;
-        for (int y = 0; y < picture.height(); ++y) {
+        for (int y = 0; y < picture.height(); ++y)
             picture.at(gridX, y) = {225, 225, 225};
-        }
-        for (int x = 0; x < picture.width(); ++x) {
+        for (int x = 0; x < picture.width(); ++x)
             picture.at(x, gridY) = {225, 225, 225};
-        }
     }
 }
 
@@ -127,9 +126,8 @@ Picture drawCurves(float (*curve)(float, float)) {
                   {0.5f, {70, 70, 70}},
                   {0.75f, {236, 134, 16}},
                   {0.9f, {205, 40, 48}}};
-    for (const auto &[strength, colour] : curves) {
+    for (const auto &[strength, colour] : curves)
         drawGraph(picture, colour, [&, b = strength](float a) { return curve(a, b); });
-    }
     return picture;
 }
 
@@ -177,9 +175,8 @@ int main(int count, char **arguments) {
                     {"bias.png", drawCurves(M_bias)},
                     {"gain.png", drawCurves(M_gain)}};
     for (const auto &[name, picture] : pictures) {
-        if (!picture.save(directory / name)) {
+        if (!picture.save(directory / name))
             return 1;
-        }
         std::printf("%s\n", (directory / name).string().c_str());
     }
     return 0;

@@ -6,6 +6,7 @@
 //
 // The saved state holds the x87 word in its low and the control bits of MXCSR in its high half. Processors
 // other than x86 offer the rounding mode alone; there the state is the x87 word that would say the same.
+
 #include "vl/math.h"
 
 #include <cfenv>
@@ -16,31 +17,16 @@ namespace {
 constexpr int roundingMask = 0x0C00;
 constexpr int precisionMask = 0x0300;
 
+} // namespace
+
 #if defined(__i386__) || defined(__x86_64__)
+
+namespace {
 
 constexpr unsigned int mxcsrRoundingShift = 3 + 16; // from the x87 field to that of MXCSR in the high half
 #ifdef __SSE__
 constexpr unsigned int mxcsrControlMask = 0xFFC0;
 #endif
-
-int loadState() {
-    std::uint16_t word;
-    asm volatile("fnstcw %0" : "=m"(word) : : "memory");
-    std::uint32_t state = word;
-#ifdef __SSE__
-    state |= (__builtin_ia32_stmxcsr() & mxcsrControlMask) << 16;
-#endif
-    return static_cast<int>(state);
-}
-
-void applyState(int state) {
-    const std::uint16_t word = static_cast<std::uint16_t>(state);
-    asm volatile("fldcw %0" : : "m"(word) : "memory");
-#ifdef __SSE__
-    const std::uint32_t control = static_cast<std::uint32_t>(state) >> 16 & mxcsrControlMask;
-    __builtin_ia32_ldmxcsr((__builtin_ia32_stmxcsr() & ~mxcsrControlMask) | control);
-#endif
-}
 
 /// The state with both rounding fields replaced.
 int withRounding(int state, int rounding) {
@@ -53,46 +39,73 @@ int withRounding(int state, int rounding) {
     return static_cast<int>(result);
 }
 
+} // namespace
+
+int M_FPUControl::readState() {
+    std::uint16_t word;
+    asm volatile("fnstcw %0" : "=m"(word) : : "memory");
+    std::uint32_t state = word;
+#ifdef __SSE__
+    state |= (__builtin_ia32_stmxcsr() & mxcsrControlMask) << 16;
+#endif
+    return static_cast<int>(state);
+}
+
+void M_FPUControl::storeState(int state) {
+    const std::uint16_t word = static_cast<std::uint16_t>(state);
+    asm volatile("fldcw %0" : : "m"(word) : "memory");
+#ifdef __SSE__
+    const std::uint32_t control = static_cast<std::uint32_t>(state) >> 16 & mxcsrControlMask;
+    __builtin_ia32_ldmxcsr((__builtin_ia32_stmxcsr() & ~mxcsrControlMask) | control);
+#endif
+}
+
 #else
 
-int loadState() {
-    int rounding = M_FPUControl::ROUND_NEAREST;
+namespace {
+
+int withRounding(int state, int rounding) { return (state & ~roundingMask) | rounding; }
+
+} // namespace
+
+int M_FPUControl::readState() {
+    int rounding = ROUND_NEAREST;
     switch (std::fegetround()) {
 #ifdef FE_DOWNWARD
     case FE_DOWNWARD:
-        rounding = M_FPUControl::ROUND_DOWN;
+        rounding = ROUND_DOWN;
         break;
 #endif
 #ifdef FE_UPWARD
     case FE_UPWARD:
-        rounding = M_FPUControl::ROUND_UP;
+        rounding = ROUND_UP;
         break;
 #endif
 #ifdef FE_TOWARDZERO
     case FE_TOWARDZERO:
-        rounding = M_FPUControl::ROUND_TRUNCATE;
+        rounding = ROUND_TRUNCATE;
         break;
 #endif
     default:
         break;
     }
-    return rounding | M_FPUControl::PRECISION_53;
+    return rounding | PRECISION_53;
 }
 
-void applyState(int state) {
+void M_FPUControl::storeState(int state) {
     switch (state & roundingMask) {
 #ifdef FE_DOWNWARD
-    case M_FPUControl::ROUND_DOWN:
+    case ROUND_DOWN:
         std::fesetround(FE_DOWNWARD);
         break;
 #endif
 #ifdef FE_UPWARD
-    case M_FPUControl::ROUND_UP:
+    case ROUND_UP:
         std::fesetround(FE_UPWARD);
         break;
 #endif
 #ifdef FE_TOWARDZERO
-    case M_FPUControl::ROUND_TRUNCATE:
+    case ROUND_TRUNCATE:
         std::fesetround(FE_TOWARDZERO);
         break;
 #endif
@@ -102,15 +115,7 @@ void applyState(int state) {
     }
 }
 
-int withRounding(int state, int rounding) { return (state & ~roundingMask) | rounding; }
-
 #endif
-
-} // namespace
-
-int M_FPUControl::readState() { return loadState(); }
-
-void M_FPUControl::storeState(int state) { applyState(state); }
 
 M_FPUControl::M_FPUControl() : m_iSavedState(readState()) {}
 
@@ -135,15 +140,13 @@ M_FPUControl::Precision M_FPUControl::getPrecision() const {
 void M_FPUControl::setRounding(Rounding rounding) {
     const int state = readState();
     const int wanted = withRounding(state, rounding & roundingMask);
-    if (wanted != state) {
+    if (wanted != state)
         storeState(wanted);
-    }
 }
 
 void M_FPUControl::setPrecision(Precision precision) {
     const int state = readState();
     const int wanted = (state & ~precisionMask) | (precision & precisionMask);
-    if (wanted != state) {
+    if (wanted != state)
         storeState(wanted);
-    }
 }

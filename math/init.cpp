@@ -1,11 +1,13 @@
 // Start-up of the math library, the table of inverse square roots, and the two random-number shortcuts.
-#include <bit>
-#include <cmath>
-#include <cstdint>
+
+#include "vl/math.h"
 
 #include "math/noise.h"
 #include "platform/platform.h"
-#include "vl/math.h"
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
 
 namespace {
 
@@ -18,9 +20,8 @@ int M_MathInit::count = 0;
 unsigned char M_LUTInverseSqrt[256];
 
 M_MathInit::M_MathInit() {
-    if (count++ != 0) {
+    if (count++ != 0)
         return;
-    }
     // The tables shall not depend on the mode that the client happens to have set.
     const M_FPUControl nearest(M_FPUControl::ROUND_NEAREST);
     M_funcMakeInverseSqrtLUT();
@@ -34,12 +35,12 @@ M_MathInit::~M_MathInit() { --count; }
 void M_funcMakeInverseSqrtLUT() {
     for (std::uint32_t i = 0; i < 256; ++i) {
         // The middle of bucket i: half of the 2^16 patterns that share bits 16-23.
-        const float middle = std::bit_cast<float>(i << 16 | 0x3F008000U);
+        const float middle = std::bit_cast<float>(i << 16 | 0x3F008000u);
         const float root = std::sqrt(middle);
         const float inverse = 1.0f / root;
         // Rounded to the nearest multiple of 2^14 before the upper half of that is cut off.
         M_LUTInverseSqrt[i] =
-            static_cast<unsigned char>((std::bit_cast<std::uint32_t>(inverse) + 0x2000U) >> 15);
+            static_cast<unsigned char>((std::bit_cast<std::uint32_t>(inverse) + 0x2000u) >> 15);
     }
 }
 

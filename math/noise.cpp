@@ -12,7 +12,11 @@
 //     the last axis are two floats side by side.
 // The corners of a cell are then computed side by side in one vector register, each lane with exactly the
 // operations and the order that the scalar form has.
+
 #include "math/noise.h"
+
+#include "platform/platform.h"
+#include "vl/math.h"
 
 #include <algorithm>
 #include <bit>
@@ -20,9 +24,6 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
-
-#include "platform/platform.h"
-#include "vl/math.h"
 
 namespace vl {
 namespace {
@@ -61,10 +62,9 @@ inline Axis locate(float coordinate) {
     float t = coordinate + latticeShift;
     // As unsigned numbers, the patterns below that of 2^31 are those of the floats from 0 to below 2^31,
     // which convert to int; all others (negative, larger, infinite, NaN) lie above.
-    constexpr std::uint32_t patternOfTwoTo31 = 0x4F000000U;
-    if (std::bit_cast<std::uint32_t>(t) >= patternOfTwoTo31) [[unlikely]] {
+    constexpr std::uint32_t patternOfTwoTo31 = 0x4F000000u;
+    if (std::bit_cast<std::uint32_t>(t) >= patternOfTwoTo31) [[unlikely]]
         t = wrapIntoPeriod(t);
-    }
     const int whole = static_cast<int>(t);
     const float offset = t - static_cast<float>(whole);
     return {static_cast<unsigned int>(whole) & (cells - 1), offset, offset - 1.0f};
@@ -146,9 +146,8 @@ inline float toUnsigned(float noise) { return (noise + 1.0f) * 0.5f; }
 /// Sums octave(f) / f over f = frequency, frequency / 2, ... down to 1.
 template <class Octave>
 float sumOctaves(float frequency, const Octave &octave) {
-    if (std::isinf(frequency)) {
+    if (std::isinf(frequency))
         return 0.0f; // halving never ends it, and every octave would be divided by infinity
-    }
     float sum = 0.0f;
     while (frequency >= 1.0f) {
         sum += octave(frequency) / frequency;
@@ -179,21 +178,17 @@ void buildNoiseTables() {
         gradient3[1][i] = y3 / length3;
         gradient3[2][i] = z3 / length3;
     }
-    for (int i = cells - 1; i > 0; --i) {
+    for (int i = cells - 1; i > 0; --i)
         std::swap(permutation[i], permutation[platform::drawRandom() % cells]);
-    }
-    for (int i = cells; i < tableSize; ++i) {
+    for (int i = cells; i < tableSize; ++i)
         permutation[i] = permutation[i - cells];
-    }
     for (int i = 0; i < tableSize; ++i) {
         const int hashed = permutation[i];
         tables.gradient1[i] = gradient1[hashed];
-        for (int axis = 0; axis < 2; ++axis) {
+        for (int axis = 0; axis < 2; ++axis)
             tables.gradient2[axis][i] = gradient2[axis][hashed];
-        }
-        for (int axis = 0; axis < 3; ++axis) {
+        for (int axis = 0; axis < 3; ++axis)
             tables.gradient3[axis][i] = gradient3[axis][i % cells];
-        }
     }
 }
 

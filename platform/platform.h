@@ -37,8 +37,8 @@ using PathBuffer = char[maxPath + 1];
 /// cannot be told or does not fit.
 bool currentDirectory(PathBuffer &out);
 
-/// Makes `path` the process's current directory. False when it is not a directory that can be entered. One
-/// file descriptor stays open on it, which makes names that are missing below it cheaper to tell.
+/// Makes `path` the process's current directory. False when it is not a directory that can be entered. The
+/// layer may keep the directory open, so that names missing below it are told at less cost.
 bool setCurrentDirectory(const char *path);
 
 /// The absolute form of `path`: with drive, in single backslashes, without "." and "..", without a trailing
@@ -149,15 +149,15 @@ bool computerName(char (&out)[16]);
 /// reported as 4294967295, those that cannot be told as 0.
 void physicalMemory(std::uint32_t &total, std::uint32_t &available);
 
-/// Priorities as raisePriority found them: the nice value and the scheduling policy of the calling thread,
-/// and whether it changed them.
+/// Priorities as raisePriority found them, in the system's own numbers, and whether it changed them. POSIX
+/// has two that concern a thread: its nice value and its scheduling policy.
 struct Priority {
     int process, thread;
     bool processChanged, threadChanged;
 };
 
-/// Raises the calling thread as far as the system allows without asking (the lowest nice value, the lowest
-/// real-time priority); what is not allowed is left alone, and so is a thread that is real-time already.
+/// Raises the calling thread as far as the system allows without asking, at most to the lowest of the
+/// real-time priorities; what is not allowed is left alone, and so is a thread that is real-time already.
 Priority raisePriority();
 
 /// Restores what raisePriority changed; to be called by the same thread.
@@ -173,8 +173,8 @@ std::uint32_t milliseconds();
 /// Whether the operating system saves the SSE registers of a thread.
 bool savesSseState();
 
-/// Tells the user of a fatal failure and, where the system has such a thing, waits for the answer. Here:
-/// title and text on standard error.
+/// Tells the user of a fatal failure and, where the system has a message box, waits until it is closed; on
+/// POSIX title and text go to standard error. Null counts as an empty text.
 void messageBox(const char *title, const char *text);
 
 /// Whether standard error is watched at a terminal (asked by the tool, for its progress line).

@@ -7,14 +7,15 @@
 //   - a full window proves nothing, and the sorted table is searched. A string that meets a full window on
 //     its way in is left out of the index.
 // Texts chosen to collide therefore cost a binary search, not a walk through the table.
+
 #include "vl/sharedstring.h"
+
+#include "sharedstring/folded_text.h"
 
 #include <algorithm>
 #include <bit>
 #include <limits>
 #include <string_view>
-
-#include "sharedstring/folded_text.h"
 
 namespace {
 
@@ -26,13 +27,13 @@ constexpr std::size_t window = 32;
 
 // A slot: the identifier in the low half, and above it a part of the hash that has no say in the position. No
 // identifier has all bits set.
-constexpr std::uint32_t emptySlot = 0xFFFFFFFFU;
+constexpr std::uint32_t emptySlot = 0xFFFFFFFFu;
 
 std::uint32_t makeSlot(std::uint64_t hash, std::size_t id) {
-    return static_cast<std::uint32_t>(hash >> 16 & 0xFFFF0000U) | static_cast<std::uint32_t>(id);
+    return static_cast<std::uint32_t>(hash >> 16 & 0xFFFF0000u) | static_cast<std::uint32_t>(id);
 }
 
-bool sameTag(std::uint32_t a, std::uint32_t b) { return ((a ^ b) & 0xFFFF0000U) == 0; }
+bool sameTag(std::uint32_t a, std::uint32_t b) { return ((a ^ b) & 0xFFFF0000u) == 0; }
 
 /// The slot at a distance from the position of a hash. At most 65536 slots, a power of two.
 std::size_t slotAt(const Vector<std::uint32_t> &index, std::uint64_t hash, std::size_t distance) {
@@ -52,9 +53,8 @@ void addToIndex(Vector<std::uint32_t> &index, std::uint64_t hash, std::size_t id
 /// An index over `strings`, with slots for `count`.
 Vector<std::uint32_t> makeIndex(const Vector<V_String> &strings, std::size_t count) {
     Vector<std::uint32_t> index(std::bit_ceil(2 * std::clamp(count, window, maxStrings)), emptySlot);
-    for (std::size_t id = 0; id < strings.size(); ++id) {
+    for (std::size_t id = 0; id < strings.size(); ++id)
         addToIndex(index, vl::hashFolded(strings[id]), id);
-    }
     return index;
 }
 
@@ -95,12 +95,10 @@ V_SharedString V_SharedStringPool::getSharedString(const V_String &text) {
     const std::uint32_t likely = makeSlot(hash, 0);
     for (std::size_t distance = 0; distance < window; ++distance) {
         const std::uint32_t slot = m_index[slotAt(m_index, hash, distance)];
-        if (slot == emptySlot) {
+        if (slot == emptySlot)
             return add(wanted, hash, false);
-        }
-        if (sameTag(slot, likely) && vl::compareFolded(m_strings[slot & 0xFFFFU], wanted) == 0) {
-            return static_cast<short>(slot & 0xFFFFU);
-        }
+        if (sameTag(slot, likely) && vl::compareFolded(m_strings[slot & 0xFFFFu], wanted) == 0)
+            return static_cast<short>(slot & 0xFFFFu);
     }
     return add(wanted, hash, true);
 }
@@ -112,22 +110,18 @@ V_SharedString V_SharedStringPool::add(std::string_view text, std::uint64_t hash
     };
     const auto lower = std::lower_bound(m_sortedIDs.begin(), m_sortedIDs.end(), text, less);
     if (mayBeKnown && lower != m_sortedIDs.end() &&
-        vl::compareFolded(m_strings[static_cast<std::size_t>(*lower)], text) == 0) {
+        vl::compareFolded(m_strings[static_cast<std::size_t>(*lower)], text) == 0)
         return *lower;
-    }
     const std::size_t count = m_strings.size();
-    if (count == maxStrings) {
+    if (count == maxStrings)
         V_throw(V_SharedStringException_PoolFull());
-    }
 
     // Whatever may fail comes first, and none of it changes what the pool holds.
     const auto position = lower - m_sortedIDs.begin();
-    if (count == m_sortedIDs.capacity()) {
+    if (count == m_sortedIDs.capacity())
         m_sortedIDs.reserve(std::max(2 * count, window));
-    }
-    if (2 * (count + 1) > m_index.size()) {
+    if (2 * (count + 1) > m_index.size())
         m_index = makeIndex(m_strings, 2 * count);
-    }
     m_strings.emplace_back(text);
 
     m_sortedIDs.insert(m_sortedIDs.begin() + position, static_cast<short>(count));

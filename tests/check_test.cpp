@@ -11,10 +11,7 @@ std::string logged;
 
 class Check : public LibraryTest {
   protected:
-    Check() {
-        V_System::m_bAssertionCreatesException = true;
-        logged.clear();
-    }
+    Check() { V_System::m_bAssertionCreatesException = true; }
     ~Check() override {
         V_System::m_bAssertionCreatesException = false;
         V_System::m_bSuppressErrors = false;

@@ -1,13 +1,14 @@
 // The 16-bit float: known patterns, every pattern there and back, truncation and what lies out of range.
+
+#include "vl/math.h"
+
+#include <gtest/gtest.h>
+
 #include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <limits>
-
-#include <gtest/gtest.h>
-
-#include "vl/math.h"
 
 namespace {
 
@@ -56,8 +57,8 @@ TEST(Float16, ClampsWhatHasNoPattern) {
         EXPECT_EQ(patternOf(value), 0x7FFF) << value;
         EXPECT_EQ(patternOf(-value), 0xFFFF) << value;
     }
-    EXPECT_EQ(patternOf(std::bit_cast<float>(0x7F800001U)), 0);
-    EXPECT_EQ(patternOf(std::bit_cast<float>(0xFFFFFFFFU)), 0);
+    EXPECT_EQ(patternOf(std::bit_cast<float>(0x7F800001u)), 0);
+    EXPECT_EQ(patternOf(std::bit_cast<float>(0xFFFFFFFFu)), 0);
 }
 
 } // namespace

@@ -1,10 +1,11 @@
 // Scoped control of the floating-point unit: arithmetic follows the mode, and leaving the scope restores it.
-#include <cfenv>
-#include <cmath>
+
+#include "vl/math.h"
 
 #include <gtest/gtest.h>
 
-#include "vl/math.h"
+#include <cfenv>
+#include <cmath>
 
 namespace {
 

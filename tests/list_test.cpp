@@ -1,4 +1,4 @@
-// Intrusive lists.
+// Intrusive lists: every operation beside a vector, what failures leave behind, and nodes that are reused.
 
 #include "tests/support/failing_allocation.h"
 
@@ -27,9 +27,14 @@ std::vector<int> contents(const List &list) {
     return forward;
 }
 
+struct Indexed : V_DLList<int> {
+    Indexed() { m_pIndexArrays[1] = V_Memory::allocateCounted(8); }
+};
+
 TEST(List, RandomOperationsKeepWhatAVectorKeeps) {
     V_Memory::resetNewDeleteCounts();
     {
+        const Indexed indexed; // releases its index
         V_DLList<int> list, other;
         EXPECT_EQ(list.unlinkFirst(), nullptr);
         EXPECT_EQ(list.unlinkLast(), nullptr);

@@ -26,14 +26,14 @@ TEST(Memory, CountedAllocationsCountAlsoWhenTheyFail) {
         EXPECT_THROW(V_Memory::allocateCounted(16), V_MemoryException_Allocation *);
     }
     EXPECT_EQ(V_Memory::getNewCount(), 2);
-    EXPECT_THROW(vl::allocateArray<int>(0x80000000U), V_MemoryException_Allocation *);
+    EXPECT_THROW(vl::allocateArray<int>(0x80000000u), V_MemoryException_Allocation *);
     V_Memory::resetNewDeleteCounts();
     EXPECT_EQ(V_Memory::getNewCount() + V_Memory::getDeleteCount(), 0);
 }
 
 TEST(Memory, SetAndCopyTouchExactlyTheirBytes) {
     for (unsigned int offset = 0; offset < 9; ++offset)
-        for (const unsigned int count : {0U, 1U, 31U, 37U, 64U, 1000U}) {
+        for (const unsigned int count : {0u, 1u, 31u, 37u, 64u, 1000u}) {
             std::vector<char> bytes(1100, '-'), source(1100);
             for (std::size_t i = 0; i < source.size(); ++i)
                 source[i] = static_cast<char>(i * 7);
@@ -102,7 +102,7 @@ TEST(Memory, StringsReportExhaustionAndCompareWithoutCase) {
     const V_StringI mixed = "MiXeD and long enough for the heap";
     EXPECT_TRUE(mixed == "mixed AND long enough for the heap");
     EXPECT_TRUE(mixed < "mixed b");
-    EXPECT_EQ(mixed.find("LONG"), 10U);
+    EXPECT_EQ(mixed.find("LONG"), 10u);
     EXPECT_EQ(mixed.find('Z'), V_StringI::npos);
     EXPECT_FALSE(V_StringI("[") == V_StringI("{")); // only letters fold
     EXPECT_EQ(V_Memory::getNewCount(), 0);          // strings are not counted

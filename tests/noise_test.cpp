@@ -1,5 +1,11 @@
 // Noise, random numbers and lookup tables, judged by a second implementation in the textbook's form, by known
 // table entries, and by a checksum that is the same in every build.
+
+#include "platform/platform.h"
+#include "vl/math_types.h"
+
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -7,11 +13,6 @@
 #include <limits>
 #include <utility>
 #include <vector>
-
-#include <gtest/gtest.h>
-
-#include "platform/platform.h"
-#include "vl/math_types.h"
 
 namespace {
 
@@ -29,7 +30,7 @@ struct Judge {
     Judge() {
         std::uint32_t state = 0x0BADBEEF;
         const auto draw = [&] {
-            state = state * 214013U + 2531011U;
+            state = state * 214013u + 2531011u;
             return static_cast<int>(state >> 16 & 0x7FFF);
         };
         for (int i = 0; i < 256; ++i) {
@@ -93,7 +94,7 @@ std::vector<float> someCoordinates() {
                                       -4096.0f, -4095.9f, 4095.5f, 70000.1f, 8e6f,    1.5e9f};
     std::uint32_t state = 7;
     for (int i = 0; i < 40; ++i) {
-        state = state * 1664525U + 1013904223U;
+        state = state * 1664525u + 1013904223u;
         coordinates.push_back(static_cast<float>(state >> 8) / 65536.0f - 128.0f);
     }
     return coordinates;
@@ -103,7 +104,7 @@ std::vector<float> someCoordinates() {
 const float noiseBeforeStart =
     M_snoise(0.3f) + M_noise(Vector2{0.3f, 0.7f}) + M_snoise(Vector3{0.3f, 0.7f, 9.2f});
 
-class Noise : public testing::Test {
+class Noise : public ::testing::Test {
   protected:
     M_MathInit m_init;
 };
@@ -137,10 +138,10 @@ TEST_F(Noise, EveryBitAgreesWithTheTextbookForm) {
 
 TEST_F(Noise, ChecksumIsTheSameInEveryBuild) {
     // FNV-1a over the result patterns of everything here that computes with floats.
-    std::uint32_t sum = 2166136261U;
+    std::uint32_t sum = 2166136261u;
     const auto add = [&](float value) {
         for (std::uint32_t bits = std::bit_cast<std::uint32_t>(value), i = 0; i < 4; ++i, bits >>= 8)
-            sum = (sum ^ (bits & 255U)) * 16777619U;
+            sum = (sum ^ (bits & 255u)) * 16777619u;
     };
     for (int i = 0; i < 20000; ++i) {
         const float x = static_cast<float>(i) * 0.37f - 5000.0f;
@@ -159,7 +160,7 @@ TEST_F(Noise, ChecksumIsTheSameInEveryBuild) {
         add(M_bias(a, b));
         add(M_gain(a, b));
     }
-    EXPECT_EQ(sum, 1089720244U);
+    EXPECT_EQ(sum, 1089720244u);
 }
 
 TEST_F(Noise, VanishesAtLatticePointsAndRepeatsEvery256) {
@@ -241,9 +242,9 @@ TEST_F(Noise, InverseSquareRootTableHoldsTheMiddleOfEachBucket) {
     for (const auto &[index, entry] : telling)
         EXPECT_EQ(M_LUTInverseSqrt[index], entry) << index;
     // Used the way it is meant: eight good bits of 1 / sqrt(x).
-    for (std::uint32_t bits = 0x3F000000U; bits < 0x40000000U; bits += 9973) {
+    for (std::uint32_t bits = 0x3F000000u; bits < 0x40000000u; bits += 9973) {
         const float x = std::bit_cast<float>(bits);
-        const std::uint32_t exponent = bits < 0x3F800000U ? 0x3F800000U : 0x3F000000U;
+        const std::uint32_t exponent = bits < 0x3F800000u ? 0x3F800000u : 0x3F000000u;
         const auto mantissa = static_cast<std::uint32_t>(M_LUTInverseSqrt[bits >> 16 & 255]) << 15;
         ASSERT_NEAR(std::bit_cast<float>(exponent | mantissa) * std::sqrt(x), 1.0f, 0.008f) << x;
     }

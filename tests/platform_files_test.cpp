@@ -3,14 +3,12 @@
 // Times of 64 bits in 32-bit code as well.
 #include "platform/posix/system.h"
 
+#include "tests/support/library_test.h"
+#include "tests/support/plain_wildcards.h"
+
 #include "platform/platform.h"
-#include "support/plain_wildcards.h"
-#include "support/temporary_directory.h"
 
 #include <fcntl.h>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <memory>
 #include <random>
 #include <sys/stat.h>
 #include <vector>
@@ -19,8 +17,6 @@ namespace fs = std::filesystem;
 using namespace vl::platform;
 
 namespace {
-
-void write(const fs::path &path, const std::string &text) { std::ofstream(path, std::ios::binary) << text; }
 
 std::vector<std::string> enumerate(const std::string &pattern) {
     std::vector<std::string> names;
@@ -38,7 +34,7 @@ std::vector<std::string> enumerate(const std::string &pattern) {
 void expectSameBytesUnbuffered(const fs::path &directory) {
     std::string bytes(100'003, '\0');
     std::generate(bytes.begin(), bytes.end(), std::mt19937(7));
-    write(directory / "Data.bin", bytes);
+    writeFile(directory / "Data.bin", bytes);
     UnbufferedFile *const file = openUnbuffered(enginePath(directory / "DATA.bin").c_str());
     ASSERT_NE(file, nullptr);
     std::uint64_t length = 0;
@@ -65,9 +61,7 @@ void expectSameBytesUnbuffered(const fs::path &directory) {
     closeUnbuffered(file);
 }
 
-} // namespace
-
-TEST(Files, OpenInTheModesOfStandardInputAndOutputButNeverADirectory) {
+TEST(PlatformFiles, OpenInTheModesOfStandardInputAndOutputButNeverADirectory) {
     const TemporaryDirectory directory;
     const std::string name = directory.enginePath() + "\\file.txt";
     for (const char *mode : {"rb", "r+b", "wb", "w+b", "ab", "a+b"})
@@ -77,7 +71,7 @@ TEST(Files, OpenInTheModesOfStandardInputAndOutputButNeverADirectory) {
     EXPECT_EQ(openFile((name + '\\').c_str(), "wb"), nullptr);
     EXPECT_TRUE(fs::is_empty(directory.path()));
 
-    write(directory.path() / "file.txt", "abc");
+    writeFile(directory.path() / "file.txt", "abc");
     std::FILE *const file = openFile((directory.enginePath() + "\\FILE.TXT").c_str(), "a+b");
     ASSERT_NE(file, nullptr);
     EXPECT_TRUE(seekFile(file, 0));
@@ -94,10 +88,10 @@ TEST(Files, OpenInTheModesOfStandardInputAndOutputButNeverADirectory) {
     EXPECT_TRUE(removeFile((directory.enginePath() + "\\FILE.txt").c_str()));
 }
 
-TEST(Files, TellLengthsBeyond32BitsAndTheTimeOfTheLastWrite) {
+TEST(PlatformFiles, TellLengthsBeyond32BitsAndTheTimeOfTheLastWrite) {
     const TemporaryDirectory directory;
     const std::uint64_t size = std::uint64_t{5} << 30;
-    write(directory.path() / "big", "");
+    writeFile(directory.path() / "big", "");
     fs::resize_file(directory.path() / "big", size);
     // 2040-02-29 12:34:56.789, a Wednesday, behind the end of 32-bit time.
     const timespec moment = {2214131696, 789'000'000};
@@ -124,12 +118,12 @@ TEST(Files, TellLengthsBeyond32BitsAndTheTimeOfTheLastWrite) {
     EXPECT_FALSE(lastWriteTime((name + 'x').c_str(), time));
 }
 
-TEST(Enumeration, GivesMatchingNamesInUpperCaseOrder) {
+TEST(PlatformEnumeration, GivesMatchingNamesInUpperCaseOrder) {
     const TemporaryDirectory directory;
     fs::create_directories(directory.path() / "Inner" / "_dir.d");
     for (const char *name :
          {"b.txt", "B.TXT", "a.txt", "A1.txt", "_x", "Z", "y.dat", "back\\slash", ".hidden"})
-        write(directory.path() / "Inner" / name, "");
+        writeFile(directory.path() / "Inner" / name, "");
     const std::string inner = directory.enginePath() + "\\INNER\\";
     // An underscore comes after Z, and between names equal but for case the bytes decide.
     const std::vector<std::string> all = {".hidden", "a.txt", "A1.txt", "B.TXT", "b.txt",
@@ -145,7 +139,7 @@ TEST(Enumeration, GivesMatchingNamesInUpperCaseOrder) {
     endEnumeration(nullptr);
 }
 
-TEST(Wildcards, MatchAsDefinedAndInBoundedTime) {
+TEST(PlatformWildcards, MatchAsDefinedAndInBoundedTime) {
     const std::string letters = "aB.*?";
     std::vector<std::string> texts = {""};
     for (std::size_t i = 0; texts[i].size() < 4; ++i)
@@ -163,7 +157,7 @@ TEST(Wildcards, MatchAsDefinedAndInBoundedTime) {
     EXPECT_FALSE(matchesWildcards((stars + 'b').c_str(), std::string(255, 'a').c_str()));
 }
 
-TEST(UnbufferedReading, GivesTheSameBytesWithAndWithoutDirectAccess) {
+TEST(PlatformUnbuffered, GivesTheSameBytesWithAndWithoutDirectAccess) {
     const TemporaryDirectory directory;
     expectSameBytesUnbuffered(directory.path());
     if (fs::is_directory("/dev/shm"))
@@ -172,7 +166,7 @@ TEST(UnbufferedReading, GivesTheSameBytesWithAndWithoutDirectAccess) {
 }
 
 // Nobody writes to the pipe: what waits for a writer never ends.
-TEST(Files, AreNotReadWhereSomethingElseLies) {
+TEST(PlatformFiles, AreNotReadWhereSomethingElseLies) {
     const TemporaryDirectory directory;
     ASSERT_EQ(mkfifo((directory.path() / "pipe").c_str(), 0666), 0);
     for (const char *name : {"", "\\pipe", "\\missing"}) {
@@ -186,3 +180,5 @@ TEST(Files, AreNotReadWhereSomethingElseLies) {
         EXPECT_EQ(delivered, 0u) << name;
     }
 }
+
+} // namespace

@@ -1,13 +1,13 @@
 // Names without regard to case: random trees under random changes, every answer judged by an implementation
 // that reads the directories anew each time.
 
+#include "tests/support/library_test.h"
+
 #include "platform/platform.h"
 #include "platform/posix/directory_cache.h"
-#include "support/library_test.h"
 
 #include <chrono>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <optional>
 #include <random>
 #include <strings.h>
@@ -176,9 +176,7 @@ class RandomTree {
     unsigned int m_uFiles = 0;
 };
 
-} // namespace
-
-TEST(CaseBlindNames, AreFoundInTreesThatChangeBetweenAnyTwoLooks) {
+TEST(PlatformNames, AreFoundInTreesThatChangeBetweenAnyTwoLooks) {
     const fs::path before = fs::current_path();
     for (unsigned int seed = 1; seed <= 4; ++seed) {
         RandomTree tree(seed, seed <= 2 ? fs::temp_directory_path() : memoryDirectory());
@@ -206,7 +204,7 @@ TEST(CaseBlindNames, AreFoundInTreesThatChangeBetweenAnyTwoLooks) {
     }
 }
 
-TEST(CaseBlindNames, AreFoundWithoutReadingTheDirectoryAgain) {
+TEST(PlatformNames, AreFoundWithoutReadingTheDirectoryAgain) {
     const fs::path before = fs::current_path();
     for (const bool isCurrent : {false, true}) {
         const TemporaryDirectory parent;
@@ -249,7 +247,7 @@ TEST(CaseBlindNames, AreFoundWithoutReadingTheDirectoryAgain) {
     }
 }
 
-TEST(CaseBlindNames, AreFoundInMoreDirectoriesThanAreKept) {
+TEST(PlatformNames, AreFoundInMoreDirectoriesThanAreKept) {
     const TemporaryDirectory directory(memoryDirectory());
     const unsigned int count = DirectoryCache::maxDirectories + 50;
     for (unsigned int i = 0; i < count; ++i)
@@ -262,7 +260,7 @@ TEST(CaseBlindNames, AreFoundInMoreDirectoriesThanAreKept) {
         }
 }
 
-TEST(CaseBlindNames, AreFoundInDirectoriesThatTakeMoreThanTheCacheHolds) {
+TEST(PlatformNames, AreFoundInDirectoriesThatTakeMoreThanTheCacheHolds) {
     const TemporaryDirectory directory(memoryDirectory());
     const unsigned int sizes[] = {20, 40, 60, 500};
     for (const unsigned int size : sizes)
@@ -287,3 +285,5 @@ TEST(CaseBlindNames, AreFoundInDirectoriesThatTakeMoreThanTheCacheHolds) {
     EXPECT_GE(cache.directoriesRead(), settled + 3 + 1);
     EXPECT_LE(cache.directoriesRead(), settled + 3 + 3);
 }
+
+} // namespace

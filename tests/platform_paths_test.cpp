@@ -1,8 +1,9 @@
 // Translation of paths and the current directory.
 
+#include "tests/support/temporary_directory.h"
+
 #include "platform/platform.h"
 #include "platform/posix/paths.h"
-#include "support/temporary_directory.h"
 
 #include <gtest/gtest.h>
 
@@ -18,9 +19,7 @@ std::string translated(const std::string &path) {
     return toSystemPath(out, path) ? std::string(out.text, out.length) : "refused";
 }
 
-} // namespace
-
-TEST(PathTranslation, ResolvesDotsDrivesAndSeparatorsByText) {
+TEST(PlatformPaths, ResolvesDotsDrivesAndSeparatorsByText) {
     std::istringstream known(R"(
         C:\ /   c:/data//a.txt /data/a.txt   \data\ /data   C:\\data\.\x\..\a /data/a   C:\..\..\a /a
         \a\.. /   a\.. .   C: .   C:a a   . .   a\..\..\b ../b   ..\..\a\..\b ../../b   ..\a\.. ..
@@ -31,7 +30,7 @@ TEST(PathTranslation, ResolvesDotsDrivesAndSeparatorsByText) {
     EXPECT_EQ(translated(""), "refused");
 }
 
-TEST(PathTranslation, TakesWhatFitsAndRefusesTheFirstCharacterMore) {
+TEST(PlatformPaths, TakesWhatFitsAndRefusesTheFirstCharacterMore) {
     const std::string longest = "C:\\" + std::string(maxPath - 3, 'a');
     PathBuffer out;
     EXPECT_TRUE(fullPath(out, longest.c_str()));
@@ -46,7 +45,7 @@ TEST(PathTranslation, TakesWhatFitsAndRefusesTheFirstCharacterMore) {
     EXPECT_EQ(translated("C:\\" + detour + "x"), "/x");
 }
 
-TEST(CurrentDirectory, IsTakenAndToldInTheEnginesForm) {
+TEST(PlatformCurrentDirectory, IsTakenAndToldInTheEnginesForm) {
     const TemporaryDirectory directory;
     fs::create_directory(directory.path() / "Inner");
     PathBuffer out;
@@ -75,7 +74,7 @@ TEST(CurrentDirectory, IsTakenAndToldInTheEnginesForm) {
     fs::current_path(fs::temp_directory_path());
 }
 
-TEST(CurrentDirectory, RelativeNamesFollowItAlthoughTheirListingsAreKept) {
+TEST(PlatformCurrentDirectory, RelativeNamesFollowItAlthoughTheirListingsAreKept) {
     const TemporaryDirectory directory;
     for (const char *name : {"one", "two"})
         fs::create_directories(directory.path() / name / "sub" / (std::string("Only-") + name));
@@ -88,3 +87,5 @@ TEST(CurrentDirectory, RelativeNamesFollowItAlthoughTheirListingsAreKept) {
     }
     fs::current_path(fs::temp_directory_path());
 }
+
+} // namespace

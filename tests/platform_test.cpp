@@ -1,16 +1,20 @@
 // The process, the clocks, the processor and random numbers.
 
+#include "tests/support/temporary_directory.h"
+
 #include "platform/platform.h"
-#include "support/temporary_directory.h"
+
+#include <gtest/gtest.h>
 
 #include <fstream>
-#include <gtest/gtest.h>
 #include <iterator>
 #include <sched.h>
 #include <sys/resource.h>
 #include <thread>
 
 using namespace vl::platform;
+
+namespace {
 
 TEST(PlatformRandom, DrawsTheKnownSequencePerThread) {
     seedRandom(1);
@@ -67,3 +71,5 @@ TEST(PlatformProcess, NamesTheProcessor) {
     const std::string known(std::istreambuf_iterator<char>(file), {});
     EXPECT_NE(known.find(vendor), std::string::npos) << vendor;
 }
+
+} // namespace

@@ -137,8 +137,8 @@ TEST(Processor, SignatureDecidesNameAndType) {
 }
 
 TEST(Processor, FlagsGiveCapabilities) {
-    constexpr std::uint32_t b4 = 1U << 4, b15 = 1U << 15, b16 = 1U << 16, b22 = 1U << 22, b23 = 1U << 23,
-                            b25 = 1U << 25, b26 = 1U << 26, b30 = 1U << 30, b31 = 1U << 31;
+    constexpr std::uint32_t b4 = 1u << 4, b15 = 1u << 15, b16 = 1u << 16, b22 = 1u << 22, b23 = 1u << 23,
+                            b25 = 1u << 25, b26 = 1u << 26, b30 = 1u << 30, b31 = 1u << 31;
     const struct {
         const char (&vendor)[13];
         std::uint32_t standard, extended, highestExtended;
@@ -281,17 +281,17 @@ TEST(Processor, OtherMakersDescribeTheirCachesDifferently) {
 
     EXPECT_EQ(detect(intel, 1, 0x540, 0, level2), (Figures{0, 0, 8192, 8192}));
     FakeProcessor mmx(intel, 1, 0x540);
-    mmx.leaves[1].edx = 1U << 23;
+    mmx.leaves[1].edx = 1u << 23;
     EXPECT_EQ(figures(mmx.detect()), (Figures{0, 0, 16384, 16384}));
 }
 
 TEST(Processor, WithoutUsableLeavesNothingIsKnown) {
-    for (const std::uint32_t highest : {0x0U, 0x10U, 0x20U, 0xFFFFFFF0U}) {
+    for (const std::uint32_t highest : {0x0u, 0x10u, 0x20u, 0xFFFFFFF0u}) {
         FakeProcessor fake(intel, highest, 0x670);
-        fake.leaves[1].edx = ~0U;
+        fake.leaves[1].edx = ~0u;
         const Processor processor = fake.detect();
         EXPECT_EQ(processor.vendor, 0);
-        EXPECT_EQ(processor.caps, 0U);
+        EXPECT_EQ(processor.caps, 0u);
         EXPECT_STREQ(processor.model, "Unknown");
     }
     const Processor processor = vl::detectProcessor([](std::uint32_t, Registers &) { return false; }, true);

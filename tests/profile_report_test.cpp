@@ -66,9 +66,9 @@ TEST_F(ProfileReport, TableListsTheSectionsOfTheLastFrame) {
                            "  25.00      1      1\n"
                            "frame                                         16.0000  100.00\n");
 
-    FakeMachine::s_iStep = 500'000; // the measured rate is 2 GHz and a thousandth
+    FakeMachine::sm_iStep = 500'000; // the measured rate is 2 GHz and a thousandth
     Sys->getProcessorSpeed();
-    FakeMachine::s_iStep = 0;
+    FakeMachine::sm_iStep = 0;
     frame("\x1b[2J");
     EXPECT_NE(table().find("?[2J                                  1        4.9950   62.50"),
               std::string::npos);
@@ -89,8 +89,8 @@ TEST_F(ProfileReport, TraceHoldsEveryInstanceWithItsTimes) {
     frame("after");
     EXPECT_TRUE(trace.isComplete());
     const nlohmann::json events = written(trace);
-    ASSERT_EQ(events.size(), 6U);
-    EXPECT_EQ(trace.getEventCount(), 6U);
+    ASSERT_EQ(events.size(), 6u);
+    EXPECT_EQ(trace.getEventCount(), 6u);
     const nlohmann::json expected = nlohmann::json::parse(R"([
         {"name":"inner","cat":"section","ph":"X","pid":1,"tid":1,"ts":11000.0,"dur":2000.0,
          "args":{"allocations":1,"releases":1}},
@@ -101,7 +101,7 @@ TEST_F(ProfileReport, TraceHoldsEveryInstanceWithItsTimes) {
     EXPECT_EQ(events[5]["ts"], 18000.0);
 
     trace.start(); // begins anew
-    EXPECT_EQ(written(trace).size(), 0U);
+    EXPECT_EQ(written(trace).size(), 0u);
 }
 
 TEST_F(ProfileReport, TraceIsValidJsonWhateverTheNames) {
@@ -128,10 +128,10 @@ TEST_F(ProfileReport, TraceEndsSafely) {
     frame();
     second.start(); // ends the first
     frame();
-    EXPECT_EQ(first.getEventCount(), 3U);
+    EXPECT_EQ(first.getEventCount(), 3u);
     V_ProfileTrace().start();
     frame();
-    EXPECT_EQ(second.getEventCount(), 3U);
+    EXPECT_EQ(second.getEventCount(), 3u);
 
     V_ProfileTrace third;
     third.start();
@@ -141,7 +141,7 @@ TEST_F(ProfileReport, TraceEndsSafely) {
     }
     EXPECT_FALSE(third.isComplete());
     frame();
-    EXPECT_EQ(third.getEventCount(), 0U);
+    EXPECT_EQ(third.getEventCount(), 0u);
 
     // A section that began before the recording is left out, and shutdown ends the recording.
     V_Profile::startFrame();
@@ -152,7 +152,7 @@ TEST_F(ProfileReport, TraceEndsSafely) {
     }
     { const V_Profile recorded("recorded"); }
     m_library.reset();
-    EXPECT_EQ(written(first).size(), 1U);
+    EXPECT_EQ(written(first).size(), 1u);
 }
 
 } // namespace

@@ -31,9 +31,9 @@ class Profile : public ::testing::Test {
 
     /// The measurement, whose steps of 1/8 second make 2.5 cycles of every nanosecond of its loop.
     static double measureClockRate() {
-        FakeMachine::s_iStep = 125'000'000;
+        FakeMachine::sm_iStep = 125'000'000;
         const double rate = Sys->getProcessorSpeed();
-        FakeMachine::s_iStep = 0;
+        FakeMachine::sm_iStep = 0;
         return rate;
     }
 
@@ -263,9 +263,9 @@ TEST_F(Profile, UnmeasuredClockRateGivesNoSeconds) {
     nestedFrame();
     EXPECT_EQ(figures("outer"), "1 1, 62.5% 37.5%, 0 0 0 0, 1 1");
 
-    FakeMachine::s_iStep = 125'000'000;
+    FakeMachine::sm_iStep = 125'000'000;
     EXPECT_EQ(V_Profile::getTotalTime(), 0); // has measured, and forgotten
-    FakeMachine::s_iStep = 0;
+    FakeMachine::sm_iStep = 0;
     EXPECT_EQ(V_Profile::request("outer"), nullptr);
     nestedFrame();
     EXPECT_DOUBLE_EQ(V_Profile::getTotalTime(), 8);

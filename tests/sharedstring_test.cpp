@@ -1,4 +1,13 @@
 // The string pool: identity without regard to case, dense identifiers, copies, its limit, and failing memory.
+
+#include "tests/support/failing_allocation.h"
+#include "tests/support/library_test.h"
+
+#include "sharedstring/folded_text.h"
+#include "vl/sharedstring.h"
+
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstring>
 #include <map>
@@ -7,13 +16,6 @@
 #include <stdexcept>
 #include <string>
 #include <vector>
-
-#include <gtest/gtest.h>
-
-#include "sharedstring/folded_text.h"
-#include "tests/support/failing_allocation.h"
-#include "tests/support/library_test.h"
-#include "vl/sharedstring.h"
 
 namespace {
 
@@ -65,7 +67,7 @@ TEST(SharedStringPool, AgreesWithAMapOfFoldedTexts) {
             ASSERT_STREQ(pool.getStringByID(entry->second), text.c_str());
         }
     }
-    EXPECT_GT(judge.size(), 3000U);
+    EXPECT_GT(judge.size(), 3000u);
 }
 
 TEST(SharedStringPool, FoldedOrderIsThatOfUnsignedFoldedBytes) {

@@ -108,8 +108,8 @@ TEST_F(System, TheFirstTextIsPrecededByTheDate) {
     mirrorToTexts();
     EXPECT_EQ(log(), "(none)");
     Sys->verbose("%d", 5);
-    ASSERT_EQ(texts.size(), 4U);
-    EXPECT_EQ(texts[0].size(), 27U);
+    ASSERT_EQ(texts.size(), 4u);
+    EXPECT_EQ(texts[0].size(), 27u);
     EXPECT_EQ(texts[0].substr(0, 2) + texts[0].back(), "\n \n");
     EXPECT_EQ(texts[1] + texts[2] + texts[3], doubleLine + "\n\n5");
     EXPECT_EQ(log(), texts[0] + texts[1] + texts[2] + "5");

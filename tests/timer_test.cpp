@@ -21,11 +21,11 @@ struct Timer : ::testing::Test {
 TEST_F(Timer, SamplesGiveTheTimeBetweenThemWithoutPauses) {
     V_Timer timer;
     FakeMachine::pass(0.5);
-    EXPECT_EQ(timer.sample(), 0.5F);
+    EXPECT_EQ(timer.sample(), 0.5f);
     FakeMachine::pass(0.25);
-    EXPECT_EQ(timer.getRunningDelta(), 0.75F);
-    EXPECT_EQ(timer.sample(), 0.25F);
-    EXPECT_EQ(timer.getDelta(), 0.25F);
+    EXPECT_EQ(timer.getRunningDelta(), 0.75f);
+    EXPECT_EQ(timer.sample(), 0.25f);
+    EXPECT_EQ(timer.getDelta(), 0.25f);
     timer.setAge(1);
     EXPECT_EQ(timer.getDelta(), 0);
     FakeMachine::pass(1);
@@ -51,11 +51,11 @@ TEST_F(Timer, SamplesGiveTheTimeBetweenThemWithoutPauses) {
 
 TEST_F(Timer, AgesBeyondTheCounterAreCut) {
     V_Timer timer;
-    for (const float age : {std::numeric_limits<float>::infinity(), 1e30F}) {
+    for (const float age : {std::numeric_limits<float>::infinity(), 1e30f}) {
         timer.setAge(age);
-        EXPECT_NEAR(timer.getAge(), 4611686018.0F, 1000);
+        EXPECT_NEAR(timer.getAge(), 4611686018.0f, 1000);
         timer.setAge(-age);
-        EXPECT_NEAR(timer.getAge(), -4611686018.0F, 1000);
+        EXPECT_NEAR(timer.getAge(), -4611686018.0f, 1000);
     }
     timer.setAge(std::numeric_limits<float>::quiet_NaN());
     EXPECT_EQ(timer.getAge(), 0);
@@ -71,7 +71,7 @@ TEST(Clock, MillisecondsServeWithoutACounter) {
     EXPECT_EQ(Sys->getAppAge(), 0.001);
     const V_Timer timer;
     FakeMachine::pass(0.0005);
-    EXPECT_EQ(timer.getAge(), 0.001F);
+    EXPECT_EQ(timer.getAge(), 0.001f);
     FakeMachine::pass(1);
     EXPECT_EQ(Sys->getAppAge(), 1.002);
 }
@@ -84,22 +84,22 @@ TEST(Clock, ClockRateIsMeasuredOnceAtRaisedPriority) {
         static bool alwaysRaised;
         alwaysRaised = true;
         vl::machine.timeStampCounter = [] {
-            alwaysRaised = alwaysRaised && FakeMachine::s_iRaised == 1;
-            return static_cast<std::uint64_t>(FakeMachine::s_iNow) * 2;
+            alwaysRaised = alwaysRaised && FakeMachine::sm_iRaised == 1;
+            return static_cast<std::uint64_t>(FakeMachine::sm_iNow) * 2;
         };
-        FakeMachine::s_iStep = 125'000'000;
+        FakeMachine::sm_iStep = 125'000'000;
         if (profiling) {
             const FailingAllocation fault(0);
             EXPECT_THROW(Sys->getProcessorSpeed(), V_MemoryException_Allocation *);
-            EXPECT_EQ(FakeMachine::s_iRaised, 0);
+            EXPECT_EQ(FakeMachine::sm_iRaised, 0);
             EXPECT_EQ(V_Profile::m_sbFrameRunning, 0);
         }
         EXPECT_EQ(Sys->getProcessorSpeed(), 2.5e9);
         EXPECT_TRUE(alwaysRaised);
-        const std::int64_t now = FakeMachine::s_iNow;
+        const std::int64_t now = FakeMachine::sm_iNow;
         EXPECT_EQ(Sys->getProcessorSpeed(), 2.5e9);
-        EXPECT_EQ(FakeMachine::s_iNow, now);
-        EXPECT_EQ(FakeMachine::s_iRaised, 0);
+        EXPECT_EQ(FakeMachine::sm_iNow, now);
+        EXPECT_EQ(FakeMachine::sm_iRaised, 0);
         EXPECT_EQ(V_Profile::request("Processor speed"), nullptr);
         V_Profile::enableProfiling(true);
     }
@@ -109,7 +109,7 @@ TEST(Clock, ClockRateIsOneWithoutTimeStamps) {
     const FakeMachine machine(FakeMachine::COUNTER, FakeMachine::NO_TIME_STAMPS);
     const V_VantorInit library;
     EXPECT_EQ(Sys->getProcessorSpeed(), 1.0);
-    EXPECT_EQ(FakeMachine::s_iNow, 0);
+    EXPECT_EQ(FakeMachine::sm_iNow, 0);
 }
 
 } // namespace

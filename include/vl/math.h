@@ -6,10 +6,10 @@
 // Nothing here allocates, locks or throws.
 #pragma once
 
+#include "vl/core/export.h"
+
 #include <cstdint>
 #include <cstring>
-
-#include "vl/core/export.h"
 
 /// A math type of the engine, whose headers define it; a program without the engine includes
 /// vl/math_types.h. The library relies on each of these over float being a plain block of floats without
@@ -58,9 +58,9 @@ class VL_API M_Float16 {
 
     /// The value, exactly.
     operator float() const {
-        const std::uint32_t exponent = (m_uPattern >> sm_iNewMantissaBits & 31U) + exponentBias;
-        const std::uint32_t bits = static_cast<std::uint32_t>(m_uPattern & 0x8000U) << 16 |
-                                   exponent << sm_iOldMantissaBits | (m_uPattern & 0x3FFU) << mantissaShift;
+        const std::uint32_t exponent = (m_uPattern >> sm_iNewMantissaBits & 31u) + exponentBias;
+        const std::uint32_t bits = static_cast<std::uint32_t>(m_uPattern & 0x8000u) << 16 |
+                                   exponent << sm_iOldMantissaBits | (m_uPattern & 0x3FFu) << mantissaShift;
         float value;
         std::memcpy(&value, &bits, sizeof value);
         return value;
@@ -72,21 +72,20 @@ class VL_API M_Float16 {
   private:
     static constexpr unsigned int mantissaShift = sm_iOldMantissaBits - sm_iNewMantissaBits;
     static constexpr unsigned int exponentBias =
-        (1U << (sm_iOldExponentBits - 1)) - (1U << (sm_iNewExponentBits - 1));
+        (1u << (sm_iOldExponentBits - 1)) - (1u << (sm_iNewExponentBits - 1));
 
     static std::uint16_t pack(float value) {
         std::uint32_t bits;
         std::memcpy(&bits, &value, sizeof bits);
         // Exponent and mantissa lie side by side in both formats, so that one shift moves both.
-        const std::uint32_t magnitude = bits & 0x7FFFFFFFU;
-        if (magnitude > 0x7F800000U) {
+        const std::uint32_t magnitude = bits & 0x7FFFFFFFu;
+        if (magnitude > 0x7F800000u)
             return 0; // a NaN
-        }
-        const std::uint32_t sign = bits >> 16 & 0x8000U;
+        const std::uint32_t sign = bits >> 16 & 0x8000u;
         const std::uint32_t moved = magnitude >> mantissaShift;
         const std::uint32_t bias = exponentBias << sm_iNewMantissaBits;
-        const std::uint32_t packed = moved < bias            ? moved & 0x3FFU
-                                     : moved - bias > 0x7FFF ? 0x7FFFU
+        const std::uint32_t packed = moved < bias            ? moved & 0x3FFu
+                                     : moved - bias > 0x7FFF ? 0x7FFFu
                                                              : moved - bias;
         return static_cast<std::uint16_t>(sign | packed);
     }

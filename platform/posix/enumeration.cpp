@@ -45,10 +45,9 @@ bool matchesOne(char pattern, char c) {
 }
 
 bool matchesAll(const char *pattern, const char *text, std::size_t length) {
-    for (std::size_t i = 0; i < length; ++i) {
+    for (std::size_t i = 0; i < length; ++i)
         if (!matchesOne(pattern[i], text[i]))
             return false;
-    }
     return true;
 }
 

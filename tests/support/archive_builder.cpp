@@ -1,6 +1,8 @@
-#include "archive_builder.h"
+// Writing archives for tests: scrambling, tables and checksums, each as it is defined.
 
-#include "plain_lzss.h"
+#include "tests/support/archive_builder.h"
+
+#include "tests/support/plain_lzss.h"
 
 #include <algorithm>
 #include <fstream>

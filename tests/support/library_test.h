@@ -2,7 +2,7 @@
 // check, at the end, that what it allocated it released.
 #pragma once
 
-#include "temporary_directory.h"
+#include "tests/support/temporary_directory.h"
 
 #include "vl/core.h"
 #include "vl/file.h"

@@ -1,4 +1,6 @@
-#include "program.h"
+// Running the built programs through the shell.
+
+#include "tests/support/program.h"
 
 #include <cstdio>
 #include <stdexcept>

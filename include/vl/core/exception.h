@@ -34,7 +34,7 @@ class VL_API V_Exception {
     virtual ~V_Exception();
 
     /// The message. It lies in one of four buffers that setError uses in turn, so it stays valid until the
-    /// fourth further call of setError, by whatever exception, has passed.
+    /// fourth further call of setError, by whatever exception.
     virtual const char *getErrorMessage() const;
 
     /// Formats the message, printf-style, with at most 8191 characters (a longer text is cut), lets the

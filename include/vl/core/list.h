@@ -60,8 +60,9 @@ class V_DLListBase {
         return node->prev ? elementOf(node) : nullptr;
     }
 
-    /// The element at a position counted from 0, null when there is none. Walks from the position asked for
-    /// last when that lies nearer, so a loop over rising positions costs one step each.
+    /// The element at a position counted from 0, null when there is none. Walks on from the position asked
+    /// for last unless that lies behind this one or the list has changed since, so a loop over rising
+    /// positions costs one step each.
     T *getAt(int position) const {
         if (position < 0 || position >= m_iCount)
             return nullptr;
@@ -151,7 +152,10 @@ class V_DLListBase {
     int m_iCount = 0;
     mutable int m_iCachedPosition = noPosition;
     mutable Node *m_pCachedNode = nullptr;
-    void *m_pIndexArrays[2] = {}; ///< room for an index of a client's list class; freed by removeAll
+
+  protected:
+    void *m_pIndexArrays[2] =
+        {}; ///< counted blocks for an index that a derived list keeps; freed by removeAll
 };
 
 /// A list of plain elements.

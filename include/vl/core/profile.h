@@ -199,6 +199,7 @@ class VL_API V_Profile {
     friend VL_API void V_writeProfileTable(std::ostream &out);
 
     static void readClock(V_PTICK *tick);
+    static double takeDifference(V_PTICK *result, V_PTICK *start, V_PTICK *end);
     static double ticksBetween(V_PTICK *start, V_PTICK *end);
     static double ticksPerSecond(); ///< 0 while the clock rate is not measured
 

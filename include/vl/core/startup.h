@@ -21,9 +21,5 @@ class VL_API V_VantorInit {
     static int count; ///< live V_VantorInit objects
 
   private:
-    template <class T, class Construct>
-    static void construct(T *&object, Construct inBlock);
-    template <class T>
-    static void destroy(T *&object);
     static void stop();
 };

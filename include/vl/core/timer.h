@@ -5,7 +5,9 @@
 
 #include <cstdint>
 
-/// All times are in seconds. Needs the system object (`Sys`) in every call that asks for the age.
+/// All times are in seconds. Whatever reads or sets the age, the constructor included, needs the system
+/// object
+/// (`Sys`).
 class VL_API V_Timer {
   public:
     /// Runs at once, with age 0.

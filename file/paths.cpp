@@ -90,8 +90,9 @@ void V_File::relativeToAbsolutePath(char *out, const char *name) {
         if (!fromRoot)
             path.append(m_path);
         join(path, normalised, mayHaveDots);
-    } else if (m_archiveHandling == AH_DIRECTORIES &&
-               (hasDrive(normalised) || (fromRoot && normalised[1] == '\\'))) {
+    } else if (m_archiveHandling == AH_DIRECTORIES
+                   ? hasDrive(normalised) || (fromRoot && normalised[1] == '\\')
+                   : std::V_CTrI::compare(normalised, m_path, 3) == 0) { // drive and backslash
         path.append(normalised);
     } else if (fromRoot) {
         path.append(m_path, 2); // the drive

@@ -40,8 +40,9 @@ class VL_API V_File {
     enum ArchiveHandling {
         AH_DIRECTORIES = 0, ///< the disk only; names are operating-system paths
         AH_ARCHIVES = 1,    ///< names are virtual paths below the local root, on disk and in archives
-        /// The disk only, as AH_DIRECTORIES, but a name cannot carry a drive of its own: every name is joined
-        /// to the current directory, or to its drive when it begins with a backslash.
+        /// The disk only, as AH_DIRECTORIES, but on the current directory's drive alone: a full path on it
+        /// stands as it is, so what was resolved once resolves to itself; any other name is joined to the
+        /// current directory, or to its drive when it begins with a backslash.
         AH_LOCAL_ROOT = 2
     };
 

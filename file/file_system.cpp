@@ -5,7 +5,6 @@
 #include "file/path_text.h"
 #include "platform/platform.h"
 
-#include <algorithm>
 #include <cstring>
 
 using vl::PathText;

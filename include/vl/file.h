@@ -130,9 +130,6 @@ class VL_API V_File {
     /// Version of archives that this library reads: 1.2.
     static const float VAS_ARCHIVE_VERSION;
 
-    V_File(const V_File &) = delete;
-    V_File &operator=(const V_File &) = delete;
-
     // ---- Names and directories -----------------------------------------------------------------------
 
     /// The resolved path of `name`. Valid until the next call.
@@ -290,7 +287,8 @@ class VL_API V_File {
     // ---- Containers and checksums --------------------------------------------------------------------
 
     /// A new "VA->" container holding `size` bytes compressed by LZSS; release it with free. 0 bytes give a
-    /// container of size 0. `owner` is a label without effect.
+    /// container of size 0; data from 3579135872 bytes on, whose worst case does not fit 32 bits, throws
+    /// V_MemoryException_Allocation. `owner` is a label without effect.
     void *compress(const char *owner, const void *data, unsigned int size);
     void *compress(const void *data, unsigned int size);
 
@@ -327,6 +325,8 @@ class VL_API V_File {
 
     V_File();
     ~V_File();
+    V_File(const V_File &) = delete;
+    V_File &operator=(const V_File &) = delete;
     void release();
 
     // Names (file/paths.cpp)

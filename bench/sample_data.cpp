@@ -1,3 +1,5 @@
+// Reads and makes the data of the codec benchmarks.
+
 #include "bench/sample_data.h"
 
 #include <algorithm>

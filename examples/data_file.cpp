@@ -20,7 +20,7 @@ namespace {
 
 enum ChunkID : unsigned int { sceneID = 1, valuesID = 2, meshID = 3, boundsID = 4 };
 
-// ---- What the file holds: said once, for the writer and the reader ----------------------------------------
+// ---- What the file holds: said once, for the writer and the reader -------------------------------------
 
 /// Puts chunks and values into a memory file.
 class Writer {
@@ -148,7 +148,7 @@ void scene(Visitor &file) {
     });
 }
 
-// ---- Writing ----------------------------------------------------------------------------------------------
+// ---- Writing -------------------------------------------------------------------------------------------
 
 void write(const std::filesystem::path &directory) {
     File->setFileSystemRoot(std::filesystem::absolute(directory).c_str());
@@ -175,7 +175,7 @@ void write(const std::filesystem::path &directory) {
         throw std::runtime_error("the two files differ");
 }
 
-// ---- Reading ----------------------------------------------------------------------------------------------
+// ---- Reading -------------------------------------------------------------------------------------------
 
 /// Reads in order, as a client does that has room for one block only, and compares the bytes.
 void checkBytes(V_MemoryFile &file, const V_MemoryFile &expected) {
@@ -215,7 +215,7 @@ int main(int count, char **arguments) {
     try {
         const std::string command = count >= 3 ? arguments[1] : "";
         if ((command != "write" || count != 3) && command != "read") {
-            std::puts("usage: data_file write DIR\n       data_file read ROOT...");
+            std::fputs("usage: data_file write DIR\n       data_file read ROOT...\n", stderr);
             return 2;
         }
         const V_VantorInit library;

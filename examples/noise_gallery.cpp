@@ -5,18 +5,18 @@
 //   turbulence.png    three-dimensional turbulence with 1, 2, 3 and 4 octaves
 //   bias.png          M_bias for b = 0.1, 0.25, 0.5, 0.75 and 0.9, violet to red
 //   gain.png          M_gain for the same b
+
+#include "vl/math_types.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <png.h>
 #include <string>
 #include <vector>
-
-#include <png.h>
-
-#include "vl/math_types.h"
 
 namespace {
 
@@ -79,12 +79,10 @@ Picture drawTiles(const Brightness &brightness) {
 void drawGrid(Picture &picture) {
     for (int line = 0; line <= 4; ++line) {
         const int gridX = line * (picture.width() - 1) / 4, gridY = line * (picture.height() - 1) / 4;
-        for (int y = 0; y < picture.height(); ++y) {
+        for (int y = 0; y < picture.height(); ++y)
             picture.at(gridX, y) = {225, 225, 225};
-        }
-        for (int x = 0; x < picture.width(); ++x) {
+        for (int x = 0; x < picture.width(); ++x)
             picture.at(x, gridY) = {225, 225, 225};
-        }
     }
 }
 
@@ -107,11 +105,10 @@ void drawGraph(Picture &picture, Colour colour, const Function &function) {
             const float distance = std::max({low - row, row - high, 0.0f});
             const float cover = std::clamp(width - distance, 0.0f, 1.0f);
             Colour &pixel = picture.at(x, y);
-            for (std::size_t part = 0; part < pixel.size(); ++part) {
+            for (std::size_t part = 0; part < pixel.size(); ++part)
                 pixel[part] =
                     static_cast<std::uint8_t>(std::lround(static_cast<float>(pixel[part]) * (1.0f - cover) +
                                                           static_cast<float>(colour[part]) * cover));
-            }
         }
     }
 }
@@ -127,9 +124,8 @@ Picture drawCurves(float (*curve)(float, float)) {
                   {0.5f, {70, 70, 70}},
                   {0.75f, {236, 134, 16}},
                   {0.9f, {205, 40, 48}}};
-    for (const auto &[strength, colour] : curves) {
+    for (const auto &[strength, colour] : curves)
         drawGraph(picture, colour, [&, b = strength](float a) { return curve(a, b); });
-    }
     return picture;
 }
 
@@ -147,7 +143,7 @@ Picture drawLine() {
 
 int main(int count, char **arguments) {
     if (count != 2) {
-        std::fprintf(stderr, "usage: noise_gallery DIRECTORY\n");
+        std::fputs("usage: noise_gallery DIRECTORY\n", stderr);
         return 2;
     }
     const std::filesystem::path directory = arguments[1];
@@ -177,9 +173,8 @@ int main(int count, char **arguments) {
                     {"bias.png", drawCurves(M_bias)},
                     {"gain.png", drawCurves(M_gain)}};
     for (const auto &[name, picture] : pictures) {
-        if (!picture.save(directory / name)) {
+        if (!picture.save(directory / name))
             return 1;
-        }
         std::printf("%s\n", (directory / name).string().c_str());
     }
     return 0;

@@ -33,7 +33,7 @@ struct EndEnumeration {
 };
 using OpenEnumeration = std::unique_ptr<vl::platform::Enumeration, EndEnumeration>;
 
-// Moves every element, in order, behind those of another list.
+/// Moves every element, in order, behind those of another list.
 template <class List>
 void moveAll(List &from, List &to) {
     while (auto *element = from.unlinkFirst())

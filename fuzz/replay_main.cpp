@@ -21,7 +21,7 @@ void run(const Bytes &input) {
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t *>(input.data()), input.size());
 }
 
-// Puts a piece of up to about 40 bytes, or of whole lines, of another input in the place of such a piece.
+/// Puts a piece of up to about 40 bytes, or of whole lines, of another input in the place of such a piece.
 void mix(Bytes &input, const Bytes &other, std::mt19937 &random, bool lines) {
     const auto piece = [&random, lines](const Bytes &bytes) {
         std::size_t ends[2] = {random() % (bytes.size() + 1), 0};

@@ -69,8 +69,8 @@ TEST_F(ArchiveLookup, TellsWhatTheTablesSay) {
     File->verifyArchiverID(id);
 }
 
-// A table of names in no order, among them equal ones, of which the first record counts. Sizes tell entries
-// apart.
+/// A table of names in no order, among them equal ones, of which the first record counts. Sizes tell entries
+/// apart.
 class ManyNames {
   public:
     ArchiveBuilder builder;

@@ -107,7 +107,7 @@ TEST_F(PlainFiles, GetTheFirstFreeTemporaryName) {
 
 TEST_F(PlainFiles, TravelThroughContainersInMemory) {
     const std::string text(10000, 'x');
-    auto *packed = static_cast<char *>(File->compress(text.data(), static_cast<unsigned>(text.size())));
+    auto *packed = static_cast<char *>(File->compress(text.data(), static_cast<unsigned int>(text.size())));
     EXPECT_EQ(std::string(packed, 4), "VA->");
     auto *hidden = static_cast<char *>(File->encrypt("owner", packed, 100));
     EXPECT_EQ(std::string(hidden, 12), std::string("VC->\x64\0\0\0\x74\0\0\0", 12));

@@ -171,7 +171,7 @@ TEST(UnbufferedReading, GivesTheSameBytesWithAndWithoutDirectAccess) {
     closeUnbuffered(nullptr);
 }
 
-// Nobody writes to the pipe: what waits for a writer never ends.
+/// Nobody writes to the pipe: what waits for a writer never ends.
 TEST(Files, AreNotReadWhereSomethingElseLies) {
     const TemporaryDirectory directory;
     ASSERT_EQ(mkfifo((directory.path() / "pipe").c_str(), 0666), 0);

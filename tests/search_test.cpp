@@ -68,7 +68,7 @@ TEST_F(Search, FollowsTheDirectoryOfThePattern) {
     EXPECT_EQ(find((engineRoot() + "\\data\\maps\\*").c_str()), (Names{"disk.map"}));
 }
 
-// Random trees, spread over several archives of which most lack most directories, beside a plain model.
+/// Random trees, spread over several archives of which most lack most directories, beside a plain model.
 TEST_F(Search, FindsWhatAPlainWalkFinds) {
     std::mt19937 random(11);
     const Names directories = {"\\", "\\a\\", "\\a\\b\\", "\\a\\B2\\", "\\ab\\", "\\A\\b\\c\\", "\\z\\"};

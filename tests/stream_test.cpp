@@ -98,8 +98,8 @@ TEST_F(Streams, SeekInsideTheirRange) {
     }
 }
 
-// Many streams over one file, each a region of another, read and moved in random order: each must behave as
-// if it had the file to itself.
+/// Many streams over one file, each a region of another, read and moved in random order: each must behave as
+/// if it had the file to itself.
 TEST_F(Streams, ShareAFileAsIfEachHadItAlone) {
     const std::string content = pattern(90000);
     writeEverywhere(content);
@@ -218,8 +218,8 @@ TEST_F(Streams, NoticeAFileThatShrinks) {
     EXPECT_EQ(readUpTo(unbuffered, 12000), pattern(20000).substr(0, 12000));
 }
 
-// Code that gives other than was announced ends in an exception, once and for all, and the bytes before that
-// are those of an undamaged entry.
+/// Code that gives other than was announced ends in an exception, once and for all, and the bytes before that
+/// are those of an undamaged entry.
 TEST_F(Streams, NoticeDamagedEntries) {
     const std::string content = pattern(3000);
     for (const int longer : {100, -100})

@@ -1,9 +1,9 @@
 // Loading archives: damaged, cut short or without memory they are refused and leave nothing behind; parked,
 // prioritised and reloaded they keep their order and are released in the end.
 
-#include "support/archive_builder.h"
-#include "support/failing_allocation.h"
-#include "support/library_test.h"
+#include "tests/support/archive_builder.h"
+#include "tests/support/failing_allocation.h"
+#include "tests/support/library_test.h"
 
 #include <cstdlib>
 #include <optional>

@@ -1,6 +1,6 @@
 // How names are resolved, in every mode, and the library's current directory.
 
-#include "support/library_test.h"
+#include "tests/support/library_test.h"
 
 #include "platform/platform.h"
 

@@ -1,13 +1,13 @@
 // Files on disk: loaded, saved, appended to, deleted, sized, stamped and named.
 
-#include "support/library_test.h"
+#include "tests/support/library_test.h"
 
 #include <chrono>
 #include <cstring>
 
 namespace {
 
-using PlainFiles = LibraryTest;
+class PlainFiles : public LibraryTest {};
 
 TEST_F(PlainFiles, AreLoadedWholeOrInPart) {
     const std::string content("zero\0inside\r\n", 13);

@@ -4,8 +4,8 @@
 #include "platform/posix/system.h"
 
 #include "platform/platform.h"
-#include "support/plain_wildcards.h"
-#include "support/temporary_directory.h"
+#include "tests/support/plain_wildcards.h"
+#include "tests/support/temporary_directory.h"
 
 #include <fcntl.h>
 #include <fstream>
@@ -64,8 +64,6 @@ void expectSameBytesUnbuffered(const fs::path &directory) {
     EXPECT_EQ(readUnbuffered(file, ~std::uint64_t{0} - block + 1, buffer.get(), block), 0u);
     closeUnbuffered(file);
 }
-
-} // namespace
 
 TEST(Files, OpenInTheModesOfStandardInputAndOutputButNeverADirectory) {
     const TemporaryDirectory directory;
@@ -186,3 +184,5 @@ TEST(Files, AreNotReadWhereSomethingElseLies) {
         EXPECT_EQ(delivered, 0u) << name;
     }
 }
+
+} // namespace

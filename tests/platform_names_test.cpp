@@ -3,7 +3,7 @@
 
 #include "platform/platform.h"
 #include "platform/posix/directory_cache.h"
-#include "support/library_test.h"
+#include "tests/support/library_test.h"
 
 #include <chrono>
 #include <fstream>
@@ -176,8 +176,6 @@ class RandomTree {
     unsigned int m_uFiles = 0;
 };
 
-} // namespace
-
 TEST(CaseBlindNames, AreFoundInTreesThatChangeBetweenAnyTwoLooks) {
     const fs::path before = fs::current_path();
     for (unsigned int seed = 1; seed <= 4; ++seed) {
@@ -287,3 +285,5 @@ TEST(CaseBlindNames, AreFoundInDirectoriesThatTakeMoreThanTheCacheHolds) {
     EXPECT_GE(cache.directoriesRead(), settled + 3 + 1);
     EXPECT_LE(cache.directoriesRead(), settled + 3 + 3);
 }
+
+} // namespace

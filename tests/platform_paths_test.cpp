@@ -2,7 +2,7 @@
 
 #include "platform/platform.h"
 #include "platform/posix/paths.h"
-#include "support/temporary_directory.h"
+#include "tests/support/temporary_directory.h"
 
 #include <gtest/gtest.h>
 
@@ -17,8 +17,6 @@ std::string translated(const std::string &path) {
     SystemPath out;
     return toSystemPath(out, path) ? std::string(out.text, out.length) : "refused";
 }
-
-} // namespace
 
 TEST(PathTranslation, ResolvesDotsDrivesAndSeparatorsByText) {
     std::istringstream known(R"(
@@ -88,3 +86,5 @@ TEST(CurrentDirectory, RelativeNamesFollowItAlthoughTheirListingsAreKept) {
     }
     fs::current_path(fs::temp_directory_path());
 }
+
+} // namespace

@@ -1,7 +1,7 @@
 // The process, the clocks, the processor and random numbers.
 
 #include "platform/platform.h"
-#include "support/temporary_directory.h"
+#include "tests/support/temporary_directory.h"
 
 #include <fstream>
 #include <gtest/gtest.h>

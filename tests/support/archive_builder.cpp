@@ -1,6 +1,8 @@
-#include "archive_builder.h"
+// The archive format of the tests: written byte by byte.
 
-#include "plain_lzss.h"
+#include "tests/support/archive_builder.h"
+
+#include "tests/support/plain_lzss.h"
 
 #include <algorithm>
 #include <fstream>

@@ -1,4 +1,5 @@
 // The replaced allocation functions: malloc and free, and a countdown to the one failure.
+
 #include "tests/support/failing_allocation.h"
 
 #include <cstddef>

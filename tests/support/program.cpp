@@ -1,4 +1,6 @@
-#include "program.h"
+// Running programs by way of the shell.
+
+#include "tests/support/program.h"
 
 #include <cstdio>
 #include <stdexcept>

@@ -81,18 +81,17 @@ class Checker {
     unsigned int &m_uValues;
 };
 
-struct Numbers {
-    template <class Block>
-    static Block block() { // 1, 2, 3, ...
-        float numbers[sizeof(Block) / sizeof(float)];
-        float next = 0;
-        for (float &number : numbers)
-            number = ++next;
-        Block result;
-        std::memcpy(&reinterpret_cast<char &>(result), numbers, sizeof result);
-        return result;
-    }
-};
+/// A vector or matrix of the floats 1, 2, 3, ...
+template <class Block>
+Block counting() {
+    float numbers[sizeof(Block) / sizeof(float)];
+    float next = 0;
+    for (float &number : numbers)
+        number = ++next;
+    Block result;
+    std::memcpy(&reinterpret_cast<char &>(result), numbers, sizeof result);
+    return result;
+}
 
 /// One value of every type, the integers at the ends of their compact forms.
 template <class Visitor>
@@ -115,13 +114,13 @@ void everyType(Visitor &to) {
     to.value(V_String("wheel"));
     to.value(V_StringI("Textures\\Rust.tga"));
     to.value(V_String(300, '-'));
-    to.value(Numbers::block<M_Vector2Template<float>>());
-    to.value(Numbers::block<M_Vector3Template<float>>());
-    to.value(Numbers::block<M_Vector4Template<float>>());
-    to.value(Numbers::block<M_Matrix2Template<float>>());
-    to.value(Numbers::block<M_Matrix3Template<float>>());
-    to.value(Numbers::block<M_Matrix4x3Template<float>>());
-    to.value(Numbers::block<M_Matrix4Template<float>>());
+    to.value(counting<M_Vector2Template<float>>());
+    to.value(counting<M_Vector3Template<float>>());
+    to.value(counting<M_Vector4Template<float>>());
+    to.value(counting<M_Matrix2Template<float>>());
+    to.value(counting<M_Matrix3Template<float>>());
+    to.value(counting<M_Matrix4x3Template<float>>());
+    to.value(counting<M_Matrix4Template<float>>());
 }
 
 template <class Visitor>
@@ -210,7 +209,6 @@ void read(const char *root, V_MemoryFile::AccessMethod access, const V_MemoryFil
 
 } // namespace
 
-// Every exception of the library is caught as a V_Exception *, which the check does not see of pointers.
 int main(int count, char **arguments) {
     try {
         const std::string command = count >= 3 ? arguments[1] : "";

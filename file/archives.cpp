@@ -132,7 +132,7 @@ bool V_File::loadArchivesOf(const char *directory) {
 
 void V_File::unloadArchives() {
     m_pArchive = nullptr; // a running search ends here
-    m_uStage = 3;
+    m_uStage = StageFinished;
     releaseArchives(*VASArchiveList);
 }
 

@@ -358,6 +358,7 @@ class VL_API V_File {
     void checkLargeLoad(const char *name, unsigned int size);
 
     // Search (file/search.cpp)
+    enum Stage : unsigned int { StageDisk, StageArchiveDirectories, StageArchiveFiles, StageFinished };
     static int xstricmp(const char *pattern, const char *name);
     static bool isActive(const V_VASArchive *archive);
     const char *findNextOnDisk();
@@ -367,7 +368,7 @@ class VL_API V_File {
 
     // Per object: the running search, and the override setting.
     char m_strPattern[256];
-    unsigned int m_uStage;
+    unsigned int m_uStage; ///< a Stage
     unsigned int m_uIndex;
     char m_findData[256]; ///< the name found on disk
     vl::platform::Enumeration *m_hFind;

@@ -150,7 +150,7 @@ void mount_libzip(benchmark::State &state) {
         [&] { zip_discard(archive); });
 }
 
-// Takes seconds, so it is left mounted for the lookups and done once.
+/// Takes seconds, so it is left mounted for the lookups and done once.
 void mount_physfs(benchmark::State &state) {
     if (PHYSFS_isInit())
         PHYSFS_deinit();
@@ -173,7 +173,7 @@ void where(benchmark::State &state, Spelling spelling) {
     overAll(state, fixture().names[spelling], [](const char *name) { return File->where(name); });
 }
 
-// What of it is the platform layer's asking the disk.
+/// What of it is the platform layer's asking the disk.
 void where_on_disk(benchmark::State &state, Spelling spelling) {
     overAll(state, fixture().engineNames[spelling],
             [](const char *name) { return vl::platform::fileKind(name); });
@@ -211,7 +211,7 @@ void read(benchmark::State &state) {
     });
 }
 
-// The calls that it cannot do without; `attempts` counts the opens that fail before, on disk.
+/// The calls that it cannot do without; `attempts` counts the opens that fail before, on disk.
 void read_system(benchmark::State &state, int attempts) {
     std::vector<unsigned char> buffer(entrySize);
     std::mt19937 random(1);

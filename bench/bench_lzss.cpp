@@ -40,7 +40,7 @@ void decodeWhole(benchmark::State &state, sample::Kind kind) {
     report(state);
 }
 
-// As a file stream does: 64 KiB of code at a time, the client reading 64 KiB at a time.
+/// As a file stream does: 64 KiB of code at a time, the client reading 64 KiB at a time.
 void decodeStream(benchmark::State &state, sample::Kind kind) {
     constexpr std::size_t blockSize = 64 << 10;
     const Bytes &in = code(kind);

@@ -71,7 +71,7 @@ const std::vector<T> &values() {
     return all;
 }
 
-// cereal and msgpack know the standard string only.
+/// cereal and msgpack know the standard string only.
 template <class T>
 struct Peer {
     using Type = T;
@@ -219,7 +219,7 @@ void read_by_hand(benchmark::State &state) {
 
 // ---- cereal --------------------------------------------------------------------------------------------
 
-// The cheapest buffer that its streams can be given.
+/// The cheapest buffer that its streams can be given.
 class FlatBuffer : public std::streambuf {
   public:
     explicit FlatBuffer(std::vector<char> &bytes) {
@@ -278,7 +278,7 @@ void pack(msgpack::packer<msgpack::sbuffer> &packer, const Vector &value) {
     packer.pack(value.z);
 }
 
-// What its parser hands over, without the tree of objects that it otherwise builds.
+/// What its parser hands over, without the tree of objects that it otherwise builds.
 template <class T>
 struct Visitor : msgpack::null_visitor {
     T value{};

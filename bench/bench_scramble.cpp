@@ -19,11 +19,11 @@ void plainUnscramble(benchmark::State &state) {
     for (auto _ : state) {
         std::int32_t key = 1;
         for (std::uint32_t i = 0; i < bytes.size(); ++i) {
-            const unsigned rotation = i % 5;
-            const unsigned turned = bytes[i] << rotation | bytes[i] >> (8 - rotation);
+            const unsigned int rotation = i % 5;
+            const unsigned int turned = bytes[i] << rotation | bytes[i] >> (8 - rotation);
             key = 171 * (key % 177) - 2 * (key / 177);
             bytes[i] =
-                static_cast<std::uint8_t>(((turned ^ ((i + 3) * 6)) & 0xFF) + static_cast<unsigned>(key));
+                static_cast<std::uint8_t>(((turned ^ ((i + 3) * 6)) & 0xFF) + static_cast<unsigned int>(key));
         }
         benchmark::ClobberMemory();
     }

@@ -27,8 +27,8 @@ std::size_t allocations = 0;
 
 } // namespace
 
-// Every allocation of the program is counted, whoever makes it. Inlined apart from each other, the functions
-// would look like a mismatch to GCC.
+/// Every allocation of the program is counted, whoever makes it. Inlined apart from each other, the functions
+/// would look like a mismatch to GCC.
 [[gnu::noinline]] void *operator new(std::size_t size) {
     ++allocations;
     if (void *block = std::malloc(size ? size : 1))
@@ -47,8 +47,7 @@ constexpr char tableText[] =
     "[Vehicle] name = \"Big Block\"; gears = 6; seats = 4; turbo = yes; color = ff2010;\n"
     "mass = 980.5; power = 185.25; grip = 1.1; position = (-0.8, 0, 1.3); year = 1967;\n";
 
-// ---- The documents
-// ------------------------------------------------------------------------------------------
+// ---- The documents -------------------------------------------------------------------------------------
 
 struct Document {
     std::string script, config, json, yaml;
@@ -130,8 +129,7 @@ class Fixture {
 
 Fixture *fixture;
 
-// ---- Loading
-// --------------------------------------------------------------------------------------------------
+// ---- Loading -------------------------------------------------------------------------------------------
 
 template <class Load>
 void measure(benchmark::State &state, int blocks, const Load &load) {
@@ -144,17 +142,17 @@ void measure(benchmark::State &state, int blocks, const Load &load) {
     state.SetItemsProcessed(state.iterations() * blocks * valuesPerBlock);
 }
 
-void LoadFew(benchmark::State &state) {
+void loadFew(benchmark::State &state) {
     measure(state, fewBlocks, [] { benchmark::DoNotOptimize(V_Script("few.txt").count()); });
 }
-BENCHMARK(LoadFew)->Name("Load/few/vl");
+BENCHMARK(loadFew)->Name("Load/few/vl");
 
-void Load(benchmark::State &state) {
+void loadMany(benchmark::State &state) {
     measure(state, fixture->blocks(), [] { benchmark::DoNotOptimize(V_Script("many.txt").count()); });
 }
-BENCHMARK(Load)->Name("Load/vl");
+BENCHMARK(loadMany)->Name("Load/vl");
 
-void LoadAndParse(benchmark::State &state) {
+void loadAndParse(benchmark::State &state) {
     measure(state, fixture->blocks(), [] {
         static const V_Script::Format text = {"%31s", V_Script::m_argsizes_string};
         char name[32], engine[32];
@@ -177,36 +175,35 @@ void LoadAndParse(benchmark::State &state) {
         benchmark::DoNotOptimize(grip);
     });
 }
-BENCHMARK(LoadAndParse)->Name("LoadAndParse/vl");
+BENCHMARK(loadAndParse)->Name("LoadAndParse/vl");
 
-void LoadConfig(benchmark::State &state) {
+void loadConfig(benchmark::State &state) {
     measure(state, fixture->blocks(), [] {
         libconfig::Config config;
         config.readString(fixture->many().config);
         benchmark::DoNotOptimize(config.lookup("vehicles").getLength());
     });
 }
-BENCHMARK(LoadConfig)->Name("Load/libconfig++");
+BENCHMARK(loadConfig)->Name("Load/libconfig++");
 
-void LoadJson(benchmark::State &state) {
+void loadJson(benchmark::State &state) {
     measure(state, fixture->blocks(), [] {
         rapidjson::Document document;
         document.Parse(fixture->many().json.c_str(), fixture->many().json.size());
         benchmark::DoNotOptimize(document["vehicles"].Size());
     });
 }
-BENCHMARK(LoadJson)->Name("Load/rapidjson");
+BENCHMARK(loadJson)->Name("Load/rapidjson");
 
-void LoadYaml(benchmark::State &state) {
+void loadYaml(benchmark::State &state) {
     measure(state, fixture->blocks(), [] {
         const YAML::Node document = YAML::Load(fixture->many().yaml);
         benchmark::DoNotOptimize(document["vehicles"].size());
     });
 }
-BENCHMARK(LoadYaml)->Name("Load/yaml-cpp");
+BENCHMARK(loadYaml)->Name("Load/yaml-cpp");
 
-// ---- Typed parsing
-// --------------------------------------------------------------------------------------------
+// ---- Typed parsing -------------------------------------------------------------------------------------
 
 struct Variables {
     int gears, seats, turbo;
@@ -216,7 +213,7 @@ struct Variables {
     unsigned int year;
 };
 
-void ParseTable(benchmark::State &state) {
+void parseTable(benchmark::State &state) {
     static const V_Script::Format text = {"%31s", V_Script::m_argsizes_string};
     V_Script script("table.txt");
     Variables v;
@@ -237,10 +234,10 @@ void ParseTable(benchmark::State &state) {
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(ParseTable)->Name("ParseTable/vl");
+BENCHMARK(parseTable)->Name("ParseTable/vl");
 
 /// The same texts by position, without looking any name up.
-void ScanTexts(benchmark::State &state) {
+void scanTexts(benchmark::State &state) {
     Variables v;
     for (auto _ : state) {
         std::sscanf("Big Block", "%31[^;]", v.name);
@@ -256,15 +253,15 @@ void ScanTexts(benchmark::State &state) {
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(ScanTexts)->Name("ParseTable/sscanf");
+BENCHMARK(scanTexts)->Name("ParseTable/sscanf");
 
 /// Not measured: the time that a table may take, for comparison.
-void OneMicrosecond(benchmark::State &state) {
+void oneMicrosecond(benchmark::State &state) {
     for (auto _ : state)
         state.SetIterationTime(1e-6);
     state.SetItemsProcessed(state.iterations());
 }
-BENCHMARK(OneMicrosecond)->Name("ParseTable/OneMicrosecond")->UseManualTime()->Iterations(1000);
+BENCHMARK(oneMicrosecond)->Name("ParseTable/OneMicrosecond")->UseManualTime()->Iterations(1000);
 
 } // namespace
 

@@ -20,7 +20,7 @@ namespace {
 
 enum ChunkID : unsigned int { sceneID = 1, valuesID = 2, meshID = 3, boundsID = 4 };
 
-// ---- What the file holds: said once, for the writer and the reader ----------------------------------------
+// ---- What the file holds: said once, for the writer and the reader -------------------------------------
 
 /// Puts chunks and values into a memory file.
 class Writer {
@@ -81,18 +81,17 @@ class Checker {
     unsigned int &m_uValues;
 };
 
-struct Numbers {
-    template <class Block>
-    static Block block() { // 1, 2, 3, ...
-        float numbers[sizeof(Block) / sizeof(float)];
-        float next = 0;
-        for (float &number : numbers)
-            number = ++next;
-        Block result;
-        std::memcpy(&reinterpret_cast<char &>(result), numbers, sizeof result);
-        return result;
-    }
-};
+/// A vector or matrix of the floats 1, 2, 3, ...
+template <class Block>
+Block counting() {
+    float numbers[sizeof(Block) / sizeof(float)];
+    float next = 0;
+    for (float &number : numbers)
+        number = ++next;
+    Block result;
+    std::memcpy(&reinterpret_cast<char &>(result), numbers, sizeof result);
+    return result;
+}
 
 /// One value of every type, the integers at the ends of their compact forms.
 template <class Visitor>
@@ -115,13 +114,13 @@ void everyType(Visitor &to) {
     to.value(V_String("wheel"));
     to.value(V_StringI("Textures\\Rust.tga"));
     to.value(V_String(300, '-'));
-    to.value(Numbers::block<M_Vector2Template<float>>());
-    to.value(Numbers::block<M_Vector3Template<float>>());
-    to.value(Numbers::block<M_Vector4Template<float>>());
-    to.value(Numbers::block<M_Matrix2Template<float>>());
-    to.value(Numbers::block<M_Matrix3Template<float>>());
-    to.value(Numbers::block<M_Matrix4x3Template<float>>());
-    to.value(Numbers::block<M_Matrix4Template<float>>());
+    to.value(counting<M_Vector2Template<float>>());
+    to.value(counting<M_Vector3Template<float>>());
+    to.value(counting<M_Vector4Template<float>>());
+    to.value(counting<M_Matrix2Template<float>>());
+    to.value(counting<M_Matrix3Template<float>>());
+    to.value(counting<M_Matrix4x3Template<float>>());
+    to.value(counting<M_Matrix4Template<float>>());
 }
 
 template <class Visitor>
@@ -148,7 +147,7 @@ void scene(Visitor &file) {
     });
 }
 
-// ---- Writing ----------------------------------------------------------------------------------------------
+// ---- Writing -------------------------------------------------------------------------------------------
 
 void write(const std::filesystem::path &directory) {
     File->setFileSystemRoot(std::filesystem::absolute(directory).c_str());
@@ -175,7 +174,7 @@ void write(const std::filesystem::path &directory) {
         throw std::runtime_error("the two files differ");
 }
 
-// ---- Reading ----------------------------------------------------------------------------------------------
+// ---- Reading -------------------------------------------------------------------------------------------
 
 /// Reads in order, as a client does that has room for one block only, and compares the bytes.
 void checkBytes(V_MemoryFile &file, const V_MemoryFile &expected) {
@@ -210,12 +209,11 @@ void read(const char *root, V_MemoryFile::AccessMethod access, const V_MemoryFil
 
 } // namespace
 
-// Every exception of the library is caught as a V_Exception *, which the check does not see of pointers.
 int main(int count, char **arguments) {
     try {
         const std::string command = count >= 3 ? arguments[1] : "";
         if ((command != "write" || count != 3) && command != "read") {
-            std::puts("usage: data_file write DIR\n       data_file read ROOT...");
+            std::fputs("usage: data_file write DIR\n       data_file read ROOT...\n", stderr);
             return 2;
         }
         const V_VantorInit library;

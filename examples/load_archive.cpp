@@ -21,7 +21,7 @@
 namespace {
 
 struct Original {
-    std::string name; // as the library resolves it: \sys\types.h
+    std::string name; ///< as the library resolves it: \sys\types.h
     std::filesystem::path path;
 };
 
@@ -109,7 +109,7 @@ double archiveBytes(const std::filesystem::path &root) {
 
 int main(int count, char **arguments) {
     if (count < 3) {
-        std::puts("usage: load_archive TREE ROOT...");
+        std::fputs("usage: load_archive TREE ROOT...\n", stderr);
         return 2;
     }
     try {

@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
+#include <png.h>
 #include <string>
 #include <vector>
 
@@ -106,11 +107,10 @@ void drawGraph(Picture &picture, Colour colour, const Function &function) {
             const float distance = std::max({low - row, row - high, 0.0f});
             const float cover = std::clamp(width - distance, 0.0f, 1.0f);
             Colour &pixel = picture.at(x, y);
-            for (std::size_t part = 0; part < pixel.size(); ++part) {
+            for (std::size_t part = 0; part < pixel.size(); ++part)
                 pixel[part] =
                     static_cast<std::uint8_t>(std::lround(static_cast<float>(pixel[part]) * (1.0f - cover) +
                                                           static_cast<float>(colour[part]) * cover));
-            }
         }
     }
 }
@@ -145,7 +145,7 @@ Picture drawLine() {
 
 int main(int count, char **arguments) {
     if (count != 2) {
-        std::fprintf(stderr, "usage: noise_gallery DIRECTORY\n");
+        std::fputs("usage: noise_gallery DIRECTORY\n", stderr);
         return 2;
     }
     const std::filesystem::path directory = arguments[1];

@@ -38,7 +38,7 @@ struct Vehicle {
     unsigned int lamps = 0;
 };
 
-// A format of our own: at most 31 characters, so that no script can write beyond a char[32].
+/// A format of our own: at most 31 characters, so that no script can write beyond a char[32].
 const V_Script::Format name31 = {"%31s", V_Script::m_argsizes_string};
 
 Wheel readWheel(V_Script &script) {
@@ -160,7 +160,7 @@ void readGraphics() {
 
 int main(int count, char **arguments) {
     if (count != 2) {
-        std::puts("usage: read_settings ROOT");
+        std::fputs("usage: read_settings ROOT\n", stderr);
         return 2;
     }
     try {

@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t plainHeaderSize = 8; // tag and seed
 constexpr std::size_t checksumOffset = 28;
 
-// The fields of a header in the order of the file, each handed to `transfer`.
+/// The fields of a header in the order of the file, each handed to `transfer`.
 template <class Header, class Transfer>
 void forEachHeaderField(Header &header, Transfer transfer) {
     transfer(header.tag);
@@ -31,7 +31,7 @@ void forEachHeaderField(Header &header, Transfer transfer) {
     transfer(header.archiverID);
 }
 
-// The same for the fields of a file record.
+/// The same for the fields of a file record.
 template <class Entry, class Transfer>
 void forEachFileField(Entry &entry, Transfer transfer) {
     transfer(entry.size);
@@ -46,7 +46,7 @@ void forEachFileField(Entry &entry, Transfer transfer) {
         transfer(*part);
 }
 
-// Reads fields one after the other.
+/// Reads fields one after the other.
 struct Decoder {
     const std::uint8_t *position;
 
@@ -65,7 +65,7 @@ struct Decoder {
     }
 };
 
-// Writes fields one after the other.
+/// Writes fields one after the other.
 struct Encoder {
     std::uint8_t *position;
 

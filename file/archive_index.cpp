@@ -18,13 +18,13 @@ using Archive = V_File::V_VASArchive;
 using DirectoryEntry = V_File::VASDirectoryEntry;
 using FileEntry = V_File::VASFileEntry;
 
-// Slots to be looked at, on average for each entry, before an index is given up while it is built. Names that
-// are not chosen to collide need fewer than 2.
+/// Slots to be looked at, on average for each entry, before an index is given up while it is built. Names
+/// that are not chosen to collide need fewer than 2.
 constexpr std::uint64_t probesForEachEntry = 16;
 
 constexpr std::uint64_t oddConstant = 0x9E3779B97F4A7C15;
 
-// Eight characters at once, A-Z made a-z.
+/// Eight characters at once, A-Z made a-z.
 std::uint64_t fold(std::uint64_t characters) {
     constexpr std::uint64_t each = 0x0101010101010101;
     const std::uint64_t low = characters & each * 0x7F;
@@ -34,7 +34,7 @@ std::uint64_t fold(std::uint64_t characters) {
     return characters | upper >> 2;
 }
 
-// Up to eight characters of a text of which `left` are left, folded.
+/// Up to eight characters of a text of which `left` are left, folded.
 std::uint64_t foldedWord(const char *text, std::size_t left) {
     std::uint64_t word = loadLe64(reinterpret_cast<const std::uint8_t *>(text));
     if (left < 8)
@@ -42,7 +42,7 @@ std::uint64_t foldedWord(const char *text, std::size_t left) {
     return fold(word);
 }
 
-// Whether a zero-terminated text is this name but for case.
+/// Whether a zero-terminated text is this name but for case.
 bool isName(const char *text, const ArchiveName &name) {
     for (std::size_t i = 0; i < name.length; i += 8)
         if (foldedWord(text + i, name.length - i) != foldedWord(name.text + i, name.length - i))
@@ -52,13 +52,13 @@ bool isName(const char *text, const ArchiveName &name) {
 
 std::uint32_t slotCount(std::uint32_t entries) { return std::bit_ceil(entries + entries / 3 + 2); }
 
-// One of the two hash tables of an index.
+/// One of the two hash tables of an index.
 class Slots {
   public:
     Slots(ArchiveIndexSlot *slots, std::uint32_t entries)
         : m_pSlots(slots), m_uMask(slotCount(entries) - 1) {}
 
-    // Enters an entry; adds to `probes` the slots looked at.
+    /// Enters an entry; adds to `probes` the slots looked at.
     void insert(std::uint32_t hash, std::uint32_t entry, std::size_t key, std::uint64_t &probes) {
         std::uint32_t at = hash & m_uMask;
         for (; m_pSlots[at].entry != 0; at = (at + 1) & m_uMask)
@@ -66,8 +66,8 @@ class Slots {
         m_pSlots[at] = {(hash & ~m_uMask) | (entry + 1), static_cast<std::uint32_t>(key)};
     }
 
-    // The first slot for which `isWanted` holds, told the key, of those that have the hash; null when none
-    // has.
+    /// The first slot for which `isWanted` holds, told the key, of those that have the hash; null when none
+    /// has.
     template <class Predicate>
     const ArchiveIndexSlot *find(std::uint32_t hash, const char *keys, Predicate isWanted) const {
         for (std::uint32_t at = hash & m_uMask; m_pSlots[at].entry != 0; at = (at + 1) & m_uMask)
@@ -92,7 +92,7 @@ Slots directorySlots(ArchiveIndexSlot *index, const Archive &archive) {
     return {index + slotCount(archive.header.fileCount), archive.header.dirCount};
 }
 
-// The first of the sorted entries whose key is the name behind the given digits, or null.
+/// The first of the sorted entries whose key is the name behind the given digits, or null.
 template <class Entry>
 Entry *binarySearch(Entry *entries, std::uint32_t count, std::string_view digits, const ArchiveName &name) {
     char key[archiveKeyDigits + archiveLongestName + 1];

@@ -23,7 +23,7 @@ namespace {
 
 using Bytes = CountedArray<std::uint8_t>;
 
-// An archive file that is being read from its start on.
+/// An archive file that is being read from its start on.
 class ArchiveReader {
   public:
     explicit ArchiveReader(const char *path) : m_strPath(path), m_file(vl::openWithoutBuffer(path, "rb")) {
@@ -39,7 +39,7 @@ class ArchiveReader {
         m_uLeft -= size;
     }
 
-    // The next region, which is a table, in plain.
+    /// The next region, which is a table, in plain.
     Bytes readTable(std::uint32_t size, std::uint32_t seed, std::uint32_t checksum) {
         if (size > m_uLeft) // before memory is taken on the word of a damaged file
             unableToRead();
@@ -61,16 +61,16 @@ class ArchiveReader {
     std::uint64_t m_uLeft = 0;
 };
 
-// A sorted table and the block that holds its keys.
+/// A sorted table and the block that holds its keys.
 template <class Entry>
 struct Table {
     CountedArray<Entry> entries;
     CountedArray<char> names;
 };
 
-// The next of a table's records, with `left` more to come behind it. What those take at least is kept from
-// it: the room for all keys is reckoned from the sizes of table and fields, and one long name could overrun
-// it.
+/// The next of a table's records, with `left` more to come behind it. What those take at least is kept from
+/// it: the room for all keys is reckoned from the sizes of table and fields, and one long name could overrun
+/// it.
 vl::ArchiveRecord nextRecord(const ArchiveReader &reader, const std::uint8_t *&position,
                              const std::uint8_t *end, std::uint32_t left, std::size_t fieldsSize) {
     vl::ArchiveRecord record;
@@ -79,14 +79,14 @@ vl::ArchiveRecord nextRecord(const ArchiveReader &reader, const std::uint8_t *&p
     return record;
 }
 
-// Copies a key's text and its terminating zero; returns where the next one goes.
+/// Copies a key's text and its terminating zero; returns where the next one goes.
 char *putName(char *out, const vl::ArchiveRecord &record) {
     std::memcpy(out, record.name, record.nameLength + 1);
     return out + record.nameLength + 1;
 }
 
-// Sorts by key unless the table stands in that order already. Keys lie in their block in the order of the
-// records, so records with equal keys keep that order.
+/// Sorts by key unless the table stands in that order already. Keys lie in their block in the order of the
+/// records, so records with equal keys keep that order.
 template <class Entry>
 void sortTable(Entry *entries, std::uint32_t count) {
     const auto precedes = [](const Entry &a, const Entry &b) {
@@ -160,7 +160,7 @@ bool isOfThisVersion(const V_File::VASHeader &header) {
     return bits == vl::archiveVersionBits;
 }
 
-// Whether the tables can hold as many records as the header counts, none being smaller than an empty name.
+/// Whether the tables can hold as many records as the header counts, none being smaller than an empty name.
 bool countsFit(const V_File::VASHeader &header) {
     return std::uint64_t{header.fileCount} * (vl::archiveFileFieldsSize + 1) <= header.fileInfoSize &&
            std::uint64_t{header.dirCount} * (vl::archiveDirectoryFieldsSize + 1) <= header.dirInfoSize;

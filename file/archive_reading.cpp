@@ -18,10 +18,10 @@ namespace {
 using vl::platform::PathBuffer;
 using Bytes = vl::CountedArray<std::uint8_t>;
 
-// Blocks of this size are not taken on the word of the tables alone.
+/// Blocks of this size are not taken on the word of the tables alone.
 constexpr unsigned int largeBlock = 1 << 20;
 
-// Where an entry lies, and what its bytes are missed under.
+/// Where an entry lies, and what its bytes are missed under.
 struct Source {
     const char *archivePath;
     const char *resolvedPath;
@@ -34,7 +34,7 @@ struct Source {
             V_throw(V_FileException_UnableToReadData(resolvedPath));
     }
 
-    // Asks for the last of an entry's bytes when they are many, before memory is taken for them all.
+    /// Asks for the last of an entry's bytes when they are many, before memory is taken for them all.
     void expect(const V_File::VASFileEntry &entry) const {
         std::uint8_t last;
         if (entry.storedSize >= largeBlock)
@@ -42,8 +42,8 @@ struct Source {
     }
 };
 
-// Decodes an entry's container, which fills `block`, into the entry's size of bytes at `out`, of which only
-// the first `room` are there to be written. False when the container is damaged.
+/// Decodes an entry's container, which fills `block`, into the entry's size of bytes at `out`, of which only
+/// the first `room` are there to be written. False when the container is damaged.
 bool decode(const V_File::VASFileEntry &entry, const std::uint8_t *block, std::uint8_t *out,
             unsigned int room) {
     if (entry.storedSize < vl::lzssHeaderSize || !vl::isContainerOf(block, entry))

@@ -33,7 +33,7 @@ struct EndEnumeration {
 };
 using OpenEnumeration = std::unique_ptr<vl::platform::Enumeration, EndEnumeration>;
 
-// Moves every element, in order, behind those of another list.
+/// Moves every element, in order, behind those of another list.
 template <class List>
 void moveAll(List &from, List &to) {
     while (auto *element = from.unlinkFirst())
@@ -132,7 +132,7 @@ bool V_File::loadArchivesOf(const char *directory) {
 
 void V_File::unloadArchives() {
     m_pArchive = nullptr; // a running search ends here
-    m_uStage = 3;
+    m_uStage = StageFinished;
     releaseArchives(*VASArchiveList);
 }
 

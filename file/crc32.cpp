@@ -18,12 +18,12 @@ namespace {
 
 constexpr std::uint32_t polynomial = 0xEDB88320; // bit 31 is x^0
 
-// One bit on: the register times x, modulo the polynomial.
+/// One bit on: the register times x, modulo the polynomial.
 constexpr std::uint32_t timesX(std::uint32_t value) { return value >> 1 ^ (value & 1 ? polynomial : 0); }
 
 constexpr std::size_t slices = 16;
 
-// Table k takes a byte that k further bytes follow.
+/// Table k takes a byte that k further bytes follow.
 constexpr auto sliceTables = [] {
     std::array<std::array<std::uint32_t, 256>, slices> tables{};
     for (std::uint32_t i = 0; i < 256; ++i) {
@@ -37,7 +37,7 @@ constexpr auto sliceTables = [] {
     return tables;
 }();
 
-// `crc` here and below is the bare register, without the inversions at start and end.
+/// `crc` here and below is the bare register, without the inversions at start and end.
 std::uint32_t updateSliced(std::uint32_t crc, const std::uint8_t *bytes, std::size_t size) {
     for (; size >= slices; bytes += slices, size -= slices) {
         const std::uint32_t words[4] = {crc ^ loadLe32(bytes), loadLe32(bytes + 4), loadLe32(bytes + 8),
@@ -53,8 +53,8 @@ std::uint32_t updateSliced(std::uint32_t crc, const std::uint8_t *bytes, std::si
 
 #ifdef VL_CRC32_CARRYLESS
 
-// x^n modulo the polynomial, as a factor of a carry-less multiplication: the product of two reflected numbers
-// comes out one bit low, hence the shift.
+/// x^n modulo the polynomial, as a factor of a carry-less multiplication: the product of two reflected
+/// numbers comes out one bit low, hence the shift.
 constexpr std::int64_t foldFactor(int n) {
     std::uint32_t value = 0x80000000;
     for (int i = 0; i < n; ++i)
@@ -64,7 +64,7 @@ constexpr std::int64_t foldFactor(int n) {
 
 #define VL_CARRYLESS __attribute__((target("sse2,pclmul")))
 
-// Moves 128 bits of the message `factors` further on and adds the 128 bits found there.
+/// Moves 128 bits of the message `factors` further on and adds the 128 bits found there.
 VL_CARRYLESS inline __m128i fold(__m128i value, __m128i factors, __m128i next) {
     const __m128i low = _mm_clmulepi64_si128(value, factors, 0x00);
     const __m128i high = _mm_clmulepi64_si128(value, factors, 0x11);
@@ -77,8 +77,8 @@ VL_CARRYLESS inline __m128i load(const std::uint8_t *bytes) {
 
 constexpr std::size_t carrylessMinimum = 64;
 
-// At least 64 bytes: four accumulators of 128 bits, folded 64 bytes on at each step, then into one another;
-// the tables reduce the last 128 bits.
+/// At least 64 bytes: four accumulators of 128 bits, folded 64 bytes on at each step, then into one another;
+/// the tables reduce the last 128 bits.
 VL_CARRYLESS std::uint32_t updateCarryless(std::uint32_t crc, const std::uint8_t *bytes, std::size_t size) {
     __m128i a = _mm_xor_si128(load(bytes), _mm_cvtsi32_si128(static_cast<int>(crc)));
     __m128i b = load(bytes + 16);
@@ -113,8 +113,8 @@ bool hasCarryless() {
 
 std::uint32_t crc32(const void *data, std::size_t size, std::uint32_t previous) {
 #ifdef VL_CRC32_CARRYLESS
-    static const bool sm_bCarryless = hasCarryless();
-    if (size >= carrylessMinimum && sm_bCarryless)
+    static const bool carryless = hasCarryless();
+    if (size >= carrylessMinimum && carryless)
         return ~updateCarryless(~previous, static_cast<const std::uint8_t *>(data), size);
 #endif
     return crc32Sliced(data, size, previous);

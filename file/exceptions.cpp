@@ -1,4 +1,4 @@
-// The exceptions of the file system and their messages.
+// The messages of the file system's exceptions.
 
 #include "vl/file/exception.h"
 

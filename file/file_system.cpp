@@ -5,7 +5,6 @@
 #include "file/path_text.h"
 #include "platform/platform.h"
 
-#include <algorithm>
 #include <cstring>
 
 using vl::PathText;
@@ -47,7 +46,7 @@ void enterDirectory(char (&out)[256], const char *dir) {
 
 V_File::V_File()
     : m_strPattern(), m_findData(), m_strSearchDir(), m_strDiskPattern(), m_strResult(), m_strDirKey() {
-    m_uStage = 3;
+    m_uStage = StageFinished;
     m_uIndex = 0;
     m_hFind = nullptr;
     m_pArchive = nullptr;

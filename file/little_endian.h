@@ -21,7 +21,7 @@ inline std::uint64_t loadLe64(const std::uint8_t *bytes) {
     return loadLe32(bytes) | std::uint64_t{loadLe32(bytes + 4)} << 32;
 }
 
-// As one copy, since Clang does not join single bytes where two of these loads overlap.
+/// As one copy, since Clang does not join single bytes where two of these loads overlap.
 inline std::uint64_t loadBe64(const std::uint8_t *bytes) {
     std::uint64_t value;
     std::memcpy(&value, bytes, sizeof value);

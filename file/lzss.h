@@ -26,10 +26,10 @@
 
 namespace vl {
 
-inline constexpr unsigned lzssRingSize = 4096;
-inline constexpr unsigned lzssLongestMatch = 18;
-inline constexpr unsigned lzssThreshold = 2; // a match this short costs as much as its literals
-inline constexpr unsigned lzssFirstPosition = lzssRingSize - lzssLongestMatch;
+inline constexpr unsigned int lzssRingSize = 4096;
+inline constexpr unsigned int lzssLongestMatch = 18;
+inline constexpr unsigned int lzssThreshold = 2; // a match this short costs as much as its literals
+inline constexpr unsigned int lzssFirstPosition = lzssRingSize - lzssLongestMatch;
 inline constexpr std::uint8_t lzssInitialFill = 0x20;
 
 inline constexpr std::size_t lzssHeaderSize = 12;
@@ -95,7 +95,7 @@ class LzssStreamDecoder {
     bool atItemBoundary() const { return !m_bPairBegun && m_uMatchLeft == 0; }
 
   private:
-    // Where decode() stands in its two buffers.
+    /// Where decode() stands in its two buffers.
     struct Cursor {
         const std::uint8_t *in;
         const std::uint8_t *inEnd;
@@ -107,17 +107,17 @@ class LzssStreamDecoder {
     template <bool Early>
     void decodeGroups(Cursor &cursor) const;
     void decodeItems(Cursor &cursor);
-    void copyMatch(Cursor &cursor, unsigned position, std::size_t count) const;
+    void copyMatch(Cursor &cursor, unsigned int position, std::size_t count) const;
     void remember(const std::uint8_t *bytes, std::size_t count);
 
-    // The last 4096 bytes before the current call; positions 4096 on mirror the first ones, so that the
-    // longest match can be read without wrapping.
+    /// The last 4096 bytes before the current call; positions 4096 on mirror the first ones, so that the
+    /// longest match can be read without wrapping.
     std::uint8_t m_ring[lzssRingSize + lzssLongestMatch - 1];
-    unsigned m_uPosition;      // ring position of the next byte
-    unsigned m_uFlags;         // flag bits to come below a sentinel bit; 1 when a flag byte is due
-    unsigned m_uMatchPosition; // of the match under way
-    unsigned m_uMatchLeft;     // bytes of it still to come
-    bool m_bPairBegun;         // the first byte of a pair has been read, the second not yet
+    unsigned int m_uPosition;      ///< ring position of the next byte
+    unsigned int m_uFlags;         ///< flag bits to come below a sentinel bit; 1 when a flag byte is due
+    unsigned int m_uMatchPosition; ///< of the match under way
+    unsigned int m_uMatchLeft;     ///< bytes of it still to come
+    bool m_bPairBegun;             ///< the first byte of a pair has been read, the second not yet
     std::uint8_t m_uPairFirst;
 };
 

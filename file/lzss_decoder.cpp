@@ -16,15 +16,15 @@
 namespace vl {
 namespace {
 
-constexpr unsigned ringMask = lzssRingSize - 1;
+constexpr unsigned int ringMask = lzssRingSize - 1;
 constexpr std::size_t wideCopy = 16;
 
-// What the fixed-width copies of one group may touch: a flag byte, eight pairs and what a literal's copy
-// reads beyond its byte; eight longest matches.
+/// What the fixed-width copies of one group may touch: a flag byte, eight pairs and what a literal's copy
+/// reads beyond its byte; eight longest matches.
 constexpr std::size_t groupInput = 1 + 8 * 2 + lzssLongestMatch;
 constexpr std::size_t groupOutput = 8 * lzssLongestMatch + lzssLongestMatch;
 
-// Copies 18 bytes, correct also when `to` lies 16 or more bytes behind `from` and overlaps it.
+/// Copies 18 bytes, correct also when `to` lies 16 or more bytes behind `from` and overlaps it.
 inline void copyLongest(std::uint8_t *to, const std::uint8_t *from) {
     std::uint8_t wide[wideCopy];
     std::memcpy(wide, from, wideCopy);
@@ -34,7 +34,7 @@ inline void copyLongest(std::uint8_t *to, const std::uint8_t *from) {
     std::memcpy(to + wideCopy, rest, 2);
 }
 
-// 0x01 in every `distance`-th byte: multiplying repeats a pattern of that many bytes over all eight.
+/// 0x01 in every `distance`-th byte: multiplying repeats a pattern of that many bytes over all eight.
 constexpr std::uint64_t repeatOf[8] = {0,
                                        0x0101010101010101,
                                        0x0001000100010001,
@@ -45,7 +45,8 @@ constexpr std::uint64_t repeatOf[8] = {0,
                                        0x0100000000000001};
 constexpr std::uint8_t stepOf[8] = {0, 8, 8, 6, 8, 5, 6, 7}; // the largest multiple of a distance up to 8
 
-// Writes the 18 (or a few more, up to 24) bytes at `to` that repeat the `distance` (1 to 15) bytes before it.
+/// Writes the 18 (or a few more, up to 24) bytes at `to` that repeat the `distance` (1 to 15) bytes before
+/// it.
 inline void repeatPattern(std::uint8_t *to, std::size_t distance) {
     if (distance >= 8) {
         for (int i = 0; i < 24; i += 8) {
@@ -75,8 +76,8 @@ void LzssStreamDecoder::reset() {
     m_uPairFirst = 0;
 }
 
-// Decodes groups of eight while both buffers have room for any group. Only between groups. The early form
-// asks of every match whether it begins before this call; from 4096 bytes on none can.
+/// Decodes groups of eight while both buffers have room for any group. Only between groups. The early form
+/// asks of every match whether it begins before this call; from 4096 bytes on none can.
 template <bool Early>
 void LzssStreamDecoder::decodeGroups(Cursor &cursor) const {
     const std::uint8_t *in = cursor.in;
@@ -87,9 +88,9 @@ void LzssStreamDecoder::decodeGroups(Cursor &cursor) const {
     const std::uint8_t *const lastIn = cursor.inEnd - groupInput;
     const std::size_t last = Early ? std::min<std::size_t>(cursor.outSize - groupOutput, lzssRingSize - 1)
                                    : cursor.outSize - groupOutput;
-    const unsigned bias = m_uPosition - 1;
+    const unsigned int bias = m_uPosition - 1;
     while (in <= lastIn && produced <= last) {
-        unsigned flags = *in++;
+        unsigned int flags = *in++;
         if (flags == 0xFF) {
             std::memcpy(out + produced, in, 8);
             in += 8;
@@ -100,9 +101,10 @@ void LzssStreamDecoder::decodeGroups(Cursor &cursor) const {
             // All ones for a match, 0 for a literal: half of the items are mispredicted when they are
             // branched on.
             const std::size_t match = static_cast<std::size_t>(flags & 1) - 1;
-            const unsigned pair = loadLe16(in);
-            const unsigned position = (pair & 0xFF) | (pair >> 4 & 0xF00);
-            const std::size_t distance = ((static_cast<unsigned>(produced) + bias - position) & ringMask) + 1;
+            const unsigned int pair = loadLe16(in);
+            const unsigned int position = (pair & 0xFF) | (pair >> 4 & 0xF00);
+            const std::size_t distance =
+                ((static_cast<unsigned int>(produced) + bias - position) & ringMask) + 1;
             const std::size_t length = 1 + (((pair >> 8 & 0x0F) + lzssThreshold) & match);
             std::uint8_t *const to = out + produced;
             if (Early && distance > produced && match) {
@@ -128,23 +130,23 @@ void LzssStreamDecoder::decodeGroups(Cursor &cursor) const {
     cursor.produced = produced;
 }
 
-// Produces `count` bytes of a match, wherever they come from.
-void LzssStreamDecoder::copyMatch(Cursor &cursor, unsigned position, std::size_t count) const {
+/// Produces `count` bytes of a match, wherever they come from.
+void LzssStreamDecoder::copyMatch(Cursor &cursor, unsigned int position, std::size_t count) const {
     const std::size_t distance =
-        ((static_cast<unsigned>(cursor.produced) + m_uPosition - 1 - position) & ringMask) + 1;
+        ((static_cast<unsigned int>(cursor.produced) + m_uPosition - 1 - position) & ringMask) + 1;
     for (; count > 0; --count, ++cursor.produced)
         cursor.out[cursor.produced] = distance > cursor.produced ? m_ring[position++ & ringMask]
                                                                  : cursor.out[cursor.produced - distance];
 }
 
-// Decodes item by item until the output is full or the input used up.
+/// Decodes item by item until the output is full or the input used up.
 void LzssStreamDecoder::decodeItems(Cursor &cursor) {
     for (;;) {
         if (m_uMatchLeft > 0) {
             const std::size_t count = std::min<std::size_t>(m_uMatchLeft, cursor.outSize - cursor.produced);
             copyMatch(cursor, m_uMatchPosition, count);
-            m_uMatchPosition = (m_uMatchPosition + static_cast<unsigned>(count)) & ringMask;
-            m_uMatchLeft -= static_cast<unsigned>(count);
+            m_uMatchPosition = (m_uMatchPosition + static_cast<unsigned int>(count)) & ringMask;
+            m_uMatchLeft -= static_cast<unsigned int>(count);
         }
         if (m_uFlags == 1) {
             if (cursor.produced < lzssRingSize)
@@ -174,14 +176,14 @@ void LzssStreamDecoder::decodeItems(Cursor &cursor) {
     }
 }
 
-// Takes the bytes that a call produced into the ring.
+/// Takes the bytes that a call produced into the ring.
 void LzssStreamDecoder::remember(const std::uint8_t *bytes, std::size_t count) {
     const std::size_t skipped = count > lzssRingSize ? count - lzssRingSize : 0;
-    unsigned position = (m_uPosition + static_cast<unsigned>(skipped)) & ringMask;
+    unsigned int position = (m_uPosition + static_cast<unsigned int>(skipped)) & ringMask;
     for (std::size_t done = skipped; done < count;) {
         const std::size_t piece = std::min<std::size_t>(count - done, lzssRingSize - position);
         std::memcpy(m_ring + position, bytes + done, piece);
-        position = (position + static_cast<unsigned>(piece)) & ringMask;
+        position = (position + static_cast<unsigned int>(piece)) & ringMask;
         done += piece;
     }
     std::memcpy(m_ring + lzssRingSize, m_ring, lzssLongestMatch - 1);

@@ -22,59 +22,59 @@
 namespace vl {
 namespace {
 
-constexpr unsigned nil = lzssRingSize;
-constexpr unsigned ringMask = lzssRingSize - 1;
+constexpr unsigned int nil = lzssRingSize;
+constexpr unsigned int ringMask = lzssRingSize - 1;
 
-// What a link holds: the node it leads to in the low 16 bits and, above, bytes 1 to 6 of that node's string
-// (byte 0 is the same in all of a tree), big-endian, so that most comparisons need nothing but the link.
+/// What a link holds: the node it leads to in the low 16 bits and, above, bytes 1 to 6 of that node's string
+/// (byte 0 is the same in all of a tree), big-endian, so that most comparisons need nothing but the link.
 using Link = std::uint64_t;
 constexpr Link nilLink = nil;
 
-constexpr unsigned node(Link link) { return static_cast<std::uint16_t>(link); }
+constexpr unsigned int node(Link link) { return static_cast<std::uint16_t>(link); }
 
 struct Match {
-    unsigned length;
-    unsigned position;
+    unsigned int length;
+    unsigned int position;
 };
 
-// The trees over the ring.
+/// The trees over the ring.
 class MatchTree {
   public:
     void initTree();
 
-    // Inserts the Count strings from ring position r on and finds the longest match for each; among equals
-    // the one nearest the root. A string equal in all 18 bytes is replaced: the newer position lives longer.
-    // Several at once, which must belong to different trees, keep each other from waiting.
-    template <unsigned Count>
-    void insertNodes(unsigned r, Match (&matches)[Count]);
+    /// Inserts the Count strings from ring position r on and finds the longest match for each; among equals
+    /// the one nearest the root. A string equal in all 18 bytes is replaced: the newer position lives longer.
+    /// Several at once, which must belong to different trees, keep each other from waiting.
+    template <unsigned int Count>
+    void insertNodes(unsigned int r, Match (&matches)[Count]);
 
-    void deleteNode(unsigned p);
+    void deleteNode(unsigned int p);
 
-    std::uint8_t text_buf[lzssRingSize + lzssLongestMatch - 1]; // positions 4096 on mirror 0 to 16
+    std::uint8_t text_buf[lzssRingSize + lzssLongestMatch - 1]; ///< positions 4096 on mirror 0 to 16
 
   private:
-    // A string on its way down.
+    /// A string on its way down.
     struct Descent {
         const std::uint8_t *key;
-        Link own;      // the link that will lead to it
-        unsigned slot; // the link reached, by number
-        Link link;     // and by content; nil at the end
-        // Length of the longest match << 32, then how near the root, then its position: the greatest value is
-        // the longest match met first.
+        Link own;          ///< the link that will lead to it
+        unsigned int slot; ///< the link reached, by number
+        Link link;         ///< and by content; nil at the end
+        /// Length of the longest match << 32, then how near the root, then its position: the greatest value
+        /// is the longest match met first.
         std::uint64_t longest;
         std::uint64_t nearness;
     };
 
-    Descent start(unsigned r);
+    Descent start(unsigned int r);
     bool step(Descent &descent);
     Match end(const Descent &descent);
 
-    // Links are numbered: node p owns 2p (left child) and 2p + 1 (right child), the roots follow the nodes.
-    // Node 4096 is nil; its links and its dad are written now and then and never matter.
-    static constexpr unsigned roots = 2 * (lzssRingSize + 1);
-    static constexpr unsigned left(unsigned p) { return 2 * p; }
-    static constexpr unsigned right(unsigned p) { return 2 * p + 1; }
-    void setLink(unsigned slot, Link link) {
+    /// Links are numbered: node p owns 2p (left child) and 2p + 1 (right child), the roots follow the nodes.
+    /// Node 4096 is nil; its links and its dad are written now and then and never matter.
+    static constexpr unsigned int roots = 2 * (lzssRingSize + 1);
+    static constexpr unsigned int left(unsigned int p) { return 2 * p; }
+    static constexpr unsigned int right(unsigned int p) { return 2 * p + 1; }
+    void setLink(unsigned int slot, Link link) {
         sons[slot] = link;
         dad[node(link)] = static_cast<std::uint16_t>(slot);
     }
@@ -82,7 +82,7 @@ class MatchTree {
     static constexpr std::uint16_t noLink = 0xFFFF;
 
     Link sons[roots + 256];
-    std::uint16_t dad[lzssRingSize + 1]; // number of the link that leads to each node; noLink outside
+    std::uint16_t dad[lzssRingSize + 1]; ///< number of the link that leads to each node; noLink outside
 };
 
 void MatchTree::initTree() {
@@ -90,27 +90,27 @@ void MatchTree::initTree() {
     std::fill(dad, dad + lzssRingSize, noLink);
 }
 
-inline MatchTree::Descent MatchTree::start(unsigned r) {
+inline MatchTree::Descent MatchTree::start(unsigned int r) {
     const std::uint8_t *const key = text_buf + r;
-    const unsigned slot = roots + key[0];
+    const unsigned int slot = roots + key[0];
     sons[left(r)] = sons[right(r)] = nilLink;
     return {key, (loadBe64(key + 1) & ~Link{0xFFFF}) | r, slot, sons[slot],
             0,   std::uint64_t{lzssRingSize} << 16};
 }
 
-// Compares with one node and goes on to its child; at the end of the branch, where the link is nil, nothing
-// changes any more. True while there is something to compare with.
-// Always inline, so that the descents of one loop stay in registers.
+/// Compares with one node and goes on to its child; at the end of the branch, where the link is nil, nothing
+/// changes any more. True while there is something to compare with. Always inline, so that the descents of
+/// one loop stay in registers.
 [[gnu::always_inline]] inline bool MatchTree::step(Descent &descent) {
-    const unsigned p = node(descent.link);
+    const unsigned int p = node(descent.link);
     const bool going = p != nil;
-    unsigned goRight = descent.own > descent.link;
+    unsigned int goRight = descent.own > descent.link;
     const std::uint64_t difference = descent.own ^ descent.link;
     // Shorter matches are written as literals: where they were found does not matter.
     if (difference < std::uint64_t{1} << 48) {
         if (!going)
             return false;
-        unsigned length = 1 + static_cast<unsigned>(std::countl_zero(difference)) / 8;
+        unsigned int length = 1 + static_cast<unsigned int>(std::countl_zero(difference)) / 8;
         if (length > 6) {
             const std::uint8_t *const text = text_buf + p;
             std::uint64_t keyTail = loadBe64(descent.key + 7);
@@ -121,10 +121,10 @@ inline MatchTree::Descent MatchTree::start(unsigned r) {
                 textTail = loadBe64(text + 10);
                 length = 10;
             }
-            length += static_cast<unsigned>(std::countl_zero(keyTail ^ textTail)) / 8;
+            length += static_cast<unsigned int>(std::countl_zero(keyTail ^ textTail)) / 8;
             goRight = keyTail > textTail;
             if (length == lzssLongestMatch) {
-                const unsigned r = node(descent.own);
+                const unsigned int r = node(descent.own);
                 setLink(left(r), sons[left(p)]);
                 setLink(right(r), sons[right(p)]);
                 dad[p] = noLink;
@@ -136,7 +136,7 @@ inline MatchTree::Descent MatchTree::start(unsigned r) {
         descent.longest = std::max(descent.longest, (std::uint64_t{length} << 32) + descent.nearness + p);
         descent.nearness -= 1 << 16;
     }
-    const unsigned child = 2 * p + goRight;
+    const unsigned int child = 2 * p + goRight;
     descent.link = sons[child];
     descent.slot = going ? child : descent.slot;
     return going;
@@ -144,13 +144,14 @@ inline MatchTree::Descent MatchTree::start(unsigned r) {
 
 inline Match MatchTree::end(const Descent &descent) {
     setLink(descent.slot, descent.own);
-    return {static_cast<unsigned>(descent.longest >> 32), static_cast<unsigned>(descent.longest & ringMask)};
+    return {static_cast<unsigned int>(descent.longest >> 32),
+            static_cast<unsigned int>(descent.longest & ringMask)};
 }
 
-template <unsigned Count>
-void MatchTree::insertNodes(unsigned r, Match (&matches)[Count]) {
+template <unsigned int Count>
+void MatchTree::insertNodes(unsigned int r, Match (&matches)[Count]) {
     Descent descents[Count];
-    for (unsigned i = 0; i < Count; ++i)
+    for (unsigned int i = 0; i < Count; ++i)
         descents[i] = start((r + i) & ringMask);
     bool going;
     do {
@@ -159,12 +160,12 @@ void MatchTree::insertNodes(unsigned r, Match (&matches)[Count]) {
         for (Descent &descent : descents)
             going |= step(descent);
     } while (going);
-    for (unsigned i = 0; i < Count; ++i)
+    for (unsigned int i = 0; i < Count; ++i)
         matches[i] = end(descents[i]);
 }
 
-void MatchTree::deleteNode(unsigned p) {
-    const unsigned slot = dad[p];
+void MatchTree::deleteNode(unsigned int p) {
+    const unsigned int slot = dad[p];
     if (slot == noLink)
         return;
     const Link smaller = sons[left(p)];
@@ -181,14 +182,14 @@ void MatchTree::deleteNode(unsigned p) {
     dad[p] = noLink;
 }
 
-// Turns one match per position into items.
+/// Turns one match per position into items.
 class ItemWriter {
   public:
     explicit ItemWriter(std::uint8_t *out) : m_pOut(out) {}
 
-    // The next position: its byte, the match found for it, and how many bytes there are from it on. Positions
-    // that an earlier match covers are passed over.
-    void position(std::uint8_t byte, const Match &match, unsigned ahead) {
+    /// The next position: its byte, the match found for it, and how many bytes there are from it on.
+    /// Positions that an earlier match covers are passed over.
+    void position(std::uint8_t byte, const Match &match, unsigned int ahead) {
         if (m_uCovered > 0) {
             --m_uCovered;
             return;
@@ -198,7 +199,7 @@ class ItemWriter {
             *m_pFlags = 0;
             m_uMask = 1;
         }
-        const unsigned length = std::min(match.length, ahead);
+        const unsigned int length = std::min(match.length, ahead);
         if (length <= lzssThreshold) {
             *m_pFlags = static_cast<std::uint8_t>(*m_pFlags | m_uMask);
             *m_pOut++ = byte;
@@ -216,8 +217,8 @@ class ItemWriter {
   private:
     std::uint8_t *m_pOut;
     std::uint8_t *m_pFlags = nullptr;
-    unsigned m_uMask = 0x100;
-    unsigned m_uCovered = 0;
+    unsigned int m_uMask = 0x100;
+    unsigned int m_uCovered = 0;
 };
 
 class Encoder {
@@ -225,38 +226,40 @@ class Encoder {
     std::uint64_t encode(const std::uint8_t *data, std::uint32_t size, std::uint8_t *out);
 
   private:
-    static unsigned after(unsigned position, unsigned count) { return (position + count) & ringMask; }
+    static unsigned int after(unsigned int position, unsigned int count) {
+        return (position + count) & ringMask;
+    }
 
     void deleteOldest() {
         tree.deleteNode(s);
         s = after(s, 1);
     }
-    bool independent(unsigned count) const;
-    template <unsigned Count>
+    bool independent(unsigned int count) const;
+    template <unsigned int Count>
     void advance(const std::uint8_t *data, ItemWriter &writer);
 
     MatchTree tree;
-    unsigned s; // the oldest position: leaves the window, takes the byte that enters the look-ahead
-    unsigned r; // the position last inserted; r + 18 is s
+    unsigned int s; ///< the oldest position: leaves the window, takes the byte that enters the look-ahead
+    unsigned int r; ///< the position last inserted; r + 18 is s
 };
 
-// Whether the next `count` positions can be inserted at once. The trees grow and shrink in the same order
-// whatever items are written, and trees of different first bytes have nothing to do with each other: so they
-// can if every string goes into a tree of its own, and into none that a deletion due after it would change.
-bool Encoder::independent(unsigned count) const {
+/// Whether the next `count` positions can be inserted at once. The trees grow and shrink in the same order
+/// whatever items are written, and trees of different first bytes have nothing to do with each other: so they
+/// can if every string goes into a tree of its own, and into none that a deletion due after it would change.
+bool Encoder::independent(unsigned int count) const {
     const std::uint8_t *const inserted = tree.text_buf + after(r, 1);
     const std::uint8_t *const deleted = tree.text_buf + s;
     bool result = true;
-    for (unsigned later = 1; later < count; ++later)
-        for (unsigned i = 0; i < later; ++i)
+    for (unsigned int later = 1; later < count; ++later)
+        for (unsigned int i = 0; i < later; ++i)
             result &= inserted[i] != inserted[later] && inserted[i] != deleted[later];
     return result;
 }
 
-// Takes Count bytes into the look-ahead and moves on to the positions that become codable.
-template <unsigned Count>
+/// Takes Count bytes into the look-ahead and moves on to the positions that become codable.
+template <unsigned int Count>
 void Encoder::advance(const std::uint8_t *data, ItemWriter &writer) {
-    for (unsigned i = 0; i < Count; ++i) {
+    for (unsigned int i = 0; i < Count; ++i) {
         tree.text_buf[s] = data[i];
         if (s < lzssLongestMatch - 1)
             tree.text_buf[s + lzssRingSize] = data[i];
@@ -271,7 +274,7 @@ void Encoder::advance(const std::uint8_t *data, ItemWriter &writer) {
 }
 
 std::uint64_t Encoder::encode(const std::uint8_t *data, std::uint32_t size, std::uint8_t *out) {
-    unsigned ahead = std::min(size, lzssLongestMatch);
+    unsigned int ahead = std::min(size, lzssLongestMatch);
     if (ahead == 0)
         return 0;
     const std::uint8_t *const end = data + size;
@@ -282,7 +285,7 @@ std::uint64_t Encoder::encode(const std::uint8_t *data, std::uint32_t size, std:
     std::memcpy(tree.text_buf + r, data, ahead);
     data += ahead;
     Match match[1];
-    for (unsigned i = 1; i <= lzssLongestMatch; ++i)
+    for (unsigned int i = 1; i <= lzssLongestMatch; ++i)
         tree.insertNodes(r - i, match);
     tree.insertNodes(r, match);
     ItemWriter writer(out);
@@ -310,7 +313,7 @@ std::uint64_t Encoder::encode(const std::uint8_t *data, std::uint32_t size, std:
     return static_cast<std::uint64_t>(writer.end() - out);
 }
 
-Encoder sm_encoder;
+Encoder encoder;
 
 } // namespace
 
@@ -333,7 +336,7 @@ std::uint64_t lzssBound(std::uint32_t size) {
 }
 
 std::uint64_t lzssEncode(const std::uint8_t *data, std::uint32_t size, std::uint8_t *out) {
-    return sm_encoder.encode(data, size, out);
+    return encoder.encode(data, size, out);
 }
 
 } // namespace vl

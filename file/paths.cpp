@@ -96,7 +96,9 @@ std::string_view V_File::relativeToAbsolutePath(char *out, const char *name) {
         if (!fromRoot)
             path.append(m_path);
         join(path, normalised);
-    } else if (m_archiveHandling == AH_DIRECTORIES && (hasDrive(text) || (fromRoot && text[1] == '\\'))) {
+    } else if (m_archiveHandling == AH_DIRECTORIES
+                   ? hasDrive(text) || (fromRoot && text[1] == '\\')
+                   : std::V_CTrI::compare(text, m_path, 3) == 0) { // drive and backslash
         path.append(normalised.view());
     } else if (fromRoot) {
         path.append({m_path, 2}); // the drive

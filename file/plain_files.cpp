@@ -8,7 +8,6 @@
 #include "file/path_text.h"
 #include "platform/platform.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 

@@ -48,7 +48,7 @@ class Scrambler {
     void run(const std::uint8_t *source, std::uint8_t *target, std::size_t size);
 
     std::int32_t m_iState;
-    unsigned m_uPhase = 0; // the next byte's index modulo 640, the common period of mask and rotation
+    unsigned int m_uPhase = 0; ///< the next byte's index modulo 640, the common period of mask and rotation
 };
 
 /// Scrambles a whole region at once, `seed` being the state before the first byte. `source` and `target` as

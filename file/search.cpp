@@ -19,8 +19,6 @@ using vl::platform::PathBuffer;
 
 namespace {
 
-enum Stage : unsigned int { stageDisk, stageArchiveDirectories, stageArchiveFiles, stageFinished };
-
 /// -1, 0 or +1 as `key`, cut to the length of `prefix`, sorts before, with or behind `prefix`.
 int comparePrefix(const char *key, const char *prefix, std::size_t length) {
     for (std::size_t i = 0; i < length; ++i) {
@@ -56,7 +54,7 @@ int V_File::xstricmp(const char *pattern, const char *name) {
 const char *V_File::findFirst(const char *pattern) {
     vl::platform::endEnumeration(m_hFind);
     m_hFind = nullptr;
-    m_uStage = stageFinished; // should what follows throw
+    m_uStage = StageFinished; // should what follows throw
 
     PathBuffer resolved;
     relativeToAbsolutePath(resolved, pattern); // refuses what is too long
@@ -82,7 +80,7 @@ const char *V_File::findFirst(const char *pattern) {
         diskPattern.append('\\');
     diskPattern.append("*.*");
 
-    m_uStage = stageDisk;
+    m_uStage = StageDisk;
     m_uIndex = 0;
     m_iNoDirYet = 1;
     m_findDirIDList->removeAll();
@@ -92,29 +90,29 @@ const char *V_File::findFirst(const char *pattern) {
 }
 
 const char *V_File::findNext() {
-    if (m_uStage == stageDisk) {
+    if (m_uStage == StageDisk) {
         if (const char *name = findNextOnDisk())
             return name;
         vl::platform::endEnumeration(m_hFind);
         m_hFind = nullptr;
-        m_uStage = stageArchiveDirectories;
+        m_uStage = StageArchiveDirectories;
         m_uIndex = 0;
     }
     if (!isActive(m_pArchive))
-        m_uStage = stageFinished; // there is none, or the archives have changed under the search
-    if (m_uStage == stageArchiveDirectories) {
+        m_uStage = StageFinished; // there is none, or the archives have changed under the search
+    if (m_uStage == StageArchiveDirectories) {
         if (const char *name = findNextDirectory())
             return name;
-        m_uStage = stageArchiveFiles;
+        m_uStage = StageArchiveFiles;
         m_pArchive = VASArchiveList->getFirst();
         m_uIndex = 0;
         m_pDirIDCursor = m_findDirIDList->getFirst();
         writeDirKey();
     }
-    if (m_uStage == stageArchiveFiles) {
+    if (m_uStage == StageArchiveFiles) {
         if (const char *name = findNextFile())
             return name;
-        m_uStage = stageFinished;
+        m_uStage = StageFinished;
     }
     return nullptr;
 }

@@ -20,7 +20,7 @@
 
 namespace {
 
-// From this size on a read costs less when it skips the buffer.
+/// From this size on a read costs less when it skips the buffer.
 constexpr unsigned int largeRead = 32768;
 
 constexpr std::uint64_t unknownPosition = ~std::uint64_t{0};

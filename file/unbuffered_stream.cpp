@@ -92,10 +92,7 @@ V_UnbufferedFileStream::~V_UnbufferedFileStream() {
 }
 
 void V_UnbufferedFileStream::allocateBlock() {
-    const std::uint64_t size = std::uint64_t{sectorSize} + blockSize;
-    if (size > 0xFFFFFFFFu)
-        V_throw(V_MemoryException_Allocation());
-    rawBlock = vl::allocateArray<unsigned char>(static_cast<std::size_t>(size));
+    rawBlock = vl::allocateArray<unsigned char>(std::uint64_t{sectorSize} + blockSize);
     const auto misaligned =
         static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(rawBlock) % sectorSize);
     block = rawBlock + (misaligned == 0 ? 0 : sectorSize - misaligned);

@@ -19,7 +19,7 @@ using Bytes = std::vector<std::uint8_t>;
 
 constexpr unsigned int largestLoaded = 1 << 16;
 
-// The paths that the tables of a plain archive name.
+/// The paths that the tables of a plain archive name.
 std::vector<std::string> pathsIn(const Bytes &plain, std::size_t fileInfoSize, std::size_t dirInfoSize) {
     const std::uint8_t *position = plain.data() + vl::archiveHeaderSize + fileInfoSize;
     const std::uint8_t *end = position + dirInfoSize;

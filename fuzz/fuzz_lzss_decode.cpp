@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (size < 3)
         return 0;
     const std::size_t outSize = data[0] | data[1] << 8;
-    unsigned pieces = data[2] + 1u;
+    unsigned int pieces = data[2] + 1u;
     const std::vector<std::uint8_t> code(data + 3, data + size);
 
     std::vector<std::uint8_t> expected(outSize);

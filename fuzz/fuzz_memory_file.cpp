@@ -126,7 +126,7 @@ class Run {
     }
 
     V_MemoryFile &m_file;
-    std::deque<V_MemoryFile::Chunk> m_chunks; // each may lie in the one before
+    std::deque<V_MemoryFile::Chunk> m_chunks; ///< each may lie in the one before
     const std::uint8_t *m_program, *m_end;
     std::string m_trace;
 };

@@ -49,8 +49,10 @@ std::string expectedPath(int mode, const std::string &given) {
         return name;
     if (mode == V_File::AH_ARCHIVES)
         return joined(name[0] == '\\' ? "" : current, name);
-    if (mode == V_File::AH_DIRECTORIES &&
-        (name.compare(0, 2, "\\\\") == 0 || (name.size() > 1 && name[1] == ':')))
+    const bool hasDrive = name.size() > 1 && name[1] == ':';
+    if (mode == V_File::AH_DIRECTORIES && (name.compare(0, 2, "\\\\") == 0 || hasDrive))
+        return name;
+    if (mode == V_File::AH_LOCAL_ROOT && hasDrive && (name[0] | 0x20) == 'c' && name[2] == '\\')
         return name;
     return name[0] == '\\' ? current.substr(0, 2) + name : joined(current, name);
 }

@@ -1,4 +1,4 @@
-// The exceptions of memory files: their messages.
+// The messages of the memory files' exceptions.
 
 #include "vl/memoryfile/exception.h"
 

@@ -1,9 +1,9 @@
 // Loading archives: damaged, cut short or without memory they are refused and leave nothing behind; parked,
 // prioritised and reloaded they keep their order and are released in the end.
 
-#include "support/archive_builder.h"
-#include "support/failing_allocation.h"
-#include "support/library_test.h"
+#include "tests/support/archive_builder.h"
+#include "tests/support/failing_allocation.h"
+#include "tests/support/library_test.h"
 
 #include <cstdlib>
 #include <optional>
@@ -12,12 +12,12 @@ namespace {
 
 class ArchiveLoading : public LibraryTest {
   protected:
-    // Loads what the root holds now.
+    /// Loads what the root holds now.
     void reload() { File->setFileSystemRoot(m_strRoot.c_str()); }
 
     std::string fullPath(const std::string &name) { return engineRoot() + "\\" + name; }
 
-    // An archive with one file, `\who`, that says `content`.
+    /// An archive with one file, `\who`, that says `content`.
     void writeNamed(const std::string &path, const std::string &content) {
         std::filesystem::create_directories((root() / path).parent_path());
         ArchiveBuilder().add("\\who", content).write(root() / path);
@@ -213,7 +213,7 @@ TEST_F(ArchiveLoading, PriorityArchiveStaysFirstThroughParkingAndGoesWithTheRest
     reload();                  // those parked remain until shutdown
 }
 
-// Start-up loads what lies beside the program, so the program is given a directory of its own.
+/// Start-up loads what lies beside the program, so the program is given a directory of its own.
 TEST(ArchiveStartUp, LoadsTheArchivesBesideTheProgram) {
     const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe");
     const TemporaryDirectory directory(self.parent_path());
@@ -227,7 +227,7 @@ TEST(ArchiveStartUp, LoadsTheArchivesBesideTheProgram) {
     EXPECT_EQ(std::system(command.c_str()), 0) << readFile(directory.path() / "output");
 }
 
-// Run by the test above.
+/// Run by the test above.
 TEST(ArchiveStartUp, DISABLED_BesideTheProgram) {
     std::optional<V_VantorInit> library;
     const auto start = [&] {

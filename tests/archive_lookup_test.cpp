@@ -1,8 +1,8 @@
 // Looking names up: which of disk and archives answers, in which spelling a name is found, and that every
 // name of a large table is, with the index and without it.
 
-#include "support/archive_builder.h"
-#include "support/library_test.h"
+#include "tests/support/archive_builder.h"
+#include "tests/support/library_test.h"
 
 #include "file/archive_index.h"
 
@@ -69,8 +69,8 @@ TEST_F(ArchiveLookup, TellsWhatTheTablesSay) {
     File->verifyArchiverID(id);
 }
 
-// A table of names in no order, among them equal ones, of which the first record counts. Sizes tell entries
-// apart.
+/// A table of names in no order, among them equal ones, of which the first record counts. Sizes tell entries
+/// apart.
 class ManyNames {
   public:
     ArchiveBuilder builder;

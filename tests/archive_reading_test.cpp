@@ -1,8 +1,8 @@
 // Reading archived files: every method gives back what was put in, in whole or in part, and damage of every
 // kind is reported.
 
-#include "support/archive_builder.h"
-#include "support/library_test.h"
+#include "tests/support/archive_builder.h"
+#include "tests/support/library_test.h"
 
 #include "vl/file/stream.h"
 
@@ -18,7 +18,7 @@ class ArchiveReading : public LibraryTest {
         File->setFileSystemRoot(engineRoot().c_str());
     }
 
-    // What the load into a buffer gives, whatever size it is told.
+    /// What the load into a buffer gives, whatever size it is told.
     static std::string inBuffer(const char *name, unsigned int size) {
         std::string buffer(File->size(name) + 1, '#');
         File->load(static_cast<void *>(buffer.data()), name, size);

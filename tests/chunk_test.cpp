@@ -1,9 +1,9 @@
 // Chunks: exact bytes, nesting, every kind of parent, and headers that lie.
 
-#include "support/archive_builder.h"
-#include "support/library_test.h"
-#include "support/memory_file_bytes.h"
-#include "support/random_tree.h"
+#include "tests/support/archive_builder.h"
+#include "tests/support/library_test.h"
+#include "tests/support/memory_file_bytes.h"
+#include "tests/support/random_tree.h"
 
 #include "vl/memoryfile.h"
 
@@ -20,8 +20,6 @@ std::string header(unsigned int id, unsigned int version, unsigned int size) {
 }
 
 class Chunks : public LibraryTest {};
-
-} // namespace
 
 TEST_F(Chunks, LieAsTheFormatSays) {
     V_MemoryFile file(1);
@@ -198,3 +196,5 @@ TEST_F(Chunks, AreOpenedIntoThemselves) {
         EXPECT_EQ(number, 5);
     }
 }
+
+} // namespace

@@ -1,9 +1,9 @@
 // The file system when memory runs out: every operation with each of its allocations failing in turn reports
 // that or does its work all the same, releases what it took, and succeeds at the next try.
 
-#include "support/archive_builder.h"
-#include "support/failing_allocation.h"
-#include "support/library_test.h"
+#include "tests/support/archive_builder.h"
+#include "tests/support/failing_allocation.h"
+#include "tests/support/library_test.h"
 
 #include "vl/file/stream.h"
 

@@ -24,8 +24,8 @@ Bytes encoded(const Bytes &data) {
     return out;
 }
 
-// Letters of an alphabet, and now and then a piece that was there before.
-Bytes generated(std::size_t size, unsigned letters) {
+/// Letters of an alphabet, and now and then a piece that was there before.
+Bytes generated(std::size_t size, unsigned int letters) {
     Random random(static_cast<std::uint32_t>(size * 7 + letters));
     Bytes data;
     while (data.size() < size) {
@@ -58,14 +58,14 @@ TEST(Lzss, BoundHoldsIncompressibleDataOfEverySize) {
                       vl::lzssHeaderSize + near + (near + 7) / 8);
 }
 
-// Sizes: every small one, then around the ring's size and some beyond it. The blocks have the exact sizes, so
-// that the address sanitizer sees a single byte too many.
+/// Sizes: every small one, then around the ring's size and some beyond it. The blocks have the exact sizes,
+/// so that the address sanitizer sees a single byte too many.
 TEST(Lzss, CodeIsThatOfThePlainEncoder) {
-    std::vector<unsigned> sizes = {4077, 4078, 4079, 4095, 4096, 4097, 8192, 70001};
-    for (unsigned size = 0; size <= 300; ++size)
+    std::vector<unsigned int> sizes = {4077, 4078, 4079, 4095, 4096, 4097, 8192, 70001};
+    for (unsigned int size = 0; size <= 300; ++size)
         sizes.push_back(size);
-    for (const unsigned letters : {1u, 2u, 3u, 20u, 256u})
-        for (const unsigned size : sizes) {
+    for (const unsigned int letters : {1u, 2u, 3u, 20u, 256u})
+        for (const unsigned int size : sizes) {
             const Bytes data = generated(size, letters), code = encoded(data);
             ASSERT_TRUE(code == plain::encode(data.data(), size)) << size << " bytes of " << letters;
             Bytes out(size, 0xEE);

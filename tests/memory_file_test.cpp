@@ -1,10 +1,10 @@
 // Memory files as bytes with a position: the ways to build one, growth, seeking, writing through to disk, and
 // what is refused.
 
-#include "support/archive_builder.h"
-#include "support/failing_allocation.h"
-#include "support/library_test.h"
-#include "support/memory_file_bytes.h"
+#include "tests/support/archive_builder.h"
+#include "tests/support/failing_allocation.h"
+#include "tests/support/library_test.h"
+#include "tests/support/memory_file_bytes.h"
 
 #include "vl/memoryfile.h"
 
@@ -17,14 +17,6 @@ namespace {
 std::string readAll(V_MemoryFile &file) {
     std::string text(file.getSize() - file.getPosition(), '\0');
     file.read(text.data(), static_cast<int>(text.size()));
-    return text;
-}
-
-std::string pattern(std::size_t size) {
-    std::string text(size, '\0');
-    std::mt19937 random(static_cast<unsigned int>(size));
-    for (char &c : text)
-        c = static_cast<char>(random() % 7 * 31);
     return text;
 }
 
@@ -55,8 +47,6 @@ class MemoryFile : public LibraryTest {
 };
 
 constexpr unsigned int streamSize = V_MemoryFile::STREAM_SIZE;
-
-} // namespace
 
 TEST_F(MemoryFile, WritesBytesOfItsOwnBufferWhileThatGrows) {
     V_MemoryFile file(4);
@@ -296,7 +286,7 @@ TEST_F(MemoryFile, TellsWhenTheDiskIsFull) {
     EXPECT_FALSE(file.hasWriteFailed());
 }
 
-TEST_F(MemoryFile, SurvivesEveryFailingAllocation) {
+TEST_F(MemoryFile, SurvivesTheFailureOfEveryAllocation) {
     const std::string content = pattern(streamSize);
     writeFile(root() / "data.dat", content);
     ArchiveBuilder().add("\\packed.dat", content, 2).write(root() / "A.VAS");
@@ -329,3 +319,5 @@ TEST_F(MemoryFile, SurvivesEveryFailingAllocation) {
         });
     EXPECT_GT(failures, 20);
 }
+
+} // namespace

@@ -1,6 +1,6 @@
 // How names are resolved, in every mode, and the library's current directory.
 
-#include "support/library_test.h"
+#include "tests/support/library_test.h"
 
 #include "platform/platform.h"
 
@@ -62,6 +62,9 @@ TEST_F(Names, OfTheSystemStayAsTheyAreInDirectoryMode) {
     for (const int mode : {static_cast<int>(V_File::AH_LOCAL_ROOT), 7}) { // 7 is no mode
         File->setArchiveHandling(mode);
         EXPECT_EQ(resolved("\\tmp\\f"), "C:\\tmp\\f");
+        EXPECT_EQ(resolved("D:/f"), engineRoot() + "\\D:\\f");
+        EXPECT_EQ(loaded(engineRoot() + "\\sub\\file.txt"), "here");
+        V_FileDirectoryChange("sub").destruct(); // throws when the way back is not found
         EXPECT_EQ(loaded("sub\\file.txt"), "here");
     }
 }

@@ -1,13 +1,13 @@
 // Files on disk: loaded, saved, appended to, deleted, sized, stamped and named.
 
-#include "support/library_test.h"
+#include "tests/support/library_test.h"
 
 #include <chrono>
 #include <cstring>
 
 namespace {
 
-using PlainFiles = LibraryTest;
+class PlainFiles : public LibraryTest {};
 
 TEST_F(PlainFiles, AreLoadedWholeOrInPart) {
     const std::string content("zero\0inside\r\n", 13);
@@ -107,7 +107,7 @@ TEST_F(PlainFiles, GetTheFirstFreeTemporaryName) {
 
 TEST_F(PlainFiles, TravelThroughContainersInMemory) {
     const std::string text(10000, 'x');
-    auto *packed = static_cast<char *>(File->compress(text.data(), static_cast<unsigned>(text.size())));
+    auto *packed = static_cast<char *>(File->compress(text.data(), static_cast<unsigned int>(text.size())));
     EXPECT_EQ(std::string(packed, 4), "VA->");
     auto *hidden = static_cast<char *>(File->encrypt("owner", packed, 100));
     EXPECT_EQ(std::string(hidden, 12), std::string("VC->\x64\0\0\0\x74\0\0\0", 12));

@@ -165,7 +165,7 @@ TEST(PlatformUnbuffered, GivesTheSameBytesWithAndWithoutDirectAccess) {
     closeUnbuffered(nullptr);
 }
 
-// Nobody writes to the pipe: what waits for a writer never ends.
+/// Nobody writes to the pipe: what waits for a writer never ends.
 TEST(PlatformFiles, AreNotReadWhereSomethingElseLies) {
     const TemporaryDirectory directory;
     ASSERT_EQ(mkfifo((directory.path() / "pipe").c_str(), 0666), 0);

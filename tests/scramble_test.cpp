@@ -21,8 +21,8 @@ TEST(Scramble, KnownBytes) {
     EXPECT_EQ(bytes, (Bytes{0xA4, 0x98, 0xEF}));
 }
 
-// Seeds that start in the cycle, fall into it early or late, or never (multiples of 30269), over more than
-// two rounds of it; as a whole and in pieces.
+/// Seeds that start in the cycle, fall into it early or late, or never (multiples of 30269), over more than
+/// two rounds of it; as a whole and in pieces.
 TEST(Scramble, AgreesWithTheDefinitionForEveryKindOfSeed) {
     Random random(2);
     std::vector<std::int32_t> seeds = {0,       1,           -1,    -4,     30268,

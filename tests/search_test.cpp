@@ -1,8 +1,8 @@
 // The search: its three sources and their order, directories in patterns, and tables that hold odd things.
 
-#include "support/archive_builder.h"
-#include "support/library_test.h"
-#include "support/plain_wildcards.h"
+#include "tests/support/archive_builder.h"
+#include "tests/support/library_test.h"
+#include "tests/support/plain_wildcards.h"
 
 #include <random>
 #include <set>
@@ -27,8 +27,6 @@ class Search : public LibraryTest {
         File->setFileSystemRoot(engineRoot().c_str());
     }
 };
-
-} // namespace
 
 TEST_F(Search, ListsTheDiskThenArchivedDirectoriesThenArchivedFiles) {
     writeFile(root() / "data" / "b.dat", "1");
@@ -68,7 +66,7 @@ TEST_F(Search, FollowsTheDirectoryOfThePattern) {
     EXPECT_EQ(find((engineRoot() + "\\data\\maps\\*").c_str()), (Names{"disk.map"}));
 }
 
-// Random trees, spread over several archives of which most lack most directories, beside a plain model.
+/// Random trees, spread over several archives of which most lack most directories, beside a plain model.
 TEST_F(Search, FindsWhatAPlainWalkFinds) {
     std::mt19937 random(11);
     const Names directories = {"\\", "\\a\\", "\\a\\b\\", "\\a\\B2\\", "\\ab\\", "\\A\\b\\c\\", "\\z\\"};
@@ -145,3 +143,5 @@ TEST_F(Search, EndsWhenItsArchivesGo) {
     File->disablePriorityArchive();
     EXPECT_EQ(File->findNext(), nullptr);
 }
+
+} // namespace

@@ -1,8 +1,8 @@
 // Streams over files on disk and archive entries: ranges, shared buffers, decoding on the way, and files that
 // are not what they claim to be.
 
-#include "support/archive_builder.h"
-#include "support/library_test.h"
+#include "tests/support/archive_builder.h"
+#include "tests/support/library_test.h"
 
 #include "vl/file/stream.h"
 
@@ -10,14 +10,6 @@
 #include <vector>
 
 namespace {
-
-std::string pattern(std::size_t size) {
-    std::string text(size, '\0');
-    std::mt19937 random(static_cast<unsigned int>(size));
-    for (char &c : text)
-        c = static_cast<char>(random() % 5 == 0 ? random() : 'a');
-    return text;
-}
 
 std::string readUpTo(V_FileStream &stream, std::size_t size) {
     std::string text(size, '\0');
@@ -53,8 +45,6 @@ class Streams : public LibraryTest {
 
 using Corrupted = V_FileException_FileCorrupted;
 using Unable = V_FileException_UnableToReadData;
-
-} // namespace
 
 TEST_F(Streams, DeliverTheSameInPiecesOfAnySize) {
     const std::string content = pattern(20000);
@@ -98,8 +88,8 @@ TEST_F(Streams, SeekInsideTheirRange) {
     }
 }
 
-// Many streams over one file, each a region of another, read and moved in random order: each must behave as
-// if it had the file to itself.
+/// Many streams over one file, each a region of another, read and moved in random order: each must behave as
+/// if it had the file to itself.
 TEST_F(Streams, ShareAFileAsIfEachHadItAlone) {
     const std::string content = pattern(90000);
     writeEverywhere(content);
@@ -218,8 +208,8 @@ TEST_F(Streams, NoticeAFileThatShrinks) {
     EXPECT_EQ(readUpTo(unbuffered, 12000), pattern(20000).substr(0, 12000));
 }
 
-// Code that gives other than was announced ends in an exception, once and for all, and the bytes before that
-// are those of an undamaged entry.
+/// Code that gives other than was announced ends in an exception, once and for all, and the bytes before that
+/// are those of an undamaged entry.
 TEST_F(Streams, NoticeDamagedEntries) {
     const std::string content = pattern(3000);
     for (const int longer : {100, -100})
@@ -249,3 +239,5 @@ TEST_F(Streams, NoticeDamagedEntries) {
     EXPECT_THROW(V_FileStream("packed", 64), Unable *);
     EXPECT_THROW(readAll(stored, 5000), Unable *);
 }
+
+} // namespace

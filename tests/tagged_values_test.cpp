@@ -1,7 +1,7 @@
 // Tagged values: exact bytes, round trips by every road, and what damage is answered with.
 
-#include "support/library_test.h"
-#include "support/memory_file_bytes.h"
+#include "tests/support/library_test.h"
+#include "tests/support/memory_file_bytes.h"
 
 #include "vl/math_types.h"
 #include "vl/memoryfile.h"
@@ -72,8 +72,6 @@ struct CanBeWritten<T, std::void_t<decltype(std::declval<V_MemoryFile &>() << st
     : std::true_type {};
 
 class TaggedValues : public LibraryTest {};
-
-} // namespace
 
 TEST_F(TaggedValues, LieAsTheFormatSays) {
     expectNumbers<int>(R"(
@@ -239,3 +237,5 @@ TEST_F(TaggedValues, LetClientsAddTypesOfTheirOwn) {
     file.toRead();
     EXPECT_THROW(file >> c, DataError *);
 }
+
+} // namespace

@@ -1,8 +1,8 @@
 // The tool's archive commands, run as a user runs them.
 
-#include "support/archive_builder.h"
-#include "support/library_test.h"
-#include "support/program.h"
+#include "tests/support/archive_builder.h"
+#include "tests/support/library_test.h"
+#include "tests/support/program.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,9 +1,9 @@
 // vl dump, run as a user runs it.
 
-#include "support/archive_builder.h"
-#include "support/library_test.h"
-#include "support/memory_file_bytes.h"
-#include "support/program.h"
+#include "tests/support/archive_builder.h"
+#include "tests/support/library_test.h"
+#include "tests/support/memory_file_bytes.h"
+#include "tests/support/program.h"
 #include "vl/math_types.h"
 #include "vl/memoryfile.h"
 

@@ -1,7 +1,7 @@
 // vl script, and the client that reads settings, run as a user runs them.
 
-#include "support/library_test.h"
-#include "support/program.h"
+#include "tests/support/library_test.h"
+#include "tests/support/program.h"
 
 #include <nlohmann/json.hpp>
 

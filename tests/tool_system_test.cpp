@@ -1,8 +1,10 @@
 // vl system, run as a user runs it.
 
-#include "support/program.h"
+#include "tests/support/program.h"
 
 #include <gtest/gtest.h>
+
+namespace {
 
 TEST(SystemTool, ShowsWhatTheLibraryAndTheSystemSay) {
     const Outcome outcome = runTool("system");
@@ -10,3 +12,5 @@ TEST(SystemTool, ShowsWhatTheLibraryAndTheSystemSay) {
     for (const char *row : {"processor  ", "SSE2  ", "physical memory  ", "available memory  "})
         EXPECT_NE(outcome.output.find(row), std::string::npos) << outcome.output;
 }
+
+} // namespace

@@ -42,8 +42,9 @@ class VL_API V_File {
     enum ArchiveHandling {
         AH_DIRECTORIES = 0, ///< the disk only; names are operating-system paths
         AH_ARCHIVES = 1,    ///< names are virtual paths below the local root, on disk and in archives
-        /// The disk only, as AH_DIRECTORIES, but a name cannot carry a drive of its own: every name is joined
-        /// to the current directory, or to its drive when it begins with a backslash.
+        /// The disk only, as AH_DIRECTORIES, but on the current directory's drive alone: a full path on it
+        /// stands as it is, so what was resolved once resolves to itself; any other name is joined to the
+        /// current directory, or to its drive when it begins with a backslash.
         AH_LOCAL_ROOT = 2
     };
 
@@ -130,9 +131,6 @@ class VL_API V_File {
 
     /// Version of archives that this library reads: 1.2.
     static const float VAS_ARCHIVE_VERSION;
-
-    V_File(const V_File &) = delete;
-    V_File &operator=(const V_File &) = delete;
 
     // ---- Names and directories -----------------------------------------------------------------------
 
@@ -291,7 +289,8 @@ class VL_API V_File {
     // ---- Containers and checksums --------------------------------------------------------------------
 
     /// A new "VA->" container holding `size` bytes compressed by LZSS; release it with free. 0 bytes give a
-    /// container of size 0. `owner` is a label without effect.
+    /// container of size 0; data from 3579135872 bytes on, whose worst case does not fit 32 bits, throws
+    /// V_MemoryException_Allocation. `owner` is a label without effect.
     void *compress(const char *owner, const void *data, unsigned int size);
     void *compress(const void *data, unsigned int size);
 
@@ -328,6 +327,8 @@ class VL_API V_File {
 
     V_File();
     ~V_File();
+    V_File(const V_File &) = delete;
+    V_File &operator=(const V_File &) = delete;
     void release();
 
     // Names (file/paths.cpp)
@@ -359,6 +360,7 @@ class VL_API V_File {
     void checkLargeLoad(const char *name, unsigned int size);
 
     // Search (file/search.cpp)
+    enum Stage : unsigned int { StageDisk, StageArchiveDirectories, StageArchiveFiles, StageFinished };
     static int xstricmp(const char *pattern, const char *name);
     static bool isActive(const V_VASArchive *archive);
     const char *findNextOnDisk();
@@ -368,7 +370,7 @@ class VL_API V_File {
 
     // Per object: the running search, and the override setting.
     char m_strPattern[256];
-    unsigned int m_uStage;
+    unsigned int m_uStage; ///< a Stage
     unsigned int m_uIndex;
     char m_findData[256]; ///< the name found on disk
     vl::platform::Enumeration *m_hFind;

@@ -345,7 +345,6 @@ long residentMemory() {
 
 } // namespace
 
-// Every exception of the library is caught as a V_Exception *, which the check does not see of pointers.
 int main(int count, char **arguments) {
     CLI::App app("Starts, uses and stops the library at random, over and over.", "soak");
     double seconds = 3600, margin = 1;

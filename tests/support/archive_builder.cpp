@@ -22,7 +22,7 @@ std::string scrambledPlainly(std::string bytes, std::uint32_t seed) {
         state = 171 * (state % 177) - 2 * (state / 177);
         const auto mixed = static_cast<std::uint8_t>((static_cast<std::uint8_t>(bytes[i]) - state) ^
                                                      static_cast<std::int64_t>((i + 3) * 6));
-        const auto turn = static_cast<unsigned>(i % 5);
+        const auto turn = static_cast<unsigned int>(i % 5);
         bytes[i] = static_cast<char>(mixed >> turn | mixed << (8 - turn));
     }
     return bytes;

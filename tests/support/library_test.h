@@ -13,6 +13,7 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <random>
 #include <string>
 
 /// Runs `action` and returns the message of the V_Exception of class `Expected` that it throws, or what it
@@ -37,6 +38,15 @@ inline void writeFile(const std::filesystem::path &path, const std::string &cont
 inline std::string readFile(const std::filesystem::path &path) {
     std::ifstream stream(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/// Bytes that pack somewhat, always the same for one size.
+inline std::string pattern(std::size_t size) {
+    std::string text(size, '\0');
+    std::mt19937 random(static_cast<unsigned int>(size));
+    for (char &c : text)
+        c = static_cast<char>(random() % 5 == 0 ? random() : 'a');
+    return text;
 }
 
 class LibraryTest : public ::testing::Test {

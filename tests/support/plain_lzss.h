@@ -133,14 +133,14 @@ inline std::vector<std::uint8_t> encode(const std::uint8_t *data, std::size_t si
     return out;
 }
 
-// Decodes into at most `limit` bytes and returns how many there were. `whole` tells whether the code ended
-// just where the last item did and nothing went beyond the limit.
+/// Decodes into at most `limit` bytes and returns how many there were. `whole` tells whether the code ended
+/// just where the last item did and nothing went beyond the limit.
 inline std::size_t decode(const std::uint8_t *code, std::size_t size, std::uint8_t *out, std::size_t limit,
                           bool &whole) {
     std::uint8_t ring[4096];
     std::memset(ring, ' ', sizeof ring);
     std::size_t in = 0, produced = 0;
-    unsigned r = 4078, flags = 0;
+    unsigned int r = 4078, flags = 0;
     whole = false;
     while (in < size) {
         if (produced == limit)
@@ -155,10 +155,10 @@ inline std::size_t decode(const std::uint8_t *code, std::size_t size, std::uint8
         } else {
             if (size - in < 2)
                 return produced;
-            const unsigned position = code[in] | (code[in + 1] & 0xF0u) << 4;
-            const unsigned length = (code[in + 1] & 15u) + 3;
+            const unsigned int position = code[in] | (code[in + 1] & 0xF0u) << 4;
+            const unsigned int length = (code[in + 1] & 15u) + 3;
             in += 2;
-            for (unsigned k = 0; k < length; ++k) {
+            for (unsigned int k = 0; k < length; ++k) {
                 if (produced == limit)
                     return produced;
                 ring[r++ & 4095] = out[produced++] = ring[(position + k) & 4095];

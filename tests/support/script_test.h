@@ -40,10 +40,10 @@ class ScriptTest : public LibraryTest {
     /// The message of `Expected` with which main.txt fails to load; afterwards everything must be as before.
     template <class Expected>
     static std::string failure() {
-        const int blocks = V_Memory::getNewCount() - V_Memory::getDeleteCount();
+        const int atRest = outstanding();
         const std::string directory = File->getCurrentDirectory();
         const std::string message = messageOf<Expected>([] { V_Script script("main.txt"); });
-        EXPECT_EQ(V_Memory::getNewCount() - V_Memory::getDeleteCount(), blocks) << message;
+        EXPECT_EQ(outstanding(), atRest) << message;
         EXPECT_EQ(File->getCurrentDirectory(), directory) << message;
         return message;
     }

@@ -27,8 +27,8 @@ V_File::CalendarTime calendarTime(fs::file_time_type time) {
     const year_month_day date(day);
     const hh_mm_ss<milliseconds> clock(point - day);
     const auto narrow = [](auto value) { return static_cast<unsigned short>(value); };
-    return {narrow(static_cast<int>(date.year())), narrow(static_cast<unsigned>(date.month())),
-            narrow(weekday(day).c_encoding()),     narrow(static_cast<unsigned>(date.day())),
+    return {narrow(static_cast<int>(date.year())), narrow(static_cast<unsigned int>(date.month())),
+            narrow(weekday(day).c_encoding()),     narrow(static_cast<unsigned int>(date.day())),
             narrow(clock.hours().count()),         narrow(clock.minutes().count()),
             narrow(clock.seconds().count()),       narrow(clock.subseconds().count())};
 }

@@ -16,7 +16,7 @@ struct MethodRule {
     V_File::Method method;
 };
 
-/// One file to be packed. `key` is its name as the archive's key orders it.
+/// One file to be packed.
 struct SourceFile {
     std::filesystem::path path;
     std::string name;
@@ -38,7 +38,7 @@ struct SourceTree {
 /// Lists `root`. Links to files are followed; links to directories and special files are left out, each with
 /// a warning on standard error. `exclude` holds patterns of files and directories to leave out without a
 /// word, `output` is left out as well. Throws std::runtime_error, naming the file, for what the format cannot
-/// hold: names that differ only in case, paths beyond 255 characters, names with a backslash, more than 99999
+/// hold: names that differ only in case, paths beyond 254 characters, names with a backslash, more than 99999
 /// directories, files of 4 GiB.
 SourceTree listSource(const std::filesystem::path &root, const std::vector<std::string> &exclude,
                       V_File::Method defaultMethod, const std::vector<MethodRule> &rules,

@@ -18,7 +18,7 @@
 #include <stdexcept>
 
 namespace fs = std::filesystem;
-using nlohmann::json;
+using json = nlohmann::ordered_json;
 
 namespace {
 

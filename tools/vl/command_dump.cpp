@@ -257,7 +257,7 @@ class Dumper {
     bool m_bDamaged = false;
 };
 
-// ---- Printing --------------------------------------------------------------------------------------------
+// ---- Printing ------------------------------------------------------------------------------------------
 
 /// One item to a line.
 void printJson(const json &items, int depth) {
@@ -297,13 +297,13 @@ void printText(const json &items, int depth) {
     }
 }
 
-// ---- The command -----------------------------------------------------------------------------------------
+// ---- The command ---------------------------------------------------------------------------------------
 
 std::string contentOf(const DumpOptions &options) {
     if (options.archive.empty()) {
         std::ifstream stream(options.file, std::ios::binary);
         if (!stream || !std::filesystem::is_regular_file(options.file))
-            throw std::runtime_error("cannot read " + options.file);
+            throw std::runtime_error(options.file + ": cannot be read");
         return {std::istreambuf_iterator<char>(stream), {}};
     }
     // The archive spells its names with backslashes from the root and ignores case, and so may the user.
@@ -315,13 +315,13 @@ std::string contentOf(const DumpOptions &options) {
     for (const V_File::VASFileEntry *entry : archive.files())
         if (V_StringI(archive.pathOf(*entry).c_str()) == wanted.c_str())
             return archive.read(*entry);
-    throw std::runtime_error("no file " + options.file + " in " + options.archive);
+    throw std::runtime_error(options.archive + ": no file " + options.file);
 }
 
 int dump(const DumpOptions &options) {
     const std::string content = contentOf(options);
     if (content.size() > 0xFFFFFFFFu)
-        throw std::runtime_error(options.file + " is too large for a memory file");
+        throw std::runtime_error(options.file + ": too large for a memory file");
     Dumper dumper(content, options.untagged);
     const json items = dumper.items(0, static_cast<unsigned int>(content.size()), 0);
     if (options.asJson)
@@ -334,7 +334,7 @@ int dump(const DumpOptions &options) {
 } // namespace
 
 void addDumpCommand(CLI::App &app, int &exitStatus) {
-    CLI::App *command = app.add_subcommand("dump", "Show a data file as a tree of its chunks and values");
+    CLI::App *command = app.add_subcommand("dump", "Show a data file as a tree of its chunks and values.");
     auto options = std::make_shared<DumpOptions>();
     command->add_option("FILE", options->file, "The data file; with --archive, its name in the archive")
         ->required();

@@ -20,14 +20,14 @@
 #include <string>
 #include <vector>
 
-using nlohmann::ordered_json;
+using json = nlohmann::ordered_json;
 
 namespace {
 
 struct Options {
     std::vector<std::string> files;
     std::string archive;
-    bool json = false;
+    bool asJson = false;
 };
 
 /// Traces loads for as long as it lives.
@@ -64,7 +64,7 @@ bool report(const ScriptSource &source, const std::string &file, std::FILE *out,
     }
 }
 
-// ---- tree -------------------------------------------------------------------------------------------------
+// ---- tree ----------------------------------------------------------------------------------------------
 
 void printTree(V_Script &script) {
     const std::string indent(script.getIndent() * 2, ' ');
@@ -80,12 +80,12 @@ void printTree(V_Script &script) {
     }
 }
 
-ordered_json treeOf(V_Script &script) {
-    ordered_json block = {{"name", script.getBlockName()}};
+json treeOf(V_Script &script) {
+    json block = {{"name", script.getBlockName()}};
     for (unsigned int i = 0; i < script.countLvalues(); ++i) {
         const char *value = script.getAssignment(i);
         block["statements"].push_back(
-            {{"name", script.getLvalue(i)}, {"value", value ? ordered_json(value) : ordered_json()}});
+            {{"name", script.getLvalue(i)}, {"value", value ? json(value) : json()}});
     }
     for (unsigned int i = 0; i < script.count(); ++i) {
         const V_ScriptLock lock(&script, i);
@@ -94,14 +94,14 @@ ordered_json treeOf(V_Script &script) {
     return block;
 }
 
-void showTree(V_Script &script, bool json) {
-    if (json)
-        std::puts(treeOf(script).dump(2, ' ', false, ordered_json::error_handler_t::replace).c_str());
+void showTree(V_Script &script, bool asJson) {
+    if (asJson)
+        std::puts(treeOf(script).dump(2, ' ', false, json::error_handler_t::replace).c_str());
     else
         printTree(script);
 }
 
-// ---- text -------------------------------------------------------------------------------------------------
+// ---- text ----------------------------------------------------------------------------------------------
 
 void showText(const std::string &name) {
     const std::size_t directory = name.find_last_of("\\/") + 1;
@@ -125,7 +125,8 @@ int forEachFile(const Options &options, std::FILE *out,
 } // namespace
 
 void addScriptCommand(CLI::App &app, int &exitStatus) {
-    CLI::App *parent = app.add_subcommand("script", "Check scripts, and show what the library reads in them");
+    CLI::App *parent =
+        app.add_subcommand("script", "Check scripts, and show what the library reads in them.");
     parent->require_subcommand(1);
     const auto options = std::make_shared<Options>();
     const auto add = [&](const char *name, const char *help) {
@@ -138,22 +139,22 @@ void addScriptCommand(CLI::App &app, int &exitStatus) {
     };
 
     add("check",
-        "Load scripts and report their mistakes, one a line; the exit status is 1 when there are any")
+        "Load scripts and report their mistakes, one a line; the exit status is 1 when there are any.")
         ->callback([options, &exitStatus] {
             exitStatus =
                 forEachFile(*options, stdout, [](const std::string &name) { V_Script script(name.c_str()); });
         });
 
-    CLI::App *tree = add("tree", "Print the blocks and statements of scripts");
-    tree->add_flag("--json", options->json, "As JSON");
+    CLI::App *tree = add("tree", "Print the blocks and statements of scripts.");
+    tree->add_flag("--json", options->asJson, "As JSON");
     tree->callback([options, &exitStatus] {
         exitStatus = forEachFile(*options, stderr, [&](const std::string &name) {
             V_Script script(name.c_str());
-            showTree(script, options->json);
+            showTree(script, options->asJson);
         });
     });
 
-    add("text", "Print the preprocessed texts of scripts")->callback([options, &exitStatus] {
+    add("text", "Print the preprocessed texts of scripts.")->callback([options, &exitStatus] {
         exitStatus = forEachFile(*options, stderr, showText);
     });
 }

@@ -14,13 +14,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-bool equalWithoutCase(const std::string &a, const std::string &b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](char x, char y) { return lower(x) == lower(y); });
-}
-
 /// The path as the disk spells it: the library takes names in any case, an editor does not.
 fs::path spelledAsOnDisk(const fs::path &path) {
     fs::path result;
@@ -30,9 +23,10 @@ fs::path spelledAsOnDisk(const fs::path &path) {
             result /= element;
             continue;
         }
+        const V_StringI wanted(element.c_str());
         std::vector<std::string> matches;
         for (const auto &entry : fs::directory_iterator(result, ignored))
-            if (equalWithoutCase(entry.path().filename().string(), element.string()))
+            if (wanted == entry.path().filename().c_str())
                 matches.push_back(entry.path().filename().string());
         std::sort(matches.begin(), matches.end());
         result /= matches.empty() ? element.string() : matches.front();
@@ -55,7 +49,7 @@ ScriptSource::ScriptSource(const std::string &archive) : m_startDirectory(fs::cu
     // A root of its own, where no other archive and no file on disk gets in the way.
     std::string root = (fs::temp_directory_path() / "vl-script-XXXXXX").string();
     if (!mkdtemp(root.data()))
-        throw std::runtime_error("cannot create a temporary directory");
+        throw std::runtime_error(root + ": cannot be created");
     m_archiveRoot = root;
     try {
         fs::create_symlink(target, m_archiveRoot / "SCRIPTS.VAS");

@@ -189,7 +189,7 @@ void V_MemoryFile::readText(String &text) {
     read(&text[0], static_cast<int>(length));
 }
 
-// ---- The operators ---------------------------------------------------------------------------------------
+// ---- The operators -------------------------------------------------------------------------------------
 
 #define VL_PLAIN_VALUE(Type, Tag, Size)                                                                      \
     inline V_MemoryFile &operator<<(V_MemoryFile &file, const Type &value) {                                 \

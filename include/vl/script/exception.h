@@ -22,7 +22,7 @@ class VL_API V_ScriptLoaderException : public V_ScriptException {};
     }
 #define VL_LOADER_EXCEPTION(Case, ...) VL_SCRIPT_EXCEPTION(V_ScriptLoaderException, Case, __VA_ARGS__)
 
-// ---- Preprocessing: comments, brackets, string markings, directives ---------------------------------------
+// ---- Preprocessing: comments, brackets, string markings, directives ------------------------------------
 
 /// "V_ScriptLoader: Block comment /*...*/ starting\nin line %u of \"%s\" doesn't end!"
 VL_LOADER_EXCEPTION(BlockComment, unsigned int line, const char *file);
@@ -57,7 +57,7 @@ VL_LOADER_EXCEPTION(UnknownDirective, unsigned int line, const char *file);
 /// "V_ScriptLoader: File \"%s\" ends with\nopened bracket from line %u!"
 VL_LOADER_EXCEPTION(NoClosingBracket, const char *file, unsigned int openLine);
 
-// ---- Block structure --------------------------------------------------------------------------------------
+// ---- Block structure -----------------------------------------------------------------------------------
 
 /// "V_ScriptLoader: Tag brackets [ ] cannot\nbe empty: block [%s]!"
 VL_LOADER_EXCEPTION(EmptyTag, const char *nesting);
@@ -87,7 +87,7 @@ VL_LOADER_EXCEPTION(OutOfBlockMemory, int frameSize);
 
 #undef VL_LOADER_EXCEPTION
 
-// ---- A loaded script --------------------------------------------------------------------------------------
+// ---- A loaded script -----------------------------------------------------------------------------------
 
 #define VL_SCRIPT_LEAF(Case, ...) VL_SCRIPT_EXCEPTION(V_ScriptException, Case, __VA_ARGS__)
 

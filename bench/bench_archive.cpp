@@ -3,6 +3,7 @@
 // calls: the library asks the disk before the archives, so a lookup cannot cost less than one failing stat,
 // and a read is one open, one pread and one close of the archive.
 
+#include "file/archive_access.h"
 #include "platform/platform.h"
 #include "tests/support/archive_builder.h"
 #include "tests/support/temporary_directory.h"
@@ -203,6 +204,27 @@ void where_physfs(benchmark::State &state, Spelling spelling) {
     overAll(state, fixture().zipNames[spelling], [](const char *name) { return PHYSFS_exists(name); });
 }
 
+// An entry that has been found.
+void read_entry(benchmark::State &state) {
+    V_File::V_VASArchive archive{};
+    vl::ArchiveAccess::load(archive, enginePath(fixture().vas).c_str());
+    std::vector<const V_File::VASFileEntry *> large;
+    for (unsigned int i = 0; i < archive.header.fileCount; ++i)
+        if (archive.files[i].size == entrySize)
+            large.push_back(&archive.files[i]);
+    std::mt19937 random(1);
+    std::shuffle(large.begin(), large.end(), random);
+    std::vector<unsigned char> buffer(entrySize);
+    std::size_t i = 0;
+    for (auto _ : state) {
+        vl::ArchiveAccess::read(archive, *large[i], "", buffer.data());
+        i = i + 1 == large.size() ? 0 : i + 1;
+    }
+    state.SetItemsProcessed(state.iterations());
+    vl::ArchiveAccess::release(archive);
+}
+
+// By its name.
 void read(benchmark::State &state) {
     std::vector<unsigned char> buffer(entrySize);
     overAll(state, fixture().largeNames, [&](const char *name) {
@@ -244,6 +266,7 @@ EACH_SPELLING(where_stat);
 EACH_SPELLING(where_libzip);
 BENCHMARK_CAPTURE(where_physfs, exact, Exact);
 BENCHMARK_CAPTURE(where_physfs, missing, Missing);
+BENCHMARK(read_entry);
 BENCHMARK(read);
 BENCHMARK_CAPTURE(read_system, open_pread_close, 0);
 BENCHMARK_CAPTURE(read_system, after_a_failed_open, 1);

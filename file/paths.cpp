@@ -111,6 +111,7 @@ std::string_view V_File::relativeToAbsolutePath(char *out, const char *name) {
 }
 
 std::string_view V_File::absolutePathToDirStructure(char *out, std::string_view path) {
+    // What callers hand over is zero-terminated, so that a refusal can name it.
     PathText diskPath(*reinterpret_cast<PathBuffer *>(out), path.data());
     if (m_archiveHandling != AH_ARCHIVES) {
         diskPath.append(path);

@@ -121,7 +121,6 @@ inline float noise3(float x, float y, float z) {
     const auto corners = [&](const std::uint8_t *hashes, float offsetX) {
         const unsigned int nearY = hashes[0] + az.cell;
         const unsigned int farY = hashes[1] + az.cell;
-        // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): it does not follow vector types
         return offsetX * loadPairs(g[0] + nearY, g[0] + farY) +
                offsetY * loadPairs(g[1] + nearY, g[1] + farY) +
                offsetZ * loadPairs(g[2] + nearY, g[2] + farY);

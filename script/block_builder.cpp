@@ -104,7 +104,7 @@ char *endOfLeftSide(char *q, char *end) {
     return q;
 }
 
-enum class RightSide { complete, secondAssignment, endless };
+enum class RightSide { Complete, SecondAssignment, Endless };
 
 /// Moves `q` from the first character of a right side behind its semicolon, which becomes a zero, and drops
 /// quotation marks, and whitespace outside string markings, on the way.
@@ -124,14 +124,14 @@ RightSide compactRightSide(char *&q, char *end) {
         } else if (inMarking || c == '\\') {
             *out++ = c;
         } else if (c == '=') {
-            return RightSide::secondAssignment;
+            return RightSide::SecondAssignment;
         } else if (c == ';') {
             *out = 0;
             ++q;
-            return RightSide::complete;
+            return RightSide::Complete;
         }
     }
-    return RightSide::endless;
+    return RightSide::Endless;
 }
 
 } // namespace
@@ -257,11 +257,11 @@ void V_ScriptLoader::generateContent(ScriptBlock *block, const char *text, unsig
                 fail<V_ScriptLoaderException_NoRValue>(block, text, position(leftSide), leftSide);
             block->m_ppAssignments[i] = q;
             switch (compactRightSide(q, copyEnd)) {
-            case RightSide::complete:
+            case RightSide::Complete:
                 break;
-            case RightSide::secondAssignment:
+            case RightSide::SecondAssignment:
                 fail<V_ScriptLoaderException_MultipleAssignment>(block, text, position(leftSide), leftSide);
-            case RightSide::endless:
+            case RightSide::Endless:
                 fail<V_ScriptLoaderException_RValueSpaces>(block, text, position(leftSide), leftSide);
             }
         } else if (separator != ';') {

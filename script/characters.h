@@ -29,6 +29,11 @@ constexpr bool isWhitespace(char c) { return whitespace.contains(c); }
 /// Scripts know the case of A-Z only.
 constexpr char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
+/// Whether a comment begins at `text`.
+constexpr bool isComment(const char *text, const char *end) {
+    return *text == '/' && end - text >= 2 && (text[1] == '/' || text[1] == '*');
+}
+
 /// Whether the two characters at `text` are \", which stand for a quotation mark that marks nothing.
 constexpr bool isEscapedQuote(const char *text, const char *end) {
     return *text == '\\' && end - text >= 2 && text[1] == '"';

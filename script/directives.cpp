@@ -29,7 +29,7 @@ class DefineValue {
                     add(' ');
                 m_bSpace = true;
                 continue;
-            } else if (*text == '/' && end - text >= 2 && (text[1] == '/' || text[1] == '*')) {
+            } else if (isComment(text, end)) {
                 break;
             } else {
                 add(lower(*text));
@@ -84,7 +84,7 @@ SourceFile::INCLUDEINSERT *SourceFile::processIncludeName(std::string_view word)
     insert->length = 0;
     insert->position = static_cast<unsigned int>(m_pWrite - m_pBytes);
     insert->line = m_uLine;
-    m_eDirective = Directive::none;
+    m_eDirective = Directive::None;
     return insert;
 }
 
@@ -106,7 +106,7 @@ void SourceFile::processDefineName(std::string_view word) {
                                                            m_strPath));
     }
     m_state.define(word, value.get());
-    m_eDirective = Directive::none;
+    m_eDirective = Directive::None;
 }
 
 } // namespace vl

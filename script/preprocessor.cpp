@@ -12,7 +12,6 @@
 
 #include <cstdint>
 #include <cstring>
-#include <limits>
 #include <utility>
 
 namespace vl {
@@ -50,10 +49,7 @@ char *SourceFile::assemble(unsigned int &length) {
     if (isTextAlready()) {
         text.reset(std::exchange(m_pBytes, nullptr));
     } else {
-        const std::uint64_t size = assembledSize();
-        if (size > std::numeric_limits<unsigned int>::max())
-            V_throw(V_MemoryException_Allocation());
-        text.reset(allocateArray<char>(static_cast<std::size_t>(size)));
+        text.reset(allocateArray<char>(assembledSize()));
         end = assembleText(text.get());
     }
     if (end != text.get() && end[-1] == ' ')

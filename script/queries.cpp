@@ -37,7 +37,7 @@ V_Script::~V_Script() {
     m_pCurrent = nullptr;
 }
 
-// ---- Names ------------------------------------------------------------------------------------------------
+// ---- Names ---------------------------------------------------------------------------------------------
 
 bool V_Script::lwrstrequal(const char *scriptText, const char *name) {
     for (; *scriptText && *scriptText == vl::lower(*name); ++scriptText)
@@ -69,7 +69,7 @@ ScriptBlock *V_Script::findNthBlock(const char *name, unsigned int index) const 
     return nullptr;
 }
 
-// ---- Cursor -----------------------------------------------------------------------------------------------
+// ---- Cursor --------------------------------------------------------------------------------------------
 
 void V_Script::lock(unsigned int index) {
     ScriptBlock *block = findBlock(index);
@@ -103,7 +103,7 @@ V_ScriptLock::~V_ScriptLock() {
     m_pScript = nullptr;
 }
 
-// ---- Queries ----------------------------------------------------------------------------------------------
+// ---- Queries -------------------------------------------------------------------------------------------
 
 const char *V_Script::getScriptName() const { return m_pRoot->m_pName; }
 

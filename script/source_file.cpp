@@ -27,11 +27,6 @@ struct WordCharacters {
 };
 constexpr WordCharacters wordCharacters;
 
-/// Whether a comment begins at `text`.
-bool isComment(const char *text, const char *end) {
-    return *text == '/' && end - text >= 2 && (text[1] == '/' || text[1] == '*');
-}
-
 } // namespace
 
 SourceFile::SourceFile(const char *path, SourceFile *includedBy)
@@ -61,14 +56,14 @@ SourceFile::INCLUDEINSERT *SourceFile::scan() {
         skipWhitespace();
         if (m_pRead == m_pEnd)
             break;
-        if (m_eDirective == Directive::none && !m_state.hasDefinitions() && !loadEnvironment.trace)
+        if (m_eDirective == Directive::None && !m_state.hasDefinitions() && !loadEnvironment.trace)
             copyPlainText();
         const std::string_view word = readWord();
         if (word.empty())
             continue;
-        if (m_eDirective == Directive::none)
+        if (m_eDirective == Directive::None)
             processOrdinaryWord(word);
-        else if (m_eDirective == Directive::define)
+        else if (m_eDirective == Directive::Define)
             processDefineName(word);
         else
             return processIncludeName(word);
@@ -191,9 +186,9 @@ void SourceFile::checkBracket(char c) {
 void SourceFile::processOrdinaryWord(std::string_view word) {
     if (word.front() == '#') {
         if (word == "#include")
-            m_eDirective = Directive::include;
+            m_eDirective = Directive::Include;
         else if (word == "#define")
-            m_eDirective = Directive::define;
+            m_eDirective = Directive::Define;
         else
             fail(m_uLine, V_ScriptLoaderException_UnknownDirective(m_uLine, m_strPath));
         return;

@@ -45,7 +45,7 @@ class SourceFile {
     unsigned int failureLine() const { return m_uFailureLine ? m_uFailureLine : m_uLine; }
 
   private:
-    enum class Directive { none, include, define };
+    enum class Directive { None, Include, Define };
 
     void skipComment();
     void skipWhitespace();
@@ -80,7 +80,7 @@ class SourceFile {
     char *m_pWrite; ///< end of the compacted text
     unsigned int m_uLine = 1;
     unsigned int m_uFailureLine = 0;
-    Directive m_eDirective = Directive::none;
+    Directive m_eDirective = Directive::None;
 
     V_DLList<BRACKETS> m_brackets; ///< the innermost last
     V_DLList<DEFINEINSERT> m_defines;

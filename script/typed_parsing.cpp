@@ -43,7 +43,7 @@ void store(void *destination, T value) {
     std::memcpy(destination, &value, sizeof value);
 }
 
-enum class Number { none, outOfRange, read };
+enum class Number { None, OutOfRange, Read };
 
 /// What the conversions %d (signed) and %u read from the start of `token`, as 32 bits.
 Number readInteger(std::string_view token, bool isSigned, std::uint32_t &value) {
@@ -54,12 +54,12 @@ Number readInteger(std::string_view token, bool isSigned, std::uint32_t &value) 
     std::uint32_t magnitude = 0;
     const auto [end, error] = std::from_chars(token.data(), token.data() + token.size(), magnitude);
     if (error == std::errc::invalid_argument)
-        return Number::none;
+        return Number::None;
     const std::uint32_t limit = isSigned ? 0x7FFFFFFFu + negative : 0xFFFFFFFFu;
     if (error != std::errc() || magnitude > limit)
-        return Number::outOfRange;
+        return Number::OutOfRange;
     value = negative ? 0 - magnitude : magnitude;
-    return Number::read;
+    return Number::Read;
 }
 
 /// 1, 0, or -1 for a word that is neither.
@@ -228,11 +228,11 @@ bool V_Script::convertInteger(const char *&text, char letter, void *destination)
 
     std::uint32_t value = 0;
     switch (readInteger(token, letter != 'u', value)) {
-    case Number::outOfRange:
+    case Number::OutOfRange:
         return false;
-    case Number::read:
+    case Number::Read:
         break;
-    case Number::none:
+    case Number::None:
         const int truth = readBool(token);
         if (truth < 0)
             return false;

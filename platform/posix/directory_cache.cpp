@@ -176,6 +176,8 @@ DirectoryCache::Stamp::Stamp(const struct stat &info)
       changedNanoseconds(info.st_ctim.tv_nsec) {}
 
 DirectoryCache::Directory *DirectoryCache::lookUp(std::string_view path) {
+    if (!m_directories.empty() && m_directories.front().path == path)
+        return &m_directories.front();
     const std::uint32_t hash = hashText<false>(path);
     for (Directory *p = m_pBuckets[hash % maxDirectories]; p; p = p->nextInBucket) {
         if (p->hash == hash && p->path == path) {

@@ -143,7 +143,7 @@ void mount(benchmark::State &state) {
     File->setFileSystemRoot(fixture().root.c_str());
 }
 
-void mount_libzip(benchmark::State &state) {
+void mountLibzip(benchmark::State &state) {
     zip_t *archive = nullptr;
     int error = 0;
     mounting(
@@ -152,7 +152,7 @@ void mount_libzip(benchmark::State &state) {
 }
 
 /// Takes seconds, so it is left mounted for the lookups and done once.
-void mount_physfs(benchmark::State &state) {
+void mountPhysfs(benchmark::State &state) {
     if (PHYSFS_isInit())
         PHYSFS_deinit();
     PHYSFS_init(nullptr);
@@ -175,19 +175,19 @@ void where(benchmark::State &state, Spelling spelling) {
 }
 
 /// What of it is the platform layer's asking the disk.
-void where_on_disk(benchmark::State &state, Spelling spelling) {
+void whereOnDisk(benchmark::State &state, Spelling spelling) {
     overAll(state, fixture().engineNames[spelling],
             [](const char *name) { return vl::platform::fileKind(name); });
 }
 
-void where_stat(benchmark::State &state, Spelling spelling) {
+void whereStat(benchmark::State &state, Spelling spelling) {
     overAll(state, fixture().diskNames[spelling], [](const char *name) {
         struct stat info;
         return stat(name, &info);
     });
 }
 
-void where_libzip(benchmark::State &state, Spelling spelling) {
+void whereLibzip(benchmark::State &state, Spelling spelling) {
     int error = 0;
     zip_t *archive = zip_open(fixture().zip.c_str(), ZIP_RDONLY, &error);
     const zip_flags_t flags = spelling == OtherCase ? ZIP_FL_NOCASE : 0;
@@ -196,7 +196,7 @@ void where_libzip(benchmark::State &state, Spelling spelling) {
     zip_discard(archive);
 }
 
-void where_physfs(benchmark::State &state, Spelling spelling) {
+void wherePhysfs(benchmark::State &state, Spelling spelling) {
     if (!PHYSFS_isInit()) {
         PHYSFS_init(nullptr);
         PHYSFS_mount(fixture().zip.c_str(), nullptr, 0);
@@ -205,7 +205,7 @@ void where_physfs(benchmark::State &state, Spelling spelling) {
 }
 
 // An entry that has been found.
-void read_entry(benchmark::State &state) {
+void readEntry(benchmark::State &state) {
     V_File::V_VASArchive archive{};
     vl::ArchiveAccess::load(archive, enginePath(fixture().vas).c_str());
     std::vector<const V_File::VASFileEntry *> large;
@@ -234,7 +234,7 @@ void read(benchmark::State &state) {
 }
 
 /// The calls that it cannot do without; `attempts` counts the opens that fail before, on disk.
-void read_system(benchmark::State &state, int attempts) {
+void readSystem(benchmark::State &state, int attempts) {
     std::vector<unsigned char> buffer(entrySize);
     std::mt19937 random(1);
     const std::size_t step = entrySize + (filesInEach - 1) * 5;
@@ -252,8 +252,8 @@ void read_system(benchmark::State &state, int attempts) {
 } // namespace
 
 BENCHMARK(mount)->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(mount_libzip)->UseManualTime()->Unit(benchmark::kMillisecond);
-BENCHMARK(mount_physfs)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(mountLibzip)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(mountPhysfs)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(1);
 #define EACH_SPELLING(function)                                                                              \
     BENCHMARK_CAPTURE(function, exact, Exact);                                                               \
     BENCHMARK_CAPTURE(function, in_order, InOrder);                                                          \
@@ -261,14 +261,14 @@ BENCHMARK(mount_physfs)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterati
     BENCHMARK_CAPTURE(function, missing, Missing);                                                           \
     BENCHMARK_CAPTURE(function, missing_directory, MissingDirectory)
 EACH_SPELLING(where);
-EACH_SPELLING(where_on_disk);
-EACH_SPELLING(where_stat);
-EACH_SPELLING(where_libzip);
-BENCHMARK_CAPTURE(where_physfs, exact, Exact);
-BENCHMARK_CAPTURE(where_physfs, missing, Missing);
-BENCHMARK(read_entry);
+EACH_SPELLING(whereOnDisk);
+EACH_SPELLING(whereStat);
+EACH_SPELLING(whereLibzip);
+BENCHMARK_CAPTURE(wherePhysfs, exact, Exact);
+BENCHMARK_CAPTURE(wherePhysfs, missing, Missing);
+BENCHMARK(readEntry);
 BENCHMARK(read);
-BENCHMARK_CAPTURE(read_system, open_pread_close, 0);
-BENCHMARK_CAPTURE(read_system, after_a_failed_open, 1);
+BENCHMARK_CAPTURE(readSystem, open_pread_close, 0);
+BENCHMARK_CAPTURE(readSystem, after_a_failed_open, 1);
 
 BENCHMARK_MAIN();

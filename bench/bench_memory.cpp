@@ -32,7 +32,7 @@ struct Buffers {
 };
 
 template <class Mover>
-void Copy(benchmark::State &state) {
+void copy(benchmark::State &state) {
     Buffers buffers(state);
     char *const a = buffers.bytes.data(), *const b = a + buffers.count;
     const unsigned int count = buffers.count;
@@ -44,7 +44,7 @@ void Copy(benchmark::State &state) {
 }
 
 template <class Mover>
-void Set(benchmark::State &state) {
+void set(benchmark::State &state) {
     Buffers buffers(state);
     char *const a = buffers.bytes.data();
     const unsigned int count = buffers.count;
@@ -56,7 +56,7 @@ void Set(benchmark::State &state) {
 }
 
 template <class Mover, bool equal>
-void Compare(benchmark::State &state) {
+void compare(benchmark::State &state) {
     Buffers buffers(state);
     char *const a = buffers.bytes.data(), *const b = a + buffers.count;
     const unsigned int count = buffers.count;
@@ -69,14 +69,14 @@ void Compare(benchmark::State &state) {
 }
 
 #define BENCH_SIZES Arg(64)->Arg(4096)->Arg(1 << 20)
-BENCHMARK(Copy<Vantor>)->BENCH_SIZES;
-BENCHMARK(Copy<Standard>)->BENCH_SIZES;
-BENCHMARK(Set<Vantor>)->BENCH_SIZES;
-BENCHMARK(Set<Standard>)->BENCH_SIZES;
-BENCHMARK(Compare<Vantor, true>)->Name("CompareEqual<Vantor>")->BENCH_SIZES;
-BENCHMARK(Compare<Standard, true>)->Name("CompareEqual<Standard>")->BENCH_SIZES;
-BENCHMARK(Compare<Vantor, false>)->Name("CompareDifferentAtTheEnd<Vantor>")->BENCH_SIZES;
-BENCHMARK(Compare<Standard, false>)->Name("CompareDifferentAtTheEnd<Standard>")->BENCH_SIZES;
+BENCHMARK(copy<Vantor>)->BENCH_SIZES;
+BENCHMARK(copy<Standard>)->BENCH_SIZES;
+BENCHMARK(set<Vantor>)->BENCH_SIZES;
+BENCHMARK(set<Standard>)->BENCH_SIZES;
+BENCHMARK(compare<Vantor, true>)->Name("compareEqual<Vantor>")->BENCH_SIZES;
+BENCHMARK(compare<Standard, true>)->Name("compareEqual<Standard>")->BENCH_SIZES;
+BENCHMARK(compare<Vantor, false>)->Name("compareDifferentAtTheEnd<Vantor>")->BENCH_SIZES;
+BENCHMARK(compare<Standard, false>)->Name("compareDifferentAtTheEnd<Standard>")->BENCH_SIZES;
 
 } // namespace
 

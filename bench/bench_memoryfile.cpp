@@ -108,7 +108,7 @@ void count(benchmark::State &state) {
 // ---- The memory file -----------------------------------------------------------------------------------
 
 template <class T>
-void write_vl(benchmark::State &state) {
+void writeVl(benchmark::State &state) {
     const auto &all = values<T>();
     V_MemoryFile file(roomForAll);
     for (auto _ : state) {
@@ -121,7 +121,7 @@ void write_vl(benchmark::State &state) {
 }
 
 template <class T>
-void read_vl(benchmark::State &state) {
+void readVl(benchmark::State &state) {
     V_MemoryFile file(roomForAll);
     for (const T &value : values<T>())
         file << value;
@@ -189,7 +189,7 @@ inline const unsigned char *get(const unsigned char *from, const unsigned char *
 }
 
 template <class T>
-void write_by_hand(benchmark::State &state) {
+void writeByHand(benchmark::State &state) {
     const auto &all = values<T>();
     std::vector<unsigned char> buffer(roomForAll);
     for (auto _ : state) {
@@ -202,7 +202,7 @@ void write_by_hand(benchmark::State &state) {
 }
 
 template <class T>
-void read_by_hand(benchmark::State &state) {
+void readByHand(benchmark::State &state) {
     std::vector<unsigned char> buffer(roomForAll);
     unsigned char *to = buffer.data();
     for (const T &value : values<T>())
@@ -229,7 +229,7 @@ class FlatBuffer : public std::streambuf {
 };
 
 template <class T>
-void write_cereal(benchmark::State &state) {
+void writeCereal(benchmark::State &state) {
     const auto &all = peerValues<T>();
     std::vector<char> bytes(roomForAll);
     for (auto _ : state) {
@@ -244,7 +244,7 @@ void write_cereal(benchmark::State &state) {
 }
 
 template <class T>
-void read_cereal(benchmark::State &state) {
+void readCereal(benchmark::State &state) {
     std::vector<char> bytes(roomForAll);
     {
         FlatBuffer buffer(bytes);
@@ -311,7 +311,7 @@ struct Visitor : msgpack::null_visitor {
 };
 
 template <class T>
-void write_msgpack(benchmark::State &state) {
+void writeMsgpack(benchmark::State &state) {
     const auto &all = peerValues<T>();
     msgpack::sbuffer buffer(roomForAll);
     for (auto _ : state) {
@@ -325,7 +325,7 @@ void write_msgpack(benchmark::State &state) {
 }
 
 template <class T>
-void read_msgpack(benchmark::State &state) {
+void readMsgpack(benchmark::State &state) {
     msgpack::sbuffer buffer(roomForAll);
     msgpack::packer<msgpack::sbuffer> packer(buffer);
     for (const auto &value : peerValues<T>())
@@ -344,14 +344,14 @@ void read_msgpack(benchmark::State &state) {
 }
 
 #define VL_SUBJECTS(Type)                                                                                    \
-    BENCHMARK(write_vl<Type>);                                                                               \
-    BENCHMARK(write_by_hand<Type>);                                                                          \
-    BENCHMARK(write_cereal<Type>);                                                                           \
-    BENCHMARK(write_msgpack<Type>);                                                                          \
-    BENCHMARK(read_vl<Type>);                                                                                \
-    BENCHMARK(read_by_hand<Type>);                                                                           \
-    BENCHMARK(read_cereal<Type>);                                                                            \
-    BENCHMARK(read_msgpack<Type>)
+    BENCHMARK(writeVl<Type>);                                                                                \
+    BENCHMARK(writeByHand<Type>);                                                                            \
+    BENCHMARK(writeCereal<Type>);                                                                            \
+    BENCHMARK(writeMsgpack<Type>);                                                                           \
+    BENCHMARK(readVl<Type>);                                                                                 \
+    BENCHMARK(readByHand<Type>);                                                                             \
+    BENCHMARK(readCereal<Type>);                                                                             \
+    BENCHMARK(readMsgpack<Type>)
 VL_SUBJECTS(int);
 VL_SUBJECTS(float);
 VL_SUBJECTS(V_String);

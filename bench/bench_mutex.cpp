@@ -16,7 +16,7 @@ Mutex &shared() {
 }
 
 template <class Mutex>
-void LockUnlock(benchmark::State &state) {
+void lockUnlock(benchmark::State &state) {
     Mutex &mutex = shared<Mutex>();
     for (auto _ : state) {
         mutex.lock();
@@ -24,8 +24,8 @@ void LockUnlock(benchmark::State &state) {
         mutex.unlock();
     }
 }
-BENCHMARK(LockUnlock<V_Mutex>)->ThreadRange(1, 2);
-BENCHMARK(LockUnlock<std::recursive_mutex>)->ThreadRange(1, 2);
+BENCHMARK(lockUnlock<V_Mutex>)->ThreadRange(1, 2);
+BENCHMARK(lockUnlock<std::recursive_mutex>)->ThreadRange(1, 2);
 
 } // namespace
 

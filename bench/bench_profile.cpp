@@ -17,25 +17,25 @@ constexpr const char *names[20] = {"input",     "network",   "scripts",   "anima
                                    "interface", "sound",     "streaming", "console",     "present"};
 
 /// Every section of the 20 in turn, inside a frame.
-void Section(benchmark::State &state) {
+void section(benchmark::State &state) {
     V_Profile::startFrame();
     for (const char *name : names)
-        const V_Profile section(name);
+        const V_Profile scope(name);
     for (auto _ : state)
         for (const char *name : names)
-            const V_Profile section(name);
+            const V_Profile scope(name);
     V_Profile::endFrame();
     state.SetItemsProcessed(state.iterations() * 20);
     state.SetLabel(Sys->getProcessorCaps() & V_System::CAP_TSC ? "20 sections" : "20 sections, no TSC");
 }
-BENCHMARK(Section);
+BENCHMARK(section);
 
 struct Record {
     char name[32];
     char figures[sizeof(V_PENTRY) - 32];
 };
 
-void WalkToNames(benchmark::State &state, int readings) {
+void walkToNames(benchmark::State &state, int readings) {
     V_DLList<Record> list;
     for (const char *name : names)
         std::strcpy(list.insertLast()->name, name);
@@ -53,44 +53,44 @@ void WalkToNames(benchmark::State &state, int readings) {
     state.SetItemsProcessed(state.iterations() * 20);
     state.SetLabel("20 sections");
 }
-BENCHMARK_CAPTURE(WalkToNames, FloorOfSection, 2);
-BENCHMARK_CAPTURE(WalkToNames, WithoutReadings, 0);
+BENCHMARK_CAPTURE(walkToNames, floor_of_section, 2);
+BENCHMARK_CAPTURE(walkToNames, without_readings, 0);
 
-void TwoTimeStamps(benchmark::State &state) {
+void twoTimeStamps(benchmark::State &state) {
     for (auto _ : state) {
         benchmark::DoNotOptimize(vl::platform::timeStampCounter());
         benchmark::DoNotOptimize(vl::platform::timeStampCounter());
     }
 }
-BENCHMARK(TwoTimeStamps);
+BENCHMARK(twoTimeStamps);
 
-void TwoSteadyClocks(benchmark::State &state) {
+void twoSteadyClocks(benchmark::State &state) {
     for (auto _ : state) {
         benchmark::DoNotOptimize(std::chrono::steady_clock::now());
         benchmark::DoNotOptimize(std::chrono::steady_clock::now());
     }
 }
-BENCHMARK(TwoSteadyClocks);
+BENCHMARK(twoSteadyClocks);
 
-void SectionOutsideFrame(benchmark::State &state) {
+void sectionOutsideFrame(benchmark::State &state) {
     for (auto _ : state) {
-        const V_Profile section("outside");
+        const V_Profile scope("outside");
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(SectionOutsideFrame);
+BENCHMARK(sectionOutsideFrame);
 
-void SectionWithProfilingOff(benchmark::State &state) {
+void sectionWithProfilingOff(benchmark::State &state) {
     V_Profile::startFrame();
     V_Profile::disableProfiling();
     for (auto _ : state) {
-        const V_Profile section("off");
+        const V_Profile scope("off");
         benchmark::ClobberMemory();
     }
     V_Profile::enableProfiling(true);
     V_Profile::endFrame();
 }
-BENCHMARK(SectionWithProfilingOff);
+BENCHMARK(sectionWithProfilingOff);
 
 } // namespace
 

@@ -78,8 +78,7 @@ bool seekFile(std::FILE *file, std::uint64_t position);
 /// Reads `count` bytes at `position` of an existing file in as few calls of the system as there can be: one
 /// to open, one to read, one to close. `delivered` is how many came, fewer only at the end of the file or on
 /// an error (nothing, of a pipe or the like). False, and nothing delivered, when the file cannot be opened; a
-/// directory never opens. What lies below the current directory is found there even when a directory above
-/// was renamed.
+/// directory never opens.
 bool readRange(const char *path, std::uint64_t position, void *buffer, std::uint32_t count,
                std::uint32_t &delivered);
 

@@ -132,6 +132,18 @@ TEST_F(ArchiveReading, ReportsDamagedEntries) {
         }
 }
 
+TEST_F(ArchiveReading, TakesTablesAndDataFromOneFileWhenTheRootWasReplaced) {
+    const auto app = root() / "app";
+    std::filesystem::create_directory(app);
+    ArchiveBuilder().add("\\f", "old").write(app / "a.bin");
+    File->setFileSystemRoot((engineRoot() + "\\app").c_str());
+    std::filesystem::rename(app, root() / "moved");
+    std::filesystem::create_directory(app);
+    ArchiveBuilder().add("\\f", "new").write(app / "a.bin");
+    File->enablePriorityArchive((engineRoot() + "\\app\\a.bin").c_str());
+    EXPECT_EQ(loaded("f"), "new");
+}
+
 TEST_F(ArchiveReading, ReportsArchivesThatVanishOrShrinkAfterLoading) {
     ArchiveBuilder builder;
     builder.add("\\stored", randomText(3000000, 256), 3).add("\\packed", randomText(3000000, 200), 1);

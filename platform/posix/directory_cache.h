@@ -89,8 +89,6 @@ class DirectoryCache {
 
     /// The path of the directory held; empty when none is, or the root.
     std::string_view heldDirectory() const { return {m_heldPath, m_uHeldLength}; }
-    /// Open on the directory held; -1 when none is.
-    int heldDescriptor() const { return m_iHeldDescriptor; }
     /// Where the part of a path that lies below the directory held begins; 0 when it lies elsewhere.
     unsigned int belowHeld(std::string_view path) const;
 

@@ -3,7 +3,6 @@
 #include "platform/posix/system.h"
 
 #include "platform/platform.h"
-#include "platform/posix/directory_cache.h"
 #include "platform/posix/spelling.h"
 
 #include <cstdint>
@@ -59,16 +58,12 @@ int openAnything(const char *path, int flags) {
     return descriptor;
 }
 
-/// Opens anything for reading under its exact spelling, from the directory held where it lies below that: so
-/// there is the least of a path to walk, and nothing is asked before. -1 on failure.
+/// Opens anything for reading under its exact spelling, without asking whether that is right. -1 on failure.
 int openAsSpelled(const char *path) {
     SystemPath system;
     if (!toSystemPath(system, path) || system.endsInSeparator)
         return -1;
-    const DirectoryCache &cache = DirectoryCache::instance();
-    const unsigned int below = cache.belowHeld({system.text, system.length});
-    return openat(below == 0 ? AT_FDCWD : cache.heldDescriptor(), system.text + below,
-                  O_RDONLY | O_CLOEXEC | withoutWaiting);
+    return open(system.text, O_RDONLY | O_CLOEXEC | withoutWaiting);
 }
 
 /// Opens a regular file, or for writing anything but a directory; -1 on failure.

@@ -8,8 +8,6 @@
 
 #include "vl/math_types.h"
 
-#include <png.h>
-
 #include <algorithm>
 #include <array>
 #include <cmath>

@@ -1,5 +1,6 @@
 // The bytes of a memory file: position, reading, and writing in memory or through to disk.
 
+#include "vl/core/memory.h"
 #include "vl/memoryfile.h"
 
 #include "platform/platform.h"

@@ -2,6 +2,7 @@
 
 #include "script/loader.h"
 
+#include "file/whole_file.h"
 #include "script/frame_memory.h"
 #include "script/load_environment.h"
 #include "script/work_state.h"
@@ -17,8 +18,8 @@ class FileSystemScripts final : public ScriptFiles {
   public:
     const char *fullPath(const char *name) override { return File->getFullPathName(name); }
     char *load(const char *path, unsigned int &size) override {
-        size = File->size(path);
-        return File->load("VL ScriptLoader", path, size);
+        size = V_File::WHOLE_FILE;
+        return loadWhole(path, size).release();
     }
 };
 

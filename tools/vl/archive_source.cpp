@@ -2,7 +2,7 @@
 
 #include "archive_source.h"
 
-#include "file/archive_format.h"
+#include "file/archive/archive_format.h"
 #include "platform/platform.h"
 
 #include <algorithm>

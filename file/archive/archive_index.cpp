@@ -1,9 +1,9 @@
 // Finding entries in an archive's tables (how: archive_index.h).
 
-#include "file/archive_index.h"
+#include "file/archive/archive_index.h"
 
 #include "core/counted.h"
-#include "file/archive_format.h"
+#include "file/archive/archive_format.h"
 #include "file/little_endian.h"
 
 #include <algorithm>

@@ -15,18 +15,13 @@ unsigned int V_File::instance = 0;
 
 namespace {
 
-/// The directory of the program that a command line names, which may be quoted.
-void directoryOfProgram(PathBuffer &out, const char *commandLine) {
-    const bool quoted = *commandLine == '"';
-    const char *begin = commandLine + quoted;
-    const char *end = std::strchr(begin, quoted ? '"' : ' ');
-    if (!end)
-        end = begin + std::strlen(begin);
-    PathText path(out, commandLine);
-    path.append({begin, static_cast<std::size_t>(end - begin)});
+/// Tells the directory that a program lies in.
+void directoryOfProgram(PathBuffer &out, const char *program) {
+    PathText path(out, program);
+    path.append(program);
     const std::size_t length = vl::directoryLength(out);
     const bool driveRoot = length == 3 && out[1] == ':';
-    path.cutTo(length == 0 || driveRoot ? length : length - 1);
+    path.cutTo(driveRoot ? length : length - 1);
 }
 
 /// Makes a directory the process's current directory and tells the name the system gives it. `out` holds the
@@ -59,13 +54,12 @@ V_File::V_File()
             createArchiveLists();
         if (!vl::platform::currentDirectory(m_strStartupDirectory))
             m_strStartupDirectory[0] = 0; // the process's business; nothing here depends on it
-        const char *commandLine = vl::platform::commandLine();
-        if (!commandLine)
+        const char *program = vl::platform::executablePath();
+        if (!program)
             V_throw(V_MemoryException_Allocation());
-        PathBuffer program;
-        directoryOfProgram(program, commandLine);
-        // A program path without a directory was found in the current one.
-        enterDirectory(m_originalLocalDirPath, program[0] ? program : ".");
+        PathBuffer directory;
+        directoryOfProgram(directory, program);
+        enterDirectory(m_originalLocalDirPath, directory);
         loadArchives();
     } catch (...) {
         release();

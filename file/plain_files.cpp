@@ -2,6 +2,7 @@
 
 #include "vl/file.h"
 
+#include "base/text.h"
 #include "core/counted.h"
 #include "file/archive_query.h"
 #include "file/open_file.h"
@@ -20,8 +21,7 @@ namespace {
 
 void upperCase(char *text) {
     for (; *text; ++text)
-        if (*text >= 'a' && *text <= 'z')
-            *text = static_cast<char>(*text - 'a' + 'A');
+        *text = vl::upper(*text);
 }
 
 template <class Time>

@@ -6,6 +6,7 @@
 
 #include "vl/file.h"
 
+#include "base/wildcards.h"
 #include "file/archive_format.h"
 #include "file/path_text.h"
 #include "platform/platform.h"
@@ -48,7 +49,7 @@ unsigned int firstWithPrefix(const Entry *entries, unsigned int count, const cha
 } // namespace
 
 int V_File::xstricmp(const char *pattern, const char *name) {
-    return vl::platform::matchesWildcards(pattern, name) ? 1 : 0;
+    return vl::matchesWildcards(pattern, name) ? 1 : 0;
 }
 
 const char *V_File::findFirst(const char *pattern) {

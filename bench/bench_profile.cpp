@@ -1,7 +1,7 @@
 // A section of the frame profiler, opened and closed, with 20 sections known: beside its floor (two readings
 // of the time-stamp counter and the walk over the names) and beside two calls of the standard clock.
 
-#include "platform/platform.h"
+#include "base/cpuid.h"
 #include "vl/core.h"
 
 #include <benchmark/benchmark.h>
@@ -42,13 +42,13 @@ void walkToNames(benchmark::State &state, int readings) {
     for (auto _ : state)
         for (const char *name : names) {
             if (readings)
-                benchmark::DoNotOptimize(vl::platform::timeStampCounter());
+                benchmark::DoNotOptimize(vl::timeStampCounter());
             const Record *record = list.getFirst();
             while (record && std::strcmp(record->name, name) != 0)
                 record = list.getNext(record);
             benchmark::DoNotOptimize(record);
             if (readings)
-                benchmark::DoNotOptimize(vl::platform::timeStampCounter());
+                benchmark::DoNotOptimize(vl::timeStampCounter());
         }
     state.SetItemsProcessed(state.iterations() * 20);
     state.SetLabel("20 sections");
@@ -58,8 +58,8 @@ BENCHMARK_CAPTURE(walkToNames, without_readings, 0);
 
 void twoTimeStamps(benchmark::State &state) {
     for (auto _ : state) {
-        benchmark::DoNotOptimize(vl::platform::timeStampCounter());
-        benchmark::DoNotOptimize(vl::platform::timeStampCounter());
+        benchmark::DoNotOptimize(vl::timeStampCounter());
+        benchmark::DoNotOptimize(vl::timeStampCounter());
     }
 }
 BENCHMARK(twoTimeStamps);

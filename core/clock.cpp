@@ -7,9 +7,9 @@
 
 namespace vl {
 
-constinit Machine machine = {platform::cpuid,
+constinit Machine machine = {cpuid,
                              platform::savesSseState,
-                             platform::timeStampCounter,
+                             timeStampCounter,
                              platform::performanceFrequency,
                              platform::performanceCounter,
                              platform::milliseconds,

@@ -3,12 +3,13 @@
 // The system object takes the processor and the counter from it when it is constructed.
 #pragma once
 
+#include "base/cpuid.h"
 #include "platform/platform.h"
 
 namespace vl {
 
 struct Machine {
-    bool (*cpuid)(std::uint32_t leaf, platform::CpuidRegisters &registers);
+    bool (*cpuid)(std::uint32_t leaf, CpuidRegisters &registers);
     bool (*savesSseState)();
     std::uint64_t (*timeStampCounter)();
     bool (*performanceFrequency)(std::int64_t &ticksPerSecond);

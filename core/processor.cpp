@@ -11,7 +11,6 @@
 namespace vl {
 namespace {
 
-using platform::CpuidRegisters;
 using System = V_System;
 
 constexpr std::uint32_t KB = 1024;

@@ -2,7 +2,7 @@
 // processor can be described on every machine.
 #pragma once
 
-#include "platform/platform.h"
+#include "base/cpuid.h"
 #include "vl/core/system.h"
 
 #include <cstdint>
@@ -27,7 +27,7 @@ struct Processor {
 };
 
 /// Reads the registers of one leaf; false where there is no CPUID.
-using CpuidReader = std::function<bool(std::uint32_t leaf, platform::CpuidRegisters &registers)>;
+using CpuidReader = std::function<bool(std::uint32_t leaf, CpuidRegisters &registers)>;
 
 /// Describes the processor behind `cpuid`. `savesSse` says whether the operating system saves the SSE
 /// registers; without that the processor's SSE is not reported.

@@ -2,12 +2,12 @@
 
 #include "vl/file.h"
 
+#include "base/byte_order.h"
+#include "base/random.h"
 #include "core/counted.h"
 #include "file/crc32.h"
-#include "file/little_endian.h"
 #include "file/lzss.h"
 #include "file/scramble.h"
-#include "platform/platform.h"
 
 #include <cstdint>
 #include <cstring>
@@ -45,7 +45,7 @@ void *V_File::decompress(const void *container) { return decompress("Vantor Libr
 void *V_File::encrypt(const char *, const void *data, unsigned int size) {
     if (size > WHOLE_FILE - vl::scrambleHeaderSize)
         V_throw(V_FileException_FileTooLarge(vl::scrambleMagic));
-    const std::uint32_t seed = static_cast<std::uint32_t>(vl::platform::drawRandom()) * 0x20004;
+    const std::uint32_t seed = static_cast<std::uint32_t>(vl::drawRandom()) * 0x20004;
     const auto total = static_cast<std::uint32_t>(size + vl::scrambleHeaderSize);
 
     Bytes container(vl::allocateArray<std::uint8_t>(total));

@@ -4,7 +4,7 @@
 
 #include "file/crc32.h"
 
-#include "file/little_endian.h"
+#include "base/byte_order.h"
 
 #include <array>
 

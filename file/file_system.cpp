@@ -13,18 +13,13 @@
 namespace vl {
 namespace {
 
-/// The directory of the program that a command line names, which may be quoted.
-Path directoryOfProgram(const char *commandLine) {
-    const bool quoted = *commandLine == '"';
-    const char *begin = commandLine + quoted;
-    const char *end = std::strchr(begin, quoted ? '"' : ' ');
-    if (!end)
-        end = begin + std::strlen(begin);
+/// The directory that a program lies in.
+Path directoryOf(const char *program) {
     Path path;
-    path.append({begin, static_cast<std::size_t>(end - begin)}, commandLine);
+    path.append(program, program);
     const std::size_t length = path.directoryLength();
     const bool driveRoot = length == 3 && path.text()[1] == ':';
-    path.cutTo(length == 0 || driveRoot ? length : length - 1);
+    path.cutTo(driveRoot ? length : length - 1);
     return path;
 }
 
@@ -37,12 +32,10 @@ using OpenEnumeration = std::unique_ptr<platform::Enumeration, EndEnumeration>;
 
 FileSystem::FileSystem() : m_places(newCounted<PlaceList>()), m_none(m_places) {
     startupDirectory.set(platform::currentDirectory); // the process's business; nothing here depends on it
-    const char *const commandLine = platform::commandLine();
-    if (!commandLine)
+    const char *const program = platform::executablePath();
+    if (!program)
         V_throw(V_MemoryException_Allocation());
-    const Path program = directoryOfProgram(commandLine);
-    // A program path without a directory was found in the current one.
-    enterDirectory(program.length() != 0 ? program.text() : ".");
+    enterDirectory(directoryOf(program).text());
     loadArchives();
 }
 

@@ -7,7 +7,7 @@
 
 #include "file/lzss.h"
 
-#include "file/little_endian.h"
+#include "base/byte_order.h"
 
 #include <algorithm>
 #include <cstring>

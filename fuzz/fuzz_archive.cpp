@@ -2,9 +2,9 @@
 // This scrambles it and puts the checksums right, so that the damage lies in what they protect, then asks for
 // every file that the tables name.
 
+#include "base/byte_order.h"
 #include "file/archive/archive_format.h"
 #include "file/crc32.h"
-#include "file/little_endian.h"
 #include "tests/support/started_library.h"
 
 #include <algorithm>

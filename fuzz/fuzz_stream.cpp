@@ -9,7 +9,7 @@
 //   byte 4     seed of the scrambling
 //   rest       what the entry stores behind its header
 
-#include "file/little_endian.h"
+#include "base/byte_order.h"
 #include "tests/support/archive_builder.h"
 #include "tests/support/started_library.h"
 

@@ -1,6 +1,6 @@
 // The wildcard matcher against a table of all prefixes, as matching is defined.
 
-#include "platform/platform.h"
+#include "base/wildcards.h"
 #include "tests/support/plain_wildcards.h"
 
 #include <cstdint>
@@ -12,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const std::size_t split = text.find_first_of(std::string("\0\n", 2));
     const std::string pattern = text.substr(0, split);
     const std::string name = split == text.npos ? "" : text.substr(split + 1).c_str();
-    if (vl::platform::matchesWildcards(pattern.c_str(), name.c_str()) != matchesPlainly(pattern, name))
+    if (vl::matchesWildcards(pattern.c_str(), name.c_str()) != matchesPlainly(pattern, name))
         std::abort();
     return 0;
 }

@@ -2,6 +2,7 @@
 
 #include "vl/math.h"
 
+#include "base/random.h"
 #include "math/noise.h"
 #include "platform/platform.h"
 
@@ -25,9 +26,9 @@ M_MathInit::M_MathInit() {
     // The tables shall not depend on the mode that the client happens to have set.
     const M_FPUControl nearest(M_FPUControl::ROUND_NEAREST);
     M_funcMakeInverseSqrtLUT();
-    vl::platform::seedRandom(noiseSeed);
+    vl::seedRandom(noiseSeed);
     vl::buildNoiseTables();
-    vl::platform::seedRandom(vl::platform::milliseconds());
+    vl::seedRandom(vl::platform::milliseconds());
 }
 
 M_MathInit::~M_MathInit() { --count; }
@@ -44,6 +45,6 @@ void M_funcMakeInverseSqrtLUT() {
     }
 }
 
-float M_RAND_01() { return static_cast<float>(vl::platform::drawRandom()) / 32767.0f; }
+float M_RAND_01() { return static_cast<float>(vl::drawRandom()) / 32767.0f; }
 
-float M_RAND() { return static_cast<float>(vl::platform::drawRandom()) / 16383.0f - 1.0f; }
+float M_RAND() { return static_cast<float>(vl::drawRandom()) / 16383.0f - 1.0f; }

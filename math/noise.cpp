@@ -15,7 +15,7 @@
 
 #include "math/noise.h"
 
-#include "platform/platform.h"
+#include "base/random.h"
 #include "vl/math.h"
 
 #include <algorithm>
@@ -43,7 +43,7 @@ NoiseTables tables; // zero until built, which makes every noise value 0
 
 /// One gradient component before normalisation: one of the 512 multiples of 1/256 from -1 to below 1.
 float drawComponent() {
-    return static_cast<float>(platform::drawRandom() % (2 * cells) - cells) / static_cast<float>(cells);
+    return static_cast<float>(drawRandom() % (2 * cells) - cells) / static_cast<float>(cells);
 }
 
 /// Where a coordinate lies: its cell, and its distance from the cell's near and far lattice point.
@@ -178,7 +178,7 @@ void buildNoiseTables() {
         gradient3[2][i] = z3 / length3;
     }
     for (int i = cells - 1; i > 0; --i)
-        std::swap(permutation[i], permutation[platform::drawRandom() % cells]);
+        std::swap(permutation[i], permutation[drawRandom() % cells]);
     for (int i = cells; i < tableSize; ++i)
         permutation[i] = permutation[i - cells];
     for (int i = 0; i < tableSize; ++i) {

@@ -9,7 +9,7 @@
 
 #include "vl/memoryfile.h"
 
-#include "file/little_endian.h"
+#include "base/byte_order.h"
 #include "platform/platform.h"
 
 #include <algorithm>

@@ -133,10 +133,6 @@ const char *nextName(Enumeration *enumeration);
 /// Releases an enumeration; null is ignored.
 void endEnumeration(Enumeration *enumeration);
 
-/// Whether `name` matches `pattern` (`*` any run of characters, `?` exactly one), without regard to the case
-/// of A-Z. The time is at most proportional to the product of both lengths.
-bool matchesWildcards(const char *pattern, const char *name);
-
 // ---- Unbuffered reading --------------------------------------------------------------------------------
 
 /// A file opened for reading past the system's cache.
@@ -157,10 +153,9 @@ std::uint32_t readUnbuffered(UnbufferedFile *file, std::uint64_t position, void 
 
 // ---- The process and the machine -----------------------------------------------------------------------
 
-/// The command line: the executable's full path (`C:\...`, of any length) in double quotes, then the
-/// arguments separated by blanks, one that is empty or holds a blank in double quotes. `C:\` stands for a
-/// path that cannot be told. Valid for the rest of the process. Null when no memory is left.
-const char *commandLine();
+/// The full path of the program's executable, of any length; `C:\` where it cannot be told. Valid for the
+/// rest of the process. Null when no memory is left.
+const char *executablePath();
 
 /// The computer's name, cut after 15 characters. False when it cannot be told or cannot be part of a file
 /// name.
@@ -197,41 +192,5 @@ bool savesSseState();
 /// Tells the user of a fatal failure and, where the system has a message box, waits until it is closed; on
 /// POSIX title and text go to standard error. Null counts as an empty text.
 void messageBox(const char *title, const char *text);
-
-/// Whether standard error is watched at a terminal (asked by the tool, for its progress line).
-bool standardErrorIsTerminal();
-
-/// From now on a process that is told to end (by an interrupt, a hang-up or a request to terminate, unless it
-/// was started to ignore them) first removes this file; one at a time. `path` is as the system itself names
-/// it, not as above. False, and nothing changed, when it is too long. endUnfinishedFile undoes it. Asked by
-/// the tool, for the archive under construction.
-bool beginUnfinishedFile(const char *path);
-void endUnfinishedFile();
-
-// ---- Random numbers ------------------------------------------------------------------------------------
-
-/// The runtime's generator, one per thread, start state 1: state = state * 214013 + 2531011 modulo 2^32, and
-/// a draw is bits 16 to 30 of the new state, 0 to 32767.
-void seedRandom(std::uint32_t seed);
-int drawRandom();
-
-// ---- The processor -------------------------------------------------------------------------------------
-
-/// EAX, EBX, ECX and EDX after CPUID.
-struct CpuidRegisters {
-    std::uint32_t eax, ebx, ecx, edx;
-};
-
-/// Executes CPUID for a leaf (subleaf 0). False, and all registers 0, on processors without the instruction.
-bool cpuid(std::uint32_t leaf, CpuidRegisters &registers);
-
-/// The time-stamp counter; 0 on processors without one.
-inline std::uint64_t timeStampCounter() {
-#if defined(__x86_64__) || defined(__i386__)
-    return __builtin_ia32_rdtsc();
-#else
-    return 0;
-#endif
-}
 
 } // namespace vl::platform

@@ -1,4 +1,4 @@
-// What scripts know about characters: whitespace, letter case, and sets to scan for.
+// What scripts know about characters: whitespace, comments, and sets to scan for.
 #pragma once
 
 #include <string_view>
@@ -25,9 +25,6 @@ class CharacterSet {
 inline constexpr CharacterSet whitespace("\n\r\v \t");
 
 constexpr bool isWhitespace(char c) { return whitespace.contains(c); }
-
-/// Scripts know the case of A-Z only.
-constexpr char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
 /// Whether a comment begins at `text`.
 constexpr bool isComment(const char *text, const char *end) {

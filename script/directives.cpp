@@ -2,6 +2,7 @@
 
 #include "script/source_file.h"
 
+#include "base/text.h"
 #include "script/characters.h"
 #include "vl/file/exception.h"
 

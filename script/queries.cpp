@@ -2,6 +2,7 @@
 
 #include "vl/script.h"
 
+#include "base/text.h"
 #include "core/counted.h"
 #include "script/characters.h"
 #include "script/loader.h"

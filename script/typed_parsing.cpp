@@ -3,6 +3,7 @@
 
 #include "vl/script.h"
 
+#include "base/text.h"
 #include "script/characters.h"
 #include "script/loader.h"
 

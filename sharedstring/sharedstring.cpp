@@ -10,7 +10,8 @@
 
 #include "vl/sharedstring.h"
 
-#include "sharedstring/folded_text.h"
+#include "base/hash.h"
+#include "base/text.h"
 
 #include <algorithm>
 #include <bit>
@@ -35,19 +36,17 @@ std::uint32_t makeSlot(std::uint64_t hash, std::size_t id) {
 
 bool sameTag(std::uint32_t a, std::uint32_t b) { return ((a ^ b) & 0xFFFF0000u) == 0; }
 
-/// The slot at a distance from the position of a hash. At most 65536 slots, a power of two.
-std::size_t slotAt(const Vector<std::uint32_t> &index, std::uint64_t hash, std::size_t distance) {
-    return (static_cast<std::size_t>(hash >> 48) + distance) & (index.size() - 1);
+/// The first slot of a hash's window at which `ends`, which holds for an empty one, null when there is none.
+/// An index has at most 65536 slots.
+template <class Predicate>
+auto *probeWindow(auto &index, std::uint64_t hash, Predicate ends) {
+    return vl::probe(index, hash >> 48, ends, window);
 }
 
 void addToIndex(Vector<std::uint32_t> &index, std::uint64_t hash, std::size_t id) {
-    for (std::size_t distance = 0; distance < window; ++distance) {
-        std::uint32_t &slot = index[slotAt(index, hash, distance)];
-        if (slot == emptySlot) {
-            slot = makeSlot(hash, id);
-            return;
-        }
-    }
+    const auto isEmpty = [](std::uint32_t slot) { return slot == emptySlot; };
+    if (std::uint32_t *const slot = probeWindow(index, hash, isEmpty))
+        *slot = makeSlot(hash, id);
 }
 
 /// An index over `strings`, with slots for `count`.
@@ -93,14 +92,14 @@ V_SharedString V_SharedStringPool::getSharedString(const V_String &text) {
     const std::string_view wanted(text.data(), std::min(text.find('\0'), text.size()));
     const std::uint64_t hash = vl::hashFolded(wanted);
     const std::uint32_t likely = makeSlot(hash, 0);
-    for (std::size_t distance = 0; distance < window; ++distance) {
-        const std::uint32_t slot = m_index[slotAt(m_index, hash, distance)];
-        if (slot == emptySlot)
-            return add(wanted, hash, false);
-        if (sameTag(slot, likely) && vl::compareFolded(m_strings[slot & 0xFFFFu], wanted) == 0)
-            return static_cast<short>(slot & 0xFFFFu);
-    }
-    return add(wanted, hash, true);
+    const auto isWantedOrEmpty = [&](std::uint32_t slot) {
+        return slot == emptySlot ||
+               (sameTag(slot, likely) && vl::compareFolded(m_strings[slot & 0xFFFFu], wanted) == 0);
+    };
+    const std::uint32_t *const slot = probeWindow(m_index, hash, isWantedOrEmpty);
+    if (slot && *slot != emptySlot)
+        return static_cast<short>(*slot & 0xFFFFu);
+    return add(wanted, hash, !slot);
 }
 
 /// The second half of getSharedString: `text` is not in the index, but may still be in the pool.

@@ -1,7 +1,7 @@
 // Noise, random numbers and lookup tables, judged by a second implementation in the textbook's form, by known
 // table entries, and by a checksum that is the same in every build.
 
-#include "platform/platform.h"
+#include "base/random.h"
 #include "vl/math_types.h"
 
 #include <gtest/gtest.h>
@@ -254,7 +254,7 @@ TEST(MathInit, OnlyTheFirstObjectStartsNoiseAndTheGenerator) {
     {
         const M_MathInit first;
         EXPECT_NE(M_snoise(0.3f), 0.0f);
-        vl::platform::seedRandom(1);
+        vl::seedRandom(1);
         const M_MathInit second;
         // The start of the runtime's well-known sequence: 41, 18467, 6334.
         EXPECT_EQ(M_RAND_01(), 41.0f / 32767.0f);

@@ -1,10 +1,9 @@
-// Files by name, enumeration, wildcards and unbuffered reading.
+// Files by name, enumeration and unbuffered reading.
 
 // Times of 64 bits in 32-bit code as well.
 #include "platform/posix/system.h"
 
 #include "tests/support/library_test.h"
-#include "tests/support/plain_wildcards.h"
 
 #include "platform/platform.h"
 
@@ -147,24 +146,6 @@ TEST(PlatformEnumeration, GivesMatchingNamesInUpperCaseOrder) {
     EXPECT_EQ(enumerate(inner + "Z\\*"), std::vector<std::string>{"none"});
     EXPECT_EQ(enumerate("D:\\*"), std::vector<std::string>{"none"});
     endEnumeration(nullptr);
-}
-
-TEST(PlatformWildcards, MatchAsDefinedAndInBoundedTime) {
-    const std::string letters = "aB.*?";
-    std::vector<std::string> texts = {""};
-    for (std::size_t i = 0; texts[i].size() < 4; ++i)
-        for (const char letter : letters)
-            texts.push_back(texts[i] + letter);
-    for (const std::string &pattern : texts)
-        for (std::size_t i = 0; i < texts.size(); i += 1 + pattern.size())
-            ASSERT_EQ(matchesWildcards(pattern.c_str(), texts[i].c_str()), matchesPlainly(pattern, texts[i]))
-                << pattern << " on " << texts[i];
-    EXPECT_TRUE(matchesWildcards("*.TxT", "readme.tXt"));
-    EXPECT_FALSE(matchesWildcards("[", "{"));
-    std::string stars;
-    for (int i = 0; i < 127; ++i)
-        stars += "*a";
-    EXPECT_FALSE(matchesWildcards((stars + 'b').c_str(), std::string(255, 'a').c_str()));
 }
 
 TEST(PlatformUnbuffered, GivesTheSameBytesWithAndWithoutDirectAccess) {

@@ -13,7 +13,7 @@
 
 namespace {
 
-using Registers = vl::platform::CpuidRegisters;
+using Registers = vl::CpuidRegisters;
 using vl::Processor;
 
 /// A processor with the given leaves; every other leaf reads 0.

@@ -3,7 +3,8 @@
 #include "tests/support/failing_allocation.h"
 #include "tests/support/library_test.h"
 
-#include "sharedstring/folded_text.h"
+#include "base/hash.h"
+#include "base/text.h"
 #include "vl/sharedstring.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,7 @@
 // vl system, run as a user runs it.
 
 #include "tests/support/program.h"
+#include "tests/support/temporary_directory.h"
 
 #include <gtest/gtest.h>
 
@@ -11,6 +12,16 @@ TEST(SystemTool, ShowsWhatTheLibraryAndTheSystemSay) {
     EXPECT_EQ(outcome.status, 0);
     for (const char *row : {"processor  ", "SSE2  ", "physical memory  ", "available memory  "})
         EXPECT_NE(outcome.output.find(row), std::string::npos) << outcome.output;
+}
+
+TEST(SystemTool, NamesAProgramThatLiesTooDeep) {
+    const TemporaryDirectory directory;
+    const std::filesystem::path place = directory.path() / std::string(200, 'd') / std::string(50, 'd');
+    std::filesystem::create_directories(place);
+    std::filesystem::copy(VL_PROGRAM_DIRECTORY "/bin/vl", place);
+    const Outcome outcome = runShell(quoted(place / "vl") + " system");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.output, "vl: Path \"" + enginePath(place / "vl") + "\" exceeds 255 characters\n");
 }
 
 } // namespace

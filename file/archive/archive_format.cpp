@@ -2,8 +2,8 @@
 
 #include "file/archive/archive_format.h"
 
+#include "base/byte_order.h"
 #include "file/crc32.h"
-#include "file/little_endian.h"
 #include "file/lzss.h"
 #include "file/scramble.h"
 

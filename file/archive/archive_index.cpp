@@ -2,9 +2,9 @@
 
 #include "file/archive/archive_index.h"
 
+#include "base/text.h"
 #include "core/counted.h"
 #include "file/archive/archive_format.h"
-#include "file/little_endian.h"
 
 #include <algorithm>
 #include <bit>
@@ -24,22 +24,12 @@ constexpr std::uint64_t probesForEachEntry = 16;
 
 constexpr std::uint64_t oddConstant = 0x9E3779B97F4A7C15;
 
-/// Eight characters at once, A-Z made a-z.
-std::uint64_t fold(std::uint64_t characters) {
-    constexpr std::uint64_t each = 0x0101010101010101;
-    const std::uint64_t low = characters & each * 0x7F;
-    const std::uint64_t fromA = low + each * (0x80 - 'A');
-    const std::uint64_t beyondZ = low + each * (0x7F - 'Z');
-    const std::uint64_t upper = (fromA & ~beyondZ & ~characters) & each * 0x80;
-    return characters | upper >> 2;
-}
-
 /// Up to eight characters of a text of which `left` are left, folded.
 std::uint64_t foldedWord(const char *text, std::size_t left) {
-    std::uint64_t word = loadLe64(reinterpret_cast<const std::uint8_t *>(text));
+    std::uint64_t word = loadLe64(text);
     if (left < 8)
         word &= (std::uint64_t{1} << 8 * left) - 1;
-    return fold(word);
+    return lowerEight(word);
 }
 
 /// Whether a zero-terminated text is this name but for case.

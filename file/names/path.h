@@ -2,6 +2,7 @@
 // bounded; what does not fit is refused, never cut.
 #pragma once
 
+#include "base/text.h"
 #include "platform/platform.h"
 #include "vl/file/exception.h"
 
@@ -48,8 +49,7 @@ class Path {
     /// Makes a-z from the given position on A-Z.
     void upperCase(std::size_t from) {
         for (char *c = m_strText + from; *c; ++c)
-            if (*c >= 'a' && *c <= 'z')
-                *c = static_cast<char>(*c - 'a' + 'A');
+            *c = upper(*c);
     }
 
     void cutTo(std::size_t length) {

@@ -5,6 +5,8 @@
 
 #include "file/places/search.h"
 
+#include "base/text.h"
+#include "base/wildcards.h"
 #include "file/archive/archive_format.h"
 #include "file/archive/archive_index.h"
 #include "file/file_system.h"
@@ -89,7 +91,7 @@ const char *Search::next() {
 
 const char *Search::nextOnDisk() {
     while (const char *name = m_enumeration ? platform::nextName(m_enumeration.get()) : nullptr)
-        if (platform::matchesWildcards(m_pattern.text(), name))
+        if (matchesWildcards(m_pattern.text(), name))
             return std::strcpy(m_strResult, name);
     return nullptr;
 }
@@ -114,7 +116,7 @@ const char *Search::nextDirectory() {
                 continue;
             std::memcpy(m_strResult, name, nameLength);
             m_strResult[nameLength] = 0;
-            if (platform::matchesWildcards(m_pattern.text(), m_strResult))
+            if (matchesWildcards(m_pattern.text(), m_strResult))
                 return m_strResult;
         }
     }
@@ -148,7 +150,7 @@ const char *Search::nextFile() {
                 break;
             ++m_uIndex;
             const char *const name = key + archiveKeyDigits;
-            if (!platform::matchesWildcards(m_pattern.text(), name))
+            if (!matchesWildcards(m_pattern.text(), name))
                 continue;
             const std::size_t length = std::strlen(name);
             // Not memcpy, which GCC turns into a string instruction here that takes long to start.

@@ -4,8 +4,8 @@
 
 #include "platform/posix/directory_cache.h"
 
+#include "base/hash.h"
 #include "platform/posix/directory_reader.h"
-#include "platform/posix/names.h"
 
 #include <bit>
 #include <cerrno>
@@ -30,26 +30,7 @@ constexpr std::int64_t coarseTick = 3 * second;
 /// A file server's clock is taken to differ from ours by less than this many seconds.
 constexpr std::int64_t clockSkew = 60;
 
-std::uint64_t upperCaseEight(std::uint64_t bytes) {
-    constexpr std::uint64_t each = 0x0101010101010101u;
-    const std::uint64_t low = bytes & each * 0x7F;
-    const std::uint64_t fromA = low + each * (0x80 - 'a');
-    const std::uint64_t pastZ = low + each * (0x7F - 'z');
-    const std::uint64_t lowerCase = (fromA ^ pastZ) & ~bytes & each * 0x80;
-    return bytes - (lowerCase >> 2);
-}
-
-/// Eight bytes at a time, each folded in by a multiplication.
-template <bool ignoreCase>
-std::uint32_t hashText(std::string_view text) {
-    std::uint64_t hash = text.size();
-    for (std::size_t i = 0; i < text.size(); i += 8) {
-        std::uint64_t bytes = 0;
-        std::memcpy(&bytes, text.data() + i, text.size() - i < 8 ? text.size() - i : 8);
-        hash = (std::rotl(hash, 23) ^ (ignoreCase ? upperCaseEight(bytes) : bytes)) * 0x9E3779B97F4A7C15u;
-    }
-    return static_cast<std::uint32_t>(hash ^ hash >> 32);
-}
+std::uint32_t hashName(std::string_view name) { return static_cast<std::uint32_t>(hashFolded(name) >> 32); }
 
 /// Whether a file system stamps every change of a directory, and finds names by their bytes (or, where it
 /// ignores case itself, by folding ASCII as we do). The numbers are those of statfs(2).
@@ -134,32 +115,29 @@ bool NameTable::read(DirectoryReader &reader, std::size_t maxBytes) {
     m_slots.resize(slots);
     for (std::size_t at = 0; at < m_names.size(); at += 1u + static_cast<unsigned char>(m_names[at])) {
         Slot slot{0, static_cast<std::uint32_t>(at + 1)};
-        slot.hash = hashText<true>(nameAt(slot));
-        std::size_t i = slot.hash & (slots - 1);
-        while (m_slots[i].name != 0)
-            i = (i + 1) & (slots - 1);
-        m_slots[i] = slot;
+        slot.hash = hashName(nameAt(slot));
+        *probe(m_slots, slot.hash, [](const Slot &other) { return other.isFree(); }) = slot;
     }
     return true;
 }
 
 NameMatch NameTable::find(std::string_view name, std::string_view &other) const {
     NameMatch match = NameMatch::Missing;
-    const std::uint32_t hash = hashText<true>(name);
-    for (std::size_t i = hash & (m_slots.size() - 1); m_slots[i].name != 0;
-         i = (i + 1) & (m_slots.size() - 1)) {
-        if (m_slots[i].hash != hash)
-            continue;
-        const std::string_view candidate = nameAt(m_slots[i]);
+    const std::uint32_t hash = hashName(name);
+    const auto isExactOrFree = [&](const Slot &slot) {
+        if (slot.hash != hash || slot.isFree())
+            return slot.isFree();
+        const std::string_view candidate = nameAt(slot);
         if (candidate == name)
-            return NameMatch::Exact;
+            return true;
         // Among names that differ in case only, the sorted order is that of their bytes.
         if (equalNames(candidate, name) && (match == NameMatch::Missing || candidate < other)) {
             match = NameMatch::OtherCase;
             other = candidate;
         }
-    }
-    return match;
+        return false;
+    };
+    return probe(m_slots, hash, isExactOrFree)->isFree() ? match : NameMatch::Exact;
 }
 
 // ---- DirectoryCache ------------------------------------------------------------------------------------
@@ -178,7 +156,7 @@ DirectoryCache::Stamp::Stamp(const struct stat &info)
 DirectoryCache::Directory *DirectoryCache::lookUp(std::string_view path) {
     if (!m_directories.empty() && m_directories.front().path == path)
         return &m_directories.front();
-    const std::uint32_t hash = hashText<false>(path);
+    const std::uint32_t hash = hashName(path);
     for (Directory *p = m_pBuckets[hash % maxDirectories]; p; p = p->nextInBucket) {
         if (p->hash == hash && p->path == path) {
             markUsed(*p);
@@ -195,7 +173,7 @@ void DirectoryCache::markUsed(const Directory &directory) {
 DirectoryCache::Directory &DirectoryCache::add(std::string_view path) {
     if (m_directories.size() == maxDirectories)
         remove(m_directories.back());
-    const std::uint32_t hash = hashText<false>(path);
+    const std::uint32_t hash = hashName(path);
     m_directories.push_front({std::string(path), hash, {}, 0, false, {}, nullptr, {}});
     Directory &directory = m_directories.front();
     Directory *&bucket = m_pBuckets[hash % maxDirectories];

@@ -36,7 +36,7 @@ enum class NameMatch {
     NoDirectory, ///< There is no such directory.
 };
 
-/// The names in one directory, found through a hash of their upper-cased form.
+/// The names in one directory, found through a hash that ignores case.
 class NameTable {
   public:
     /// Reads the names that are left in `reader`. False when they need more than `maxBytes` or reading fails.
@@ -53,6 +53,8 @@ class NameTable {
         std::uint32_t hash;
         /// Where the name starts in m_names, plus 1; 0 in a free slot.
         std::uint32_t name;
+
+        bool isFree() const { return name == 0; }
     };
     std::string_view nameAt(const Slot &slot) const;
 

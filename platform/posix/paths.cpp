@@ -4,8 +4,8 @@
 
 #include "platform/posix/paths.h"
 
+#include "base/text.h"
 #include "platform/posix/directory_cache.h"
-#include "platform/posix/names.h"
 #include "platform/posix/spelling.h"
 
 #include <cstring>
@@ -20,7 +20,7 @@ constexpr unsigned int driveLength = 2;
 
 bool isSeparator(char c) { return c == '\\' || c == '/'; }
 
-bool isLetter(char c) { return upperCase(c) >= 'A' && upperCase(c) <= 'Z'; }
+bool isLetter(char c) { return upper(c) >= 'A' && upper(c) <= 'Z'; }
 
 void dropElement(SystemPath &path) {
     if (path.length <= path.root)
@@ -91,7 +91,7 @@ bool toSystemPath(SystemPath &out, std::string_view path) {
     const char *p = path.data();
     const char *const end = p + path.size();
     if (path.size() >= 2 && p[1] == ':' && isLetter(p[0])) {
-        if (upperCase(p[0]) != 'C')
+        if (upper(p[0]) != 'C')
             return false;
         p += 2;
     } else if (path.size() >= 2 && isSeparator(p[0]) && isSeparator(p[1])) {

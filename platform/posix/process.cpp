@@ -1,16 +1,15 @@
-// The process and the machine it runs on: command line, computer name, memory, priorities, last words.
+// The process and the machine it runs on: program, computer name, memory, priorities, last words.
 
 #include "platform/posix/system.h"
 
 #include "platform/platform.h"
 
-#include <cerrno>
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <new>
+#include <iterator>
 #include <sched.h>
-#include <string>
 #include <sys/resource.h>
 #include <sys/sysinfo.h>
 #include <unistd.h>
@@ -19,41 +18,15 @@ namespace vl::platform {
 
 namespace {
 
-/// The bytes of /proc/self/cmdline: every argument followed by a zero.
-std::string readArguments() {
-    std::string arguments;
-    if (std::FILE *const file = std::fopen("/proc/self/cmdline", "rbe")) {
-        char block[4096];
-        while (const std::size_t got = std::fread(block, 1, sizeof block, file))
-            arguments.append(block, got);
-        std::fclose(file);
+/// The program's path in the engine's form.
+struct ExecutablePath {
+    ExecutablePath() {
+        if (readlink("/proc/self/exe", text + 2, PATH_MAX) < 1)
+            text[2] = '/';
+        std::replace(std::begin(text), std::end(text), '/', '\\');
     }
-    return arguments;
-}
-
-void appendArgument(std::string &line, const std::string &argument) {
-    const bool quoted = argument.empty() || argument.find_first_of(" \t") != std::string::npos;
-    line += quoted ? " \"" + argument + '"' : ' ' + argument;
-}
-
-std::string buildCommandLine() {
-    char executable[PATH_MAX];
-    const ssize_t length = readlink("/proc/self/exe", executable, sizeof executable);
-    std::string line = "\"C:";
-    for (ssize_t i = 0; i < length; ++i)
-        line += executable[i] == '/' ? '\\' : executable[i];
-    line += length > 0 ? "\"" : "\\\"";
-
-    const std::string arguments = readArguments();
-    // The first argument is the name by which the program was called.
-    std::size_t start = arguments.find('\0');
-    while (start != std::string::npos && ++start < arguments.size()) {
-        const std::size_t end = arguments.find('\0', start);
-        appendArgument(line, arguments.substr(start, end - start));
-        start = end;
-    }
-    return line;
-}
+    char text[2 + PATH_MAX + 1] = "C:";
+};
 
 std::uint32_t saturated(std::uint64_t bytes) {
     return bytes < UINT32_MAX ? static_cast<std::uint32_t>(bytes) : UINT32_MAX;
@@ -82,13 +55,9 @@ int lowestNice() {
 
 } // namespace
 
-const char *commandLine() {
-    try {
-        static const std::string line = buildCommandLine();
-        return line.c_str();
-    } catch (const std::bad_alloc &) {
-        return nullptr;
-    }
+const char *executablePath() {
+    static const ExecutablePath path;
+    return path.text;
 }
 
 bool computerName(char (&out)[16]) {
@@ -138,10 +107,11 @@ void restorePriority(const Priority &saved) {
         setpriority(PRIO_PROCESS, 0, saved.process);
 }
 
+// Every kernel that runs programs of today's C++ runtime does.
+bool savesSseState() { return true; }
+
 void messageBox(const char *title, const char *text) {
     std::fprintf(stderr, "%s\n%s\n", title ? title : "", text ? text : "");
 }
-
-bool standardErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }
 
 } // namespace vl::platform

@@ -16,7 +16,7 @@ class FakeMachine {
         sm_iStep = 0;
         sm_iRaised = 0;
         sm_bTimeStamps = timeStamps == TIME_STAMPS;
-        vl::machine.cpuid = [](std::uint32_t leaf, vl::platform::CpuidRegisters &registers) {
+        vl::machine.cpuid = [](std::uint32_t leaf, vl::CpuidRegisters &registers) {
             registers = {leaf == 0, 0, 0, leaf == 1 && sm_bTimeStamps ? 1u << 4 : 0};
             return true;
         };

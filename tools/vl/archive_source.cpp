@@ -2,6 +2,7 @@
 
 #include "archive_source.h"
 
+#include "base/wildcards.h"
 #include "file/archive/archive_format.h"
 #include "platform/platform.h"
 
@@ -163,5 +164,5 @@ SourceTree listSource(const fs::path &root, const std::vector<std::string> &excl
 bool matchesPath(const std::string &pattern, const std::string &path) {
     const bool wholePath = pattern.find('/') != std::string::npos;
     const std::string subject = wholePath ? path : path.substr(path.rfind('/') + 1);
-    return vl::platform::matchesWildcards(pattern.c_str(), subject.c_str());
+    return vl::matchesWildcards(pattern.c_str(), subject.c_str());
 }

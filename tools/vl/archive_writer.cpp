@@ -8,7 +8,7 @@
 #include "file/archive/archive_format.h"
 #include "file/crc32.h"
 #include "file/lzss.h"
-#include "platform/platform.h"
+#include "platform/terminal.h"
 
 #include <cerrno>
 #include <cstdio>

@@ -4,7 +4,7 @@
 
 #include "printable.h"
 
-#include "platform/platform.h"
+#include "platform/terminal.h"
 
 #include <cstdio>
 #include <utility>

@@ -1,10 +1,8 @@
 // The runtime's generator of random numbers.
 
-#include "platform/posix/system.h"
+#include "base/random.h"
 
-#include "platform/platform.h"
-
-namespace vl::platform {
+namespace vl {
 
 namespace {
 
@@ -19,4 +17,4 @@ int drawRandom() {
     return static_cast<int>(state >> 16 & 0x7FFF);
 }
 
-} // namespace vl::platform
+} // namespace vl

@@ -1,8 +1,8 @@
-// What happens to a file that is half written when the process is told to end.
+// The terminal, and what happens to a file that is half written when the process is told to end.
 
 #include "platform/posix/system.h"
 
-#include "platform/platform.h"
+#include "platform/terminal.h"
 
 #include <climits>
 #include <csignal>
@@ -24,6 +24,8 @@ void removeAndEnd(int signal) {
 }
 
 } // namespace
+
+bool standardErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }
 
 bool beginUnfinishedFile(const char *path) {
     if (std::strlen(path) >= sizeof unfinishedFile)

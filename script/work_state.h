@@ -15,25 +15,6 @@
 
 namespace vl {
 
-/// Counted allocation (V_Memory) for the containers of the standard library.
-template <class T>
-class CountedAllocator {
-  public:
-    using value_type = T;
-
-    CountedAllocator() = default;
-    template <class U>
-    CountedAllocator(const CountedAllocator<U> &) {}
-
-    T *allocate(std::size_t count) { return allocateArray<T>(count); }
-    void deallocate(T *block, std::size_t) noexcept { V_Memory::freeCounted(block); }
-
-    template <class U>
-    bool operator==(const CountedAllocator<U> &) const {
-        return true;
-    }
-};
-
 /// A pool of nodes: a list takes one for itself and gives all of its own back.
 template <class T>
 class NodePool {

@@ -1,11 +1,11 @@
-// Counted allocation of the library's own objects and arrays, and the guard that turns the standard library's
-// report of exhausted memory into the library's.
+// Counted allocation (base/counted.h) of the library's own objects, arrays and containers in forms that
+// throw, and the guard that turns the standard library's report of exhausted memory into the library's.
 #pragma once
 
+#include "base/counted.h"
 #include "vl/core/memory.h"
 
 #include <cstdint>
-#include <limits>
 #include <memory>
 #include <new>
 #include <utility>
@@ -20,7 +20,7 @@ T *constructCounted(const Construct &construct) {
     try {
         return construct(block);
     } catch (...) {
-        V_Memory::freeCounted(block);
+        freeCounted(block);
         throw;
     }
 }
@@ -37,26 +37,48 @@ template <class T>
 void deleteCounted(T *object) noexcept {
     if (object) {
         object->~T();
-        V_Memory::freeCounted(object);
+        freeCounted(object);
     }
 }
+
+struct CountedDelete {
+    template <class T>
+    void operator()(T *object) const noexcept {
+        deleteCounted(object);
+    }
+};
+
+/// Owns an object of newCounted.
+template <class T>
+using CountedObject = std::unique_ptr<T, CountedDelete>;
 
 /// A counted allocation of `count` unconstructed elements. Throws V_MemoryException_Allocation, also when the
 /// array would not fit the 32 bits of a size.
 template <class T>
 T *allocateArray(std::uint64_t count) {
-    if (count > std::numeric_limits<unsigned int>::max() / sizeof(T))
-        V_throw(V_MemoryException_Allocation());
-    return static_cast<T *>(V_Memory::allocateCounted(static_cast<unsigned int>(count * sizeof(T))));
+    if (T *const elements = tryAllocateArray<T>(count))
+        return elements;
+    V_throw(V_MemoryException_Allocation());
 }
 
-struct CountedRelease {
-    void operator()(void *block) const noexcept { V_Memory::freeCounted(block); }
-};
-
-/// Owns a counted block of plain elements until it is released to its user.
+/// Counted allocation for the containers of the standard library.
 template <class T>
-using CountedArray = std::unique_ptr<T[], CountedRelease>;
+class CountedAllocator {
+  public:
+    using value_type = T;
+
+    CountedAllocator() = default;
+    template <class U>
+    CountedAllocator(const CountedAllocator<U> &) {}
+
+    T *allocate(std::size_t count) { return allocateArray<T>(count); }
+    void deallocate(T *block, std::size_t) noexcept { freeCounted(block); }
+
+    template <class U>
+    bool operator==(const CountedAllocator<U> &) const {
+        return true;
+    }
+};
 
 /// Counted allocation for the containers of the standard library.
 template <class T>

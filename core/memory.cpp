@@ -2,6 +2,7 @@
 
 #include "vl/core/memory.h"
 
+#include "base/counted.h"
 #include "vl/core/system.h"
 
 #include <algorithm>
@@ -12,24 +13,12 @@ int V_Memory::sm_iNewCount = 0;
 int V_Memory::sm_iDeleteCount = 0;
 
 void *V_Memory::allocateCounted(unsigned int size) {
-    void *block = nullptr;
-    try {
-        block = allocateBytes(size);
-    } catch (const std::bad_alloc &) {
-        // Told apart below, as by an allocation function that returns null.
-    }
-    ++sm_iNewCount;
-    if (!block)
-        V_throw(V_MemoryException_Allocation());
-    return block;
+    if (void *const block = vl::tryAllocateCounted(size))
+        return block;
+    V_throw(V_MemoryException_Allocation());
 }
 
-void V_Memory::freeCounted(void *block) noexcept {
-    if (block) {
-        freeBytes(block);
-        ++sm_iDeleteCount;
-    }
-}
+void V_Memory::freeCounted(void *block) noexcept { vl::freeCounted(block); }
 
 void V_Memory::resetNewDeleteCounts() {
     sm_iNewCount = 0;

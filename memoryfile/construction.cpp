@@ -19,10 +19,7 @@ struct ReleaseBlock {
 };
 using Block = std::unique_ptr<unsigned char, ReleaseBlock>;
 
-struct ReleaseStream {
-    void operator()(V_FileStream *stream) const { vl::deleteCounted(stream); }
-};
-using Stream = std::unique_ptr<V_FileStream, ReleaseStream>;
+using Stream = vl::CountedObject<V_FileStream>;
 
 Block newBlock(unsigned int size) {
     if (size > largestBuffer)

@@ -80,25 +80,6 @@ class CountedAllocator {
     }
 };
 
-/// Counted allocation for the containers of the standard library.
-template <class T>
-class CountedAllocator {
-  public:
-    using value_type = T;
-
-    CountedAllocator() = default;
-    template <class U>
-    CountedAllocator(const CountedAllocator<U> &) {}
-
-    T *allocate(std::size_t count) { return allocateArray<T>(count); }
-    void deallocate(T *block, std::size_t) noexcept { V_Memory::freeCounted(block); }
-
-    template <class U>
-    bool operator==(const CountedAllocator<U> &) const {
-        return true;
-    }
-};
-
 /// Runs `action`; std::bad_alloc, as containers of the standard library throw it, becomes
 /// V_MemoryException_Allocation.
 template <class Action>

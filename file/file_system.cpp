@@ -142,8 +142,10 @@ void FileSystem::enablePriorityArchive(const char *name) {
 }
 
 void FileSystem::disablePriorityArchive() {
-    if (m_bPriorityEnabled)
-        m_places = m_places->withoutPriority();
+    if (m_bPriorityEnabled) {
+        Ref<const PlaceList> rest = m_places->withoutPriority();
+        m_places = rest->begin() == rest->end() ? m_none : std::move(rest);
+    }
     m_bPriorityEnabled = false;
 }
 

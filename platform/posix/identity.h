@@ -12,8 +12,8 @@ inline bool identify(int descriptor, FileIdentity &identity) {
     struct stat info;
     if (fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode))
         return false;
-    identity = {info.st_dev, info.st_ino, static_cast<std::uint64_t>(info.st_size),
-                info.st_mtim.tv_sec, static_cast<std::uint32_t>(info.st_mtim.tv_nsec)};
+    identity = {info.st_dev, info.st_ino, static_cast<std::uint64_t>(info.st_size), info.st_mtim.tv_sec,
+                static_cast<std::uint32_t>(info.st_mtim.tv_nsec)};
     return true;
 }
 

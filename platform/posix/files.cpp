@@ -3,7 +3,7 @@
 #include "platform/posix/system.h"
 
 #include "platform/platform.h"
-#include "platform/posix/identity.h"
+#include "platform/posix/descriptor.h"
 #include "platform/posix/spelling.h"
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 // CRC-32 beside libdeflate, ISA-L and the plain table of 256 entries. ISA-L is the limit: it folds in the
 // widest registers the processor has.
 
-#include "file/crc32.h"
+#include "file/codec/crc32.h"
 
 #include <benchmark/benchmark.h>
 #include <isa-l/crc.h>

@@ -2,7 +2,9 @@
 // libdeflate's inflate of the same data. Rates are of unpacked bytes.
 
 #include "bench/sample_data.h"
-#include "file/lzss.h"
+#include "file/codec/lzss.h"
+#include "file/codec/lzss_container.h"
+#include "file/codec/lzss_encoder.h"
 #include "tests/support/plain_lzss.h"
 
 #include <benchmark/benchmark.h>
@@ -18,7 +20,8 @@ const Bytes &code(sample::Kind kind) {
     static const auto encoded = [](sample::Kind of) {
         const Bytes &data = sample::data(of);
         Bytes out(vl::lzssBound(static_cast<std::uint32_t>(data.size())));
-        out.resize(vl::lzssEncode(data.data(), static_cast<std::uint32_t>(data.size()), out.data()));
+        out.resize(
+            vl::LzssEncoder().encode(data.data(), static_cast<std::uint32_t>(data.size()), out.data()));
         return out;
     };
     static const Bytes all[] = {encoded(sample::Text), encoded(sample::Program), encoded(sample::Random)};
@@ -92,9 +95,10 @@ void decodeLibdeflate(benchmark::State &state, sample::Kind kind) {
 void encode(benchmark::State &state, sample::Kind kind) {
     const Bytes &data = sample::data(kind);
     Bytes out(vl::lzssBound(static_cast<std::uint32_t>(data.size())));
+    vl::LzssEncoder encoder;
     for (auto _ : state)
         benchmark::DoNotOptimize(
-            vl::lzssEncode(data.data(), static_cast<std::uint32_t>(data.size()), out.data()));
+            encoder.encode(data.data(), static_cast<std::uint32_t>(data.size()), out.data()));
     report(state);
 }
 

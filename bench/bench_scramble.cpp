@@ -1,6 +1,6 @@
 // Scrambling beside the plain loop of its definition, one generator step and one byte at a time.
 
-#include "file/scramble.h"
+#include "file/codec/scramble.h"
 
 #include <benchmark/benchmark.h>
 

@@ -5,9 +5,10 @@
 #include "base/byte_order.h"
 #include "base/random.h"
 #include "core/counted.h"
-#include "file/crc32.h"
-#include "file/lzss.h"
-#include "file/scramble.h"
+#include "file/codec/crc32.h"
+#include "file/codec/lzss_container.h"
+#include "file/codec/lzss_encoder.h"
+#include "file/codec/scramble.h"
 
 #include <cstdint>
 #include <cstring>
@@ -16,8 +17,8 @@ using Bytes = vl::CountedArray<std::uint8_t>;
 
 void *V_File::compress(const char *, const void *data, unsigned int size) {
     Bytes scratch(vl::allocateArray<std::uint8_t>(vl::lzssBound(size)));
-    const std::uint64_t packedSize =
-        vl::lzssEncode(static_cast<const std::uint8_t *>(data), size, scratch.get() + vl::lzssHeaderSize);
+    const std::uint64_t packedSize = vl::LzssEncoder().encode(static_cast<const std::uint8_t *>(data), size,
+                                                              scratch.get() + vl::lzssHeaderSize);
     const std::uint64_t total = packedSize + vl::lzssHeaderSize;
     vl::lzssWriteHeader(scratch.get(), {size, static_cast<std::uint32_t>(packedSize)});
     Bytes container(vl::allocateArray<std::uint8_t>(total));
@@ -33,9 +34,7 @@ void *V_File::decompress(const char *, const void *container) {
     if (!vl::lzssReadHeader(bytes, header) || !vl::lzssCanHold(header.size, header.packedSize))
         V_throw(V_FileException_FileCorrupted(vl::lzssMagic));
     Bytes data(vl::allocateArray<std::uint8_t>(header.size));
-    // Some writers pack an item even when there is nothing to pack.
-    if (header.size != 0 &&
-        !vl::lzssDecode(bytes + vl::lzssHeaderSize, header.packedSize, data.get(), header.size))
+    if (!vl::lzssUnpack(bytes + vl::lzssHeaderSize, header.packedSize, data.get(), header.size))
         V_throw(V_FileException_FileCorrupted(vl::lzssMagic));
     return data.release();
 }

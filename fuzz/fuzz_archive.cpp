@@ -4,7 +4,7 @@
 
 #include "base/byte_order.h"
 #include "file/archive/archive_format.h"
-#include "file/crc32.h"
+#include "file/codec/crc32.h"
 #include "tests/support/started_library.h"
 
 #include <algorithm>

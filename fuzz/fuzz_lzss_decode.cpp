@@ -1,7 +1,7 @@
 // Any bytes as a code stream. Input: two bytes of output size, one byte that seeds the stream decoder's piece
 // sizes, then the code. The one-shot decoder, the stream decoder and the plain one must agree.
 
-#include "file/lzss.h"
+#include "file/codec/lzss.h"
 #include "tests/support/plain_lzss.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 // CRC-32: both ways of computing it against the definition bit by bit.
 
-#include "file/crc32.h"
+#include "file/codec/crc32.h"
 #include "tests/support/archive_builder.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // Scrambling: known bytes, and the transform as it is defined, one byte at a time, as judge.
 
-#include "file/scramble.h"
+#include "file/codec/scramble.h"
 #include "tests/support/archive_builder.h"
 
 #include <gtest/gtest.h>

@@ -5,7 +5,7 @@
 #include "core/counted.h"
 #include "file/archive/archive_format.h"
 #include "file/archive/archive_index.h"
-#include "file/crc32.h"
+#include "file/codec/crc32.h"
 #include "file/read_file.h"
 
 #include <algorithm>

@@ -3,9 +3,9 @@
 #include "file/archive/archive_format.h"
 
 #include "base/byte_order.h"
-#include "file/crc32.h"
-#include "file/lzss.h"
-#include "file/scramble.h"
+#include "file/codec/crc32.h"
+#include "file/codec/lzss_container.h"
+#include "file/codec/scramble.h"
 
 #include <cstring>
 
@@ -130,11 +130,18 @@ void encodeFileFields(std::uint8_t *bytes, const V_File::VASFileEntry &entry) {
     forEachFileField(entry, Encoder{bytes});
 }
 
+bool sizesAgree(const V_File::VASFileEntry &entry) {
+    if (entry.method == V_File::METHOD_STORED)
+        return entry.size == entry.storedSize;
+    return !isCompressed(entry) ||
+           (entry.storedSize >= lzssHeaderSize &&
+            lzssCanHold(entry.size, entry.storedSize - static_cast<std::uint32_t>(lzssHeaderSize)));
+}
+
 bool isContainerOf(const std::uint8_t *container, const V_File::VASFileEntry &entry) {
     LzssHeader header;
     return lzssReadHeader(container, header) && header.size == entry.size &&
-           header.packedSize == entry.storedSize - lzssHeaderSize &&
-           lzssCanHold(header.size, header.packedSize);
+           header.packedSize == entry.storedSize - lzssHeaderSize;
 }
 
 void putArchiveKeyDigits(char *key, std::uint32_t dirIndex) {

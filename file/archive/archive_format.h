@@ -99,8 +99,17 @@ bool nextArchiveRecord(const std::uint8_t *&position, const std::uint8_t *end, s
 void decodeFileFields(const std::uint8_t *bytes, V_File::VASFileEntry &entry);
 void encodeFileFields(std::uint8_t *bytes, const V_File::VASFileEntry &entry);
 
-/// Whether the header at `container` agrees with the record of the entry, of at least lzssHeaderSize stored
-/// bytes, that the container is: its magic and sizes, and that so much code can give so many bytes.
+/// Whether a record's sizes agree with its method: stored bytes are as many as unpacked ones, and code can
+/// give so many. To be asked before memory is taken on the word of a damaged archive.
+bool sizesAgree(const V_File::VASFileEntry &entry);
+
+/// Whether an entry is an LZSS container, scrambled or not.
+inline bool isCompressed(const V_File::VASFileEntry &entry) {
+    return entry.method == V_File::METHOD_LZSS || entry.method == V_File::METHOD_LZSS_SCRAMBLED;
+}
+
+/// Whether the header at `container` agrees with the record of the entry, whose sizes agree, that it is: its
+/// magic and its sizes.
 bool isContainerOf(const std::uint8_t *container, const V_File::VASFileEntry &entry);
 
 /// Writes the digits of a directory's index, which is at most archiveHighestDirIndex, to the start of a key.

@@ -5,6 +5,7 @@
 
 #include "core/counted.h"
 #include "file/archive/archive_format.h"
+#include "file/codec/lzss_container.h"
 
 #include <algorithm>
 #include <cstring>
@@ -20,11 +21,7 @@ EntryReader::EntryReader(const Archive &archive, const V_File::VASFileEntry &ent
     // One that was cut short tells so where it ends.
     if (isAllThere() && m_file.identity() != archive.identity)
         V_throw(V_FileException_ArchiveCorrupted(archive.archivePath));
-    const bool possible =
-        isCompressed() ? m_entry.storedSize >= lzssHeaderSize &&
-                             lzssCanHold(m_entry.size, m_entry.storedSize - std::uint32_t{lzssHeaderSize})
-                       : !isReadable() || m_entry.size == m_entry.storedSize;
-    if (!possible)
+    if (!sizesAgree(m_entry))
         corrupted();
 }
 
@@ -57,13 +54,11 @@ unsigned int EntryReader::readWhole(void *buffer, unsigned int room) const {
         unscrambleArchiveBytes(block.get(), m_entry.storedSize, m_entry.seed);
     if (!isContainerOf(block.get(), m_entry))
         corrupted();
-    if (m_entry.size == 0) // some writers pack an item even when there is nothing to pack
-        return 0;
 
     CountedArray<std::uint8_t> whole; // where the buffer does not hold it
     if (count < m_entry.size)
         whole.reset(allocateArray<std::uint8_t>(m_entry.size));
-    if (!lzssDecode(block.get() + lzssHeaderSize, m_entry.storedSize - lzssHeaderSize,
+    if (!lzssUnpack(block.get() + lzssHeaderSize, m_entry.storedSize - lzssHeaderSize,
                     whole ? whole.get() : out, m_entry.size))
         corrupted();
     if (whole)

@@ -5,9 +5,10 @@
 
 #include "core/counted.h"
 #include "file/archive/archive.h"
-#include "file/lzss.h"
+#include "file/archive/archive_format.h"
+#include "file/codec/lzss.h"
+#include "file/codec/scramble.h"
 #include "file/read_file.h"
-#include "file/scramble.h"
 
 #include <cstdint>
 #include <optional>
@@ -28,7 +29,7 @@ class EntryReader {
 
     /// Unpacked, in bytes.
     unsigned int size() const { return m_entry.size; }
-    bool isCompressed() const { return m_entry.method == V_File::METHOD_LZSS || isScrambled(); }
+    bool isCompressed() const { return vl::isCompressed(m_entry); }
     /// Whether the method is one that can be read; an entry of another one gives nothing.
     bool isReadable() const { return m_entry.method == V_File::METHOD_STORED || isCompressed(); }
 

@@ -4,6 +4,7 @@
 
 #include "core/counted.h"
 #include "file/archive/archive.h"
+#include "file/archive/archive_format.h"
 #include "file/places/lookup.h"
 #include "file/streams/back_end.h"
 #include "platform/platform.h"
@@ -52,7 +53,7 @@ void V_UnbufferedFileStream::openEntry(const char *name, vl::Lookup &lookup) {
     const V_File::VASFileEntry &entry = *found.file;
     if (entry.method != V_File::METHOD_STORED)
         V_throw(V_FileException_FileNotAStream(lookup.path()));
-    if (entry.size != entry.storedSize)
+    if (!vl::sizesAgree(entry))
         V_throw(V_FileException_FileCorrupted(lookup.path()));
     const auto &archive = static_cast<const vl::Archive &>(*found.archive);
     vl::platform::FileIdentity identity;

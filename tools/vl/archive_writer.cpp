@@ -6,8 +6,9 @@
 #include "progress.h"
 
 #include "file/archive/archive_format.h"
-#include "file/crc32.h"
-#include "file/lzss.h"
+#include "file/codec/crc32.h"
+#include "file/codec/lzss_container.h"
+#include "file/codec/lzss_encoder.h"
 #include "platform/terminal.h"
 
 #include <cerrno>
@@ -88,7 +89,7 @@ Bytes readWhole(const SourceFile &file) {
 }
 
 /// A file's bytes as its method stores them.
-Bytes storedForm(const SourceFile &file, Bytes content, std::uint32_t seed) {
+Bytes storedForm(const SourceFile &file, Bytes content, std::uint32_t seed, vl::LzssEncoder &encoder) {
     if (file.method == V_File::METHOD_STORED)
         return content;
     Bytes container;
@@ -96,7 +97,7 @@ Bytes storedForm(const SourceFile &file, Bytes content, std::uint32_t seed) {
         throw std::runtime_error(file.path.string() + ": too large to be packed on this machine");
     container.resize(static_cast<std::size_t>(vl::lzssBound(file.size)));
     const std::uint64_t packed =
-        vl::lzssEncode(content.data(), file.size, container.data() + vl::lzssHeaderSize);
+        encoder.encode(content.data(), file.size, container.data() + vl::lzssHeaderSize);
     if (packed > 0xFFFFFFFFu - vl::lzssHeaderSize)
         throw std::runtime_error(file.path.string() + ": exceeds 4294967295 bytes when packed");
     vl::lzssWriteHeader(container.data(), {file.size, static_cast<std::uint32_t>(packed)});
@@ -137,13 +138,14 @@ ArchiveSummary writeArchive(const SourceTree &tree, const ArchiveSettings &setti
 
     ArchiveSummary summary{0, dataStart};
     std::mt19937 seeds(settings.seed);
+    vl::LzssEncoder encoder;
     Progress progress("packing", tree.files.size());
     for (std::size_t i = 0; i < tree.files.size(); ++i) {
         const SourceFile &file = tree.files[i];
         progress.show(i, tree.describe(file));
         V_File::VASFileEntry entry{};
         entry.seed = static_cast<std::uint32_t>(seeds());
-        const Bytes stored = storedForm(file, readWhole(file), entry.seed);
+        const Bytes stored = storedForm(file, readWhole(file), entry.seed, encoder);
         summary.unpacked += file.size;
         summary.archive += stored.size();
         if (summary.archive > 0xFFFFFFFFu)

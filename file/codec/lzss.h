@@ -1,14 +1,7 @@
 // LZSS compression: Storer and Szymanski's variant of LZ77 with a 4096-byte ring as the window, in the
 // byte-oriented form that Haruhiko Okumura gave it (flag bytes, absolute ring positions, a binary tree of
-// strings for the match search). Any decoder of that format reads these code streams and the reverse.
-//
-// The container, all integers little-endian and unsigned:
-//
-//   offset  size        field
-//   0       4           magic, the bytes "VA->"
-//   4       4           size: unpacked bytes
-//   8       4           packedSize: code bytes that follow
-//   12      packedSize  the code stream
+// strings for the match search). Any decoder of that format reads these code streams and the reverse. The
+// encoder is lzss_encoder.h, the container that holds a stream lzss_container.h.
 //
 // The code stream: a flag byte, up to eight items, the next flag byte, ... Bit 0 of a flag byte describes
 // its first item; the bits without an item in the last flag byte are 0.
@@ -31,38 +24,6 @@ inline constexpr unsigned int lzssLongestMatch = 18;
 inline constexpr unsigned int lzssThreshold = 2; // a match this short costs as much as its literals
 inline constexpr unsigned int lzssFirstPosition = lzssRingSize - lzssLongestMatch;
 inline constexpr std::uint8_t lzssInitialFill = 0x20;
-
-inline constexpr std::size_t lzssHeaderSize = 12;
-inline constexpr char lzssMagic[] = "VA->";
-
-/// The fields of a container's header.
-struct LzssHeader {
-    std::uint32_t size = 0;       ///< unpacked bytes
-    std::uint32_t packedSize = 0; ///< code bytes after the header
-};
-
-/// Writes the 12 bytes of a header, magic included, to `container`.
-void lzssWriteHeader(std::uint8_t *container, const LzssHeader &header);
-
-/// Reads the 12 bytes at `container`. False, and `header` unchanged, when the magic is missing. The sizes are
-/// handed over as they stand: that `packedSize` bytes really follow is the caller's to check.
-bool lzssReadHeader(const std::uint8_t *container, LzssHeader &header);
-
-/// Whether `packedSize` code bytes can give `size` bytes at all: 17 of them give 144 at most. To be asked
-/// before memory is taken on the word of a damaged container.
-constexpr bool lzssCanHold(std::uint32_t size, std::uint32_t packedSize) { return size / 9 <= packedSize; }
-
-/// Size in bytes of a buffer that holds the container of any `size` bytes: 4096 + trunc(size * 1.2), the
-/// product in single precision. Code is at most 1.125 times its data, so rounding never makes it too small.
-/// Wider than 32 bits since it passes 4294967295 from about 3.58e9 bytes on; a caller that allocates must
-/// check that the result fits its size type.
-std::uint64_t lzssBound(std::uint32_t size);
-
-/// Compresses `size` bytes to a code stream (no header) at `out`, which has room for lzssBound(size) -
-/// lzssHeaderSize bytes, and returns the number of code bytes: 0 for no data, and possibly more than a
-/// header's `packedSize` holds (incompressible data from 3817748707 bytes on), which the caller must refuse.
-/// Allocates nothing: the ring and the tree are one static object, so calls must not overlap.
-std::uint64_t lzssEncode(const std::uint8_t *data, std::uint32_t size, std::uint8_t *out);
 
 /// Decodes a whole code stream. True only when exactly `outSize` bytes came out of exactly `codeSize` bytes:
 /// no item cut short, no match longer than the room left, no code left over (a lone last flag byte

@@ -5,7 +5,7 @@
 // are decoded with copies of fixed width and hardly a branch; elsewhere items are decoded one at a time with
 // every byte checked.
 
-#include "file/lzss.h"
+#include "file/codec/lzss.h"
 
 #include "base/byte_order.h"
 

@@ -2,7 +2,7 @@
 // folding with carry-less multiplication (Gopal et al., "Fast CRC Computation for Generic Polynomials Using
 // PCLMULQDQ Instruction", Intel 2009).
 
-#include "file/crc32.h"
+#include "file/codec/crc32.h"
 
 #include "base/byte_order.h"
 

@@ -6,7 +6,7 @@
 // other's state and whole blocks are transformed in wide registers. States outside the cycle (0 above all)
 // take one step per byte.
 
-#include "file/scramble.h"
+#include "file/codec/scramble.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,4 +1,4 @@
-// LZSS encoder and container header (format: lzss.h).
+// LZSS encoder (format: lzss.h).
 //
 // Every ring position in the window is a node of a binary search tree that orders the 18-byte strings
 // starting there; there is one tree per first byte. The tree is never balanced, and which of several equally
@@ -10,9 +10,11 @@
 //    load and one comparison, which gives direction and length of the match;
 //  - up to four strings that belong to different trees go down together.
 
-#include "file/lzss.h"
+#include "file/codec/lzss_encoder.h"
 
 #include "base/byte_order.h"
+#include "core/counted.h"
+#include "file/codec/lzss.h"
 
 #include <algorithm>
 #include <bit>
@@ -221,8 +223,12 @@ class ItemWriter {
     unsigned int m_uCovered = 0;
 };
 
-class Encoder {
+} // namespace
+
+class LzssEncoder::State {
   public:
+    State() {} // all is set when encoding begins
+
     std::uint64_t encode(const std::uint8_t *data, std::uint32_t size, std::uint8_t *out);
 
   private:
@@ -246,7 +252,7 @@ class Encoder {
 /// Whether the next `count` positions can be inserted at once. The trees grow and shrink in the same order
 /// whatever items are written, and trees of different first bytes have nothing to do with each other: so they
 /// can if every string goes into a tree of its own, and into none that a deletion due after it would change.
-bool Encoder::independent(unsigned int count) const {
+bool LzssEncoder::State::independent(unsigned int count) const {
     const std::uint8_t *const inserted = tree.text_buf + after(r, 1);
     const std::uint8_t *const deleted = tree.text_buf + s;
     bool result = true;
@@ -258,7 +264,7 @@ bool Encoder::independent(unsigned int count) const {
 
 /// Takes Count bytes into the look-ahead and moves on to the positions that become codable.
 template <unsigned int Count>
-void Encoder::advance(const std::uint8_t *data, ItemWriter &writer) {
+void LzssEncoder::State::advance(const std::uint8_t *data, ItemWriter &writer) {
     for (unsigned int i = 0; i < Count; ++i) {
         tree.text_buf[s] = data[i];
         if (s < lzssLongestMatch - 1)
@@ -273,7 +279,7 @@ void Encoder::advance(const std::uint8_t *data, ItemWriter &writer) {
     }
 }
 
-std::uint64_t Encoder::encode(const std::uint8_t *data, std::uint32_t size, std::uint8_t *out) {
+std::uint64_t LzssEncoder::State::encode(const std::uint8_t *data, std::uint32_t size, std::uint8_t *out) {
     unsigned int ahead = std::min(size, lzssLongestMatch);
     if (ahead == 0)
         return 0;
@@ -313,30 +319,12 @@ std::uint64_t Encoder::encode(const std::uint8_t *data, std::uint32_t size, std:
     return static_cast<std::uint64_t>(writer.end() - out);
 }
 
-Encoder encoder;
+LzssEncoder::LzssEncoder() : m_pState(newCounted<State>()) {}
 
-} // namespace
+LzssEncoder::~LzssEncoder() { deleteCounted(m_pState); }
 
-void lzssWriteHeader(std::uint8_t *container, const LzssHeader &header) {
-    std::memcpy(container, lzssMagic, 4);
-    storeLe32(container + 4, header.size);
-    storeLe32(container + 8, header.packedSize);
-}
-
-bool lzssReadHeader(const std::uint8_t *container, LzssHeader &header) {
-    if (std::memcmp(container, lzssMagic, 4) != 0)
-        return false;
-    header = {loadLe32(container + 4), loadLe32(container + 8)};
-    return true;
-}
-
-std::uint64_t lzssBound(std::uint32_t size) {
-    const float product = static_cast<float>(size) * 1.2f;
-    return 4096 + static_cast<std::uint64_t>(product);
-}
-
-std::uint64_t lzssEncode(const std::uint8_t *data, std::uint32_t size, std::uint8_t *out) {
-    return encoder.encode(data, size, out);
+std::uint64_t LzssEncoder::encode(const std::uint8_t *data, std::uint32_t size, std::uint8_t *out) {
+    return m_pState->encode(data, size, out);
 }
 
 } // namespace vl

@@ -126,10 +126,7 @@ V_PENTRY *V_Profile::insert(const char *name) {
     V_PENTRY *entry = find(name);
     if (!entry) [[unlikely]]
         entry = create(name);
-    V_PINSTANCE &instance = entry->stack.emplace_back();
-    readClock(&instance.start);
-    instance.allocationsAtStart = V_Memory::getNewCount();
-    instance.releasesAtStart = V_Memory::getDeleteCount();
+    entry->stack.emplace_back();
     return entry;
 }
 
@@ -137,6 +134,11 @@ void V_Profile::begin(const char *name) {
     const V_MemoryScope memory("Vantor Library");
     m_pParent = m_spEarlierParent;
     m_pEntry = insert(name);
+    V_PINSTANCE &instance = m_pEntry->stack.back();
+    readClock(&instance.start);
+    instance.allocationsAtStart = V_Memory::getNewCount();
+    instance.releasesAtStart = V_Memory::getDeleteCount();
+    m_begin = {instance.start, instance.allocationsAtStart, instance.releasesAtStart};
     m_uPeriod = sm_uPeriod;
     m_uStackDepth = m_pEntry->stack.size();
     m_spEarlierParent = m_pEntry;
@@ -148,48 +150,51 @@ void V_Profile::begin(const char *name) {
 }
 
 void V_Profile::end() noexcept {
+    m_bActive = false;
     // A section that outlived its period must not touch its entry, which may be gone.
-    if (!sm_bProfilingEnabled || m_uPeriod != sm_uPeriod || m_pEntry->stack.size() != m_uStackDepth)
+    if (m_uPeriod != sm_uPeriod)
         return;
 
     const V_MemoryScope memory("Vantor Library");
     V_PTICK now;
     readClock(&now);
-    V_PINSTANCE &instance = m_pEntry->stack.back();
-    const double ticks = ticksBetween(&instance.start, &now);
+    const double ticks = ticksBetween(&m_begin.start, &now);
+    const int allocations = V_Memory::getNewCount() - m_begin.allocations;
+    const int releases = V_Memory::getDeleteCount() - m_begin.releases;
+    if (m_pEntry->stack.size() == m_uStackDepth) { // or its entry has been cleared
+        if (sm_bProfilingEnabled)
+            record(ticks, allocations, releases);
+        m_pEntry->stack.pop_back();
+    }
+    // Whatever became of its own figures, its time is not the parent's.
+    if (m_pParent && !m_pParent->stack.empty()) {
+        V_PINSTANCE &parent = m_pParent->stack.back();
+        parent.childTime += ticks;
+        parent.childAllocations += allocations;
+        parent.childReleases += releases;
+    }
+    m_spEarlierParent = m_pParent;
+}
+
+void V_Profile::record(double ticks, int allocations, int releases) noexcept {
+    const V_PINSTANCE &instance = m_pEntry->stack.back();
     V_PINFO &info = m_pEntry->info;
     if (!countsCycles())
         info.inclusiveSeconds += ticks;
     else if (Sys->processorSpeedDetermined())
         info.lastSeconds = ticks / Sys->m_dProcessorSpeed;
 
-    const int allocations = V_Memory::getNewCount() - instance.allocationsAtStart;
-    const int releases = V_Memory::getDeleteCount() - instance.releasesAtStart;
-    const int third = -instance.thirdAtStart;
     if (m_uStackDepth == 1) {
         m_pEntry->frameInclusive += ticks;
         m_pEntry->totalInclusive += ticks;
         info.inclusiveAllocations += allocations;
         info.inclusiveReleases += releases;
-        info.inclusiveThird += third;
     }
     m_pEntry->frameExclusive += ticks - instance.childTime;
     info.exclusiveAllocations += allocations - instance.childAllocations;
     info.exclusiveReleases += releases - instance.childReleases;
-    info.exclusiveThird += third - instance.childThird;
     if (vl::traceRecorder) [[unlikely]]
         vl::traceRecorder->record({m_pEntry->name, instance.start, ticks, allocations, releases});
-    m_pEntry->stack.pop_back();
-
-    if (m_pParent && !m_pParent->stack.empty()) {
-        V_PINSTANCE &parent = m_pParent->stack.back();
-        parent.childTime += ticks;
-        parent.childAllocations += allocations;
-        parent.childReleases += releases;
-        parent.childThird += third;
-    }
-    m_spEarlierParent = m_pParent;
-    m_bActive = false;
 }
 
 void V_Profile::discardOpenInstances() {

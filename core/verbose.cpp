@@ -7,7 +7,12 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
+#include <exception>
+#include <filesystem>
+#include <string>
+#include <utility>
 
 namespace {
 
@@ -29,6 +34,7 @@ void V_System::verbose(const char *format, ...) {
         open(m_verboseStream, m_pVerboseFileName, std::ios::out | std::ios::app);
         if (!m_verboseStream.is_open())
             return;
+        fixVerboseFile();
     }
     if (!m_bVerboseHeaderWritten) {
         m_bVerboseHeaderWritten = true;
@@ -51,6 +57,22 @@ void V_System::verbose(const char *format, ...) {
         m_pfVerboseCallback(text);
 }
 
+/// The log stays the file that has been opened, wherever the process goes. When memory is exhausted that has to
+/// wait for the next opening.
+void V_System::fixVerboseFile() {
+    try {
+        const std::filesystem::path name = m_pVerboseFileName;
+        if (name.is_absolute())
+            return;
+        const std::string absolute = std::filesystem::absolute(name).string();
+        char *const copy = new char[absolute.size() + 1];
+        std::strcpy(copy, absolute.c_str());
+        delete[] std::exchange(m_pVerboseFileName, copy);
+    } catch (const std::exception &) {
+        return;
+    }
+}
+
 V_System::VerboseCallback V_System::setVerboseCallback(VerboseCallback callback) {
     VerboseCallback previous = m_pfVerboseCallback;
     m_pfVerboseCallback = callback;
@@ -69,6 +91,8 @@ void V_System::clearVerbose() {
         return;
     m_verboseStream.close();
     open(m_verboseStream, m_pVerboseFileName, std::ios::out | std::ios::trunc);
+    if (m_verboseStream.is_open())
+        fixVerboseFile();
     m_bVerboseHeaderWritten = false;
 }
 

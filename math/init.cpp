@@ -45,6 +45,6 @@ void M_funcMakeInverseSqrtLUT() {
     }
 }
 
-float M_RAND_01() { return static_cast<float>(vl::drawRandom()) / 32767.0f; }
+float M_RAND_01() { return static_cast<float>(vl::drawRandom() / 32767.0); }
 
-float M_RAND() { return static_cast<float>(vl::drawRandom()) / 16383.0f - 1.0f; }
+float M_RAND() { return static_cast<float>(vl::drawRandom() / 16383.0 - 1.0); }

@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 /// The failure functions. `expression` is the text of the tested expression, `file` and `line` its position
 /// in the source, `reason` an explanation or null. The report they compose holds at most 2047 characters, the
@@ -40,13 +41,29 @@ VL_API void V_ASSERT_OBJECT_CONSTRUCTED_fails(const char *file, int line);
 VL_API void V_ASSERT_OBJECT_DESTRUCTED_fails(const char *file, int line);
 
 /// What a valid pointer is here: not null and, when the type it points to is known, aligned for that.
-template <class T, std::size_t alignment = alignof(T)>
-bool V_isPointer(const T *pointer) {
+template <class T, std::enable_if_t<std::is_object_v<T>, std::size_t> alignment = alignof(T)>
+bool V_isPointer(const volatile T *pointer) {
     return pointer != nullptr && reinterpret_cast<std::uintptr_t>(pointer) % alignment == 0;
 }
-inline bool V_isPointer(const void *pointer) { return pointer != nullptr; }
-/// Compilers warn of `this` beside null, but not here.
-inline bool V_isNull(const volatile void *pointer) { return pointer == nullptr; }
+inline bool V_isPointer(const volatile void *pointer) { return pointer != nullptr; }
+template <class T, std::enable_if_t<std::is_function_v<T>, int> = 0>
+bool V_isPointer(T *function) {
+    return function != nullptr;
+}
+inline bool V_isPointer(std::nullptr_t) { return false; }
+
+/// The same, or null.
+template <class T>
+bool V_isNullOrPointer(T *pointer) {
+    return pointer == nullptr || V_isPointer(pointer);
+}
+inline bool V_isNullOrPointer(std::nullptr_t) { return true; }
+
+/// The same, or there is nothing to point to.
+template <class T, class Size>
+bool V_isPointerToSize(T pointer, Size size) {
+    return size == 0 || V_isPointer(pointer);
+}
 
 #ifndef V_CHECKS
 #ifdef NDEBUG
@@ -56,49 +73,66 @@ inline bool V_isNull(const volatile void *pointer) { return pointer == nullptr; 
 #endif
 #endif
 
-/// Runs `failure` when `condition` does not hold. An inactive check still names what it would look at, so
-/// that nothing becomes unused.
-#define V_CHECK_ALWAYS(condition, failure) ((condition) ? static_cast<void>(0) : (failure))
+/// Runs `failure` when the condition, which may hold commas, does not hold; it is evaluated once. An inactive
+/// check still names what it would look at, so that nothing becomes unused.
+#define V_CHECK_ALWAYS(failure, ...) ((__VA_ARGS__) ? static_cast<void>(0) : (failure))
 #if V_CHECKS
-#define V_CHECK(condition, failure) V_CHECK_ALWAYS(condition, failure)
+#define V_CHECK(failure, ...) V_CHECK_ALWAYS(failure, __VA_ARGS__)
 #else
-#define V_CHECK(condition, failure) static_cast<void>(false && (condition))
+#define V_CHECK(failure, ...) static_cast<void>(false && (__VA_ARGS__))
 #endif
 
-/// The expression must be true. The second form explains why.
-#define V_ASSERT(expression) V_ASSERT_REASON(expression, nullptr)
+/// The expression must be true. What is reported is its text as it is written. The forms that end in REASON
+/// explain why, here and below.
+#define V_ASSERT(...) V_CHECK(V_ASSERT_fails(#__VA_ARGS__, __FILE__, __LINE__, nullptr), __VA_ARGS__)
 #define V_ASSERT_REASON(expression, reason)                                                                  \
-    V_CHECK(expression, V_ASSERT_fails(#expression, __FILE__, __LINE__, reason))
+    V_CHECK(V_ASSERT_fails(#expression, __FILE__, __LINE__, reason), expression)
 /// As V_ASSERT, but always evaluated and checked.
-#define V_VERIFY(expression) V_VERIFY_REASON(expression, nullptr)
+#define V_VERIFY(...) V_CHECK_ALWAYS(V_VERIFY_fails(#__VA_ARGS__, __FILE__, __LINE__, nullptr), __VA_ARGS__)
 #define V_VERIFY_REASON(expression, reason)                                                                  \
-    V_CHECK_ALWAYS(expression, V_VERIFY_fails(#expression, __FILE__, __LINE__, reason))
+    V_CHECK_ALWAYS(V_VERIFY_fails(#expression, __FILE__, __LINE__, reason), expression)
 /// Marks what must never be reached.
 #define V_ILLEGAL_CALL() V_ILLEGAL_CALL_happened(__FILE__, __LINE__)
 /// The pointer must be valid (V_isPointer); null is allowed in the second.
-#define V_ASSERT_POINTER(pointer)                                                                            \
-    V_CHECK(V_isPointer(pointer), V_ASSERT_POINTER_fails(#pointer, __FILE__, __LINE__, nullptr))
-#define V_ASSERT_0_OR_POINTER(pointer)                                                                       \
-    V_CHECK(V_isNull(pointer) || V_isPointer(pointer),                                                       \
-            V_ASSERT_0_OR_POINTER_fails(#pointer, __FILE__, __LINE__, nullptr))
+#define V_ASSERT_POINTER(...)                                                                                \
+    V_CHECK(V_ASSERT_POINTER_fails(#__VA_ARGS__, __FILE__, __LINE__, nullptr), V_isPointer(__VA_ARGS__))
+#define V_ASSERT_POINTER_REASON(pointer, reason)                                                             \
+    V_CHECK(V_ASSERT_POINTER_fails(#pointer, __FILE__, __LINE__, reason), V_isPointer(pointer))
+#define V_ASSERT_0_OR_POINTER(...)                                                                           \
+    V_CHECK(V_ASSERT_0_OR_POINTER_fails(#__VA_ARGS__, __FILE__, __LINE__, nullptr),                          \
+            V_isNullOrPointer(__VA_ARGS__))
+#define V_ASSERT_0_OR_POINTER_REASON(pointer, reason)                                                        \
+    V_CHECK(V_ASSERT_0_OR_POINTER_fails(#pointer, __FILE__, __LINE__, reason), V_isNullOrPointer(pointer))
 /// The pointer must be valid, or `size` (in bytes) 0.
 #define V_ASSERT_POINTER_SIZE(pointer, size)                                                                 \
-    V_CHECK((size) == 0 || V_isPointer(pointer),                                                             \
-            V_ASSERT_POINTER_SIZE_fails(#pointer, __FILE__, __LINE__, nullptr))
+    V_CHECK(V_ASSERT_POINTER_SIZE_fails(#pointer, __FILE__, __LINE__, nullptr),                              \
+            V_isPointerToSize(pointer, size))
+#define V_ASSERT_POINTER_SIZE_REASON(pointer, size, reason)                                                  \
+    V_CHECK(V_ASSERT_POINTER_SIZE_fails(#pointer, __FILE__, __LINE__, reason),                               \
+            V_isPointerToSize(pointer, size))
 /// The pointer must be valid; the name says what it is expected to point to.
-#define V_ASSERT_POINTER_TO_SINGLE(pointer)                                                                  \
-    V_CHECK(V_isPointer(pointer), V_ASSERT_POINTER_TO_SINGLE_fails(#pointer, __FILE__, __LINE__, nullptr))
-#define V_ASSERT_POINTER_TO_ARRAY(pointer)                                                                   \
-    V_CHECK(V_isPointer(pointer), V_ASSERT_POINTER_TO_ARRAY_fails(#pointer, __FILE__, __LINE__, nullptr))
-#define V_ASSERT_POINTER_TO_REALLOCATION(pointer)                                                            \
-    V_CHECK(V_isPointer(pointer),                                                                            \
-            V_ASSERT_POINTER_TO_REALLOCATION_fails(#pointer, __FILE__, __LINE__, nullptr))
+#define V_ASSERT_POINTER_TO_SINGLE(...)                                                                      \
+    V_CHECK(V_ASSERT_POINTER_TO_SINGLE_fails(#__VA_ARGS__, __FILE__, __LINE__, nullptr),                     \
+            V_isPointer(__VA_ARGS__))
+#define V_ASSERT_POINTER_TO_SINGLE_REASON(pointer, reason)                                                   \
+    V_CHECK(V_ASSERT_POINTER_TO_SINGLE_fails(#pointer, __FILE__, __LINE__, reason), V_isPointer(pointer))
+#define V_ASSERT_POINTER_TO_ARRAY(...)                                                                       \
+    V_CHECK(V_ASSERT_POINTER_TO_ARRAY_fails(#__VA_ARGS__, __FILE__, __LINE__, nullptr),                      \
+            V_isPointer(__VA_ARGS__))
+#define V_ASSERT_POINTER_TO_ARRAY_REASON(pointer, reason)                                                    \
+    V_CHECK(V_ASSERT_POINTER_TO_ARRAY_fails(#pointer, __FILE__, __LINE__, reason), V_isPointer(pointer))
+#define V_ASSERT_POINTER_TO_REALLOCATION(...)                                                                \
+    V_CHECK(V_ASSERT_POINTER_TO_REALLOCATION_fails(#__VA_ARGS__, __FILE__, __LINE__, nullptr),               \
+            V_isPointer(__VA_ARGS__))
+#define V_ASSERT_POINTER_TO_REALLOCATION_REASON(pointer, reason)                                             \
+    V_CHECK(V_ASSERT_POINTER_TO_REALLOCATION_fails(#pointer, __FILE__, __LINE__, reason),                    \
+            V_isPointer(pointer))
 /// Inside a member function: the object's isValid(), or isConstructed(), must hold; in the last it must not.
-#define V_ASSERT_OBJECT_VALID() V_CHECK(this->isValid(), V_ASSERT_OBJECT_VALID_fails(__FILE__, __LINE__))
+#define V_ASSERT_OBJECT_VALID() V_CHECK(V_ASSERT_OBJECT_VALID_fails(__FILE__, __LINE__), this->isValid())
 #define V_ASSERT_OBJECT_CONSTRUCTED()                                                                        \
-    V_CHECK(this->isConstructed(), V_ASSERT_OBJECT_CONSTRUCTED_fails(__FILE__, __LINE__))
+    V_CHECK(V_ASSERT_OBJECT_CONSTRUCTED_fails(__FILE__, __LINE__), this->isConstructed())
 #define V_ASSERT_OBJECT_DESTRUCTED()                                                                         \
-    V_CHECK(!this->isConstructed(), V_ASSERT_OBJECT_DESTRUCTED_fails(__FILE__, __LINE__))
+    V_CHECK(V_ASSERT_OBJECT_DESTRUCTED_fails(__FILE__, __LINE__), !this->isConstructed())
 /// Another object's isValid() must hold.
-#define V_ASSERT_OBJECT_VALID1(object)                                                                       \
-    V_CHECK((object).isValid(), V_ASSERT_OBJECT_VALID1_fails(#object, __FILE__, __LINE__))
+#define V_ASSERT_OBJECT_VALID1(...)                                                                          \
+    V_CHECK(V_ASSERT_OBJECT_VALID1_fails(#__VA_ARGS__, __FILE__, __LINE__), (__VA_ARGS__).isValid())

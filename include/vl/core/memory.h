@@ -20,8 +20,6 @@ class VL_API V_Memory {
     /// How much dump would tell.
     enum MemoryDumpDetail { DUMP_SUMMARY, DUMP_BLOCKS };
 
-    V_Memory() = delete;
-
     /// Gets `size` bytes from the global allocation function; counts nothing. Throws std::bad_alloc as that
     /// function does.
     static void *allocateBytes(unsigned int size) { return ::operator new(size); }

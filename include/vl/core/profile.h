@@ -91,7 +91,7 @@ struct V_PENTRY {
 /// that is destroyed later is safe: after endFrame it still counts for the frame that ended; after the next
 /// startFrame, a reset or shutdown, or when its entry has been cleared meanwhile, it records nothing. An
 /// object destroyed while profiling is disabled records nothing either, and its section's figures are
-/// incomplete until the next frame starts.
+/// incomplete until the next frame starts. In both cases its time still does not count as its parent's own.
 class VL_API V_Profile {
   public:
     /// Begins an instance of the section `name`, of which the first 31 characters count: longer names that
@@ -130,7 +130,7 @@ class VL_API V_Profile {
     /// lastSeconds of a section; 0 when there is none.
     static double requestTime(const char *name);
 
-    /// Length of all frames since the last reset, and of the last frame, in seconds. With a time-stamp
+    /// Length of all frames since the last reset, those with profiling disabled included, and of the last frame, in seconds. With a time-stamp
     /// counter whose rate is not measured yet, these measure it (half a second), which resets the profiler,
     /// and return 0. 0 without the system object.
     static double getTotalTime();
@@ -206,10 +206,15 @@ class VL_API V_Profile {
     static V_PENTRY *create(const char *name);
     void begin(const char *name);
     void end() noexcept;
+    void record(double ticks, int allocations, int releases) noexcept;
     static void discardOpenInstances();
 
     V_PENTRY *m_pParent = nullptr; ///< innermost open entry when this one began, may be null
     V_PENTRY *m_pEntry = nullptr;
+    struct {
+        V_PTICK start;
+        int allocations, releases;
+    } m_begin = {}; ///< the clock and the process's counters when it began
     bool m_bActive = false;        ///< an instance is registered
     unsigned int m_uPeriod = 0;    ///< sm_uPeriod when the instance began
     std::size_t m_uStackDepth = 0; ///< position of its record in the entry's stack, counted from 1

@@ -101,7 +101,8 @@ class VL_API V_System {
     /// Appends a text, formatted printf-style with at most 1023 characters (a longer one is cut), to the log
     /// and flushes it; no line end is added. The first text after start-up or clearVerbose is preceded by a
     /// header with the date. Then the callback receives the text. When the file cannot be opened the text is
-    /// dropped.
+    /// dropped. The log lies in the directory that is the process's current one when it is first opened, and
+    /// stays that file whatever the current directory is later.
     void verbose(const char *format, ...) VL_PRINTF(2, 3);
 
     /// Sets the callback that mirrors the log (null: none) and returns the previous one.
@@ -181,6 +182,7 @@ class VL_API V_System {
 
     void deinits();
     void free(DEINIT *record);
+    void fixVerboseFile();
     [[noreturn]] void terminate();
 
     void determineProcessorCaps();
@@ -193,7 +195,7 @@ class VL_API V_System {
     std::ofstream m_verboseStream;
     VerboseCallback m_pfVerboseCallback = nullptr;
     char m_acErrorText[1024] = {}; ///< shown by terminate
-    char *m_pVerboseFileName = nullptr;
+    char *m_pVerboseFileName = nullptr; ///< owned; absolute once the log has been opened
     V_DLList<DEINIT> m_deinitList;
     bool m_bVerboseCeased = false;
     bool m_bVerboseHeaderWritten = false;

@@ -3,7 +3,7 @@
 // calls: the library asks the disk before the archives, so a lookup cannot cost less than one failing stat,
 // and a read is one open, one pread and one close of the archive.
 
-#include "file/archive_access.h"
+#include "file/archive/entry_reader.h"
 #include "platform/platform.h"
 #include "tests/support/archive_builder.h"
 #include "tests/support/temporary_directory.h"
@@ -206,22 +206,20 @@ void wherePhysfs(benchmark::State &state, Spelling spelling) {
 
 // An entry that has been found.
 void readEntry(benchmark::State &state) {
-    V_File::V_VASArchive archive{};
-    vl::ArchiveAccess::load(archive, enginePath(fixture().vas).c_str());
+    const vl::Ref<vl::Archive> archive = vl::Archive::load(enginePath(fixture().vas).c_str());
     std::vector<const V_File::VASFileEntry *> large;
-    for (unsigned int i = 0; i < archive.header.fileCount; ++i)
-        if (archive.files[i].size == entrySize)
-            large.push_back(&archive.files[i]);
+    for (unsigned int i = 0; i < archive->header.fileCount; ++i)
+        if (archive->files[i].size == entrySize)
+            large.push_back(&archive->files[i]);
     std::mt19937 random(1);
     std::shuffle(large.begin(), large.end(), random);
     std::vector<unsigned char> buffer(entrySize);
     std::size_t i = 0;
     for (auto _ : state) {
-        vl::ArchiveAccess::read(archive, *large[i], "", buffer.data());
+        vl::EntryReader(*archive, *large[i], "").readWhole(buffer.data(), entrySize);
         i = i + 1 == large.size() ? 0 : i + 1;
     }
     state.SetItemsProcessed(state.iterations());
-    vl::ArchiveAccess::release(archive);
 }
 
 // By its name.

@@ -1,87 +1,152 @@
-// The file system's life: where its local root is, and what it creates and releases.
+// The file system's root and its archives: loading, unloading, the priority archive and the secondary
+// directory.
 
-#include "vl/file.h"
+#include "file/file_system.h"
 
-#include "file/path_text.h"
+#include "core/counted.h"
 #include "platform/platform.h"
 
 #include <cstring>
+#include <memory>
+#include <utility>
 
-using vl::PathText;
-using vl::platform::PathBuffer;
-
-V_File *File = nullptr;
-unsigned int V_File::instance = 0;
-
+namespace vl {
 namespace {
 
-/// Tells the directory that a program lies in.
-void directoryOfProgram(PathBuffer &out, const char *program) {
-    PathText path(out, program);
-    path.append(program);
-    const std::size_t length = vl::directoryLength(out);
-    const bool driveRoot = length == 3 && out[1] == ':';
+/// The directory that a program lies in.
+Path directoryOf(const char *program) {
+    Path path;
+    path.append(program, program);
+    const std::size_t length = path.directoryLength();
+    const bool driveRoot = length == 3 && path.text()[1] == ':';
     path.cutTo(driveRoot ? length : length - 1);
+    return path;
 }
 
-/// Makes a directory the process's current directory and tells the name the system gives it. `out` holds the
-/// earlier one, which is kept when that fails.
-void enterDirectory(char (&out)[256], const char *dir) {
-    if (!vl::platform::setCurrentDirectory(dir))
-        V_throw(V_FileException_DirectoryNotFound(dir));
-    PathBuffer current;
-    if (!vl::platform::currentDirectory(current)) {
-        vl::platform::setCurrentDirectory(out);
-        V_throw(V_FileException_PathTooLong(dir));
-    }
-    std::memcpy(out, current, sizeof out);
-}
+struct EndEnumeration {
+    void operator()(platform::Enumeration *enumeration) const { platform::endEnumeration(enumeration); }
+};
+using OpenEnumeration = std::unique_ptr<platform::Enumeration, EndEnumeration>;
 
 } // namespace
 
-V_File::V_File()
-    : m_strPattern(), m_findData(), m_strSearchDir(), m_strDiskPattern(), m_strResult(), m_strDirKey() {
-    m_uStage = StageFinished;
-    m_uIndex = 0;
-    m_hFind = nullptr;
-    m_pArchive = nullptr;
-    m_iNoDirYet = 1;
-    m_pDirIDCursor = nullptr;
-    m_iOverride = 1;
+FileSystem::FileSystem() : m_places(newCounted<PlaceList>()), m_none(m_places) {
+    startupDirectory.set(platform::currentDirectory); // the process's business; nothing here depends on it
+    const char *const program = platform::executablePath();
+    if (!program)
+        V_throw(V_MemoryException_Allocation());
+    enterDirectory(directoryOf(program).text());
+    loadArchives();
+}
 
-    try {
-        if (instance++ == 0)
-            createArchiveLists();
-        if (!vl::platform::currentDirectory(m_strStartupDirectory))
-            m_strStartupDirectory[0] = 0; // the process's business; nothing here depends on it
-        const char *program = vl::platform::executablePath();
-        if (!program)
-            V_throw(V_MemoryException_Allocation());
-        PathBuffer directory;
-        directoryOfProgram(directory, program);
-        enterDirectory(m_originalLocalDirPath, directory);
-        loadArchives();
-    } catch (...) {
-        release();
-        throw;
+// ---- The local root and its archives -------------------------------------------------------------------
+
+void FileSystem::setRoot(const char *dir) {
+    unloadArchives();
+    enterDirectory(dir);
+    loadArchives();
+}
+
+/// Makes a directory the process's current directory and, by the name that the system gives it, the root.
+void FileSystem::enterDirectory(const char *dir) {
+    if (!platform::setCurrentDirectory(dir))
+        V_throw(V_FileException_DirectoryNotFound(dir));
+    Path entered;
+    if (!entered.set(platform::currentDirectory)) {
+        platform::setCurrentDirectory(names.root.text());
+        V_throw(V_FileException_PathTooLong(dir));
+    }
+    names.root = entered;
+}
+
+bool FileSystem::setSecondaryDirectory(const char *dir) {
+    Path directory;
+    directory.append(dir, dir);
+    if (directory.length() != 0 && !directory.endsWithBackslash())
+        directory.append("\\", dir);
+    m_secondaryDirectory = directory;
+
+    unloadArchives();
+    return loadArchives();
+}
+
+bool FileSystem::loadArchives() {
+    names.setMode(V_File::AH_ARCHIVES);
+    search.reset();
+    loadArchivesOf("", Place::Origin::LocalRoot);
+    return m_secondaryDirectory.length() != 0 &&
+           loadArchivesOf(m_secondaryDirectory.text(), Place::Origin::SecondaryDirectory);
+}
+
+/// Loads the archives of a directory behind those that are there. Returns whether there are any.
+bool FileSystem::loadArchivesOf(const char *directory, Place::Origin origin) {
+    const Path place = *directory ? belowRoot(directory) : names.root;
+    char pattern[sizeof(platform::PathBuffer) + sizeof "\\*.VAS"];
+    std::strcpy(pattern, place.text());
+    std::strcat(pattern, place.endsWithBackslash() ? "*.VAS" : "\\*.VAS");
+    bool outOfMemory = false;
+    const OpenEnumeration found(platform::startEnumeration(pattern, &outOfMemory));
+    if (outOfMemory)
+        V_throw(V_MemoryException_Allocation());
+    bool any = false;
+    while (const char *name = found ? platform::nextName(found.get()) : nullptr) {
+        Path path;
+        path.append(directory, name);
+        path.append(name, name);
+        m_places = m_places->withLast({loadArchive(path.text()), origin});
+        any = true;
+    }
+    return any;
+}
+
+void FileSystem::unloadArchives() {
+    if (names.areVirtual()) {
+        search.reset(); // a search of its own ends here
+        m_places = m_none;
     }
 }
 
-V_File::~V_File() { release(); }
-
-void V_File::release() {
-    vl::platform::endEnumeration(m_hFind);
-    m_hFind = nullptr;
-    if (--instance != 0)
-        return;
-    V_REALLOCATE_DELETE(m_pathName);
-    m_pathName = nullptr;
-    m_uPathLen = 0;
-    deleteArchiveLists();
+/// Loads an archive by a name that is relative to the root.
+Ref<Archive> FileSystem::loadArchive(const char *name) const {
+    const Path below = belowRoot(name);
+    Path path;
+    if (!path.set([&](platform::PathBuffer &out) { return platform::fullPath(out, below.text()); }))
+        V_throw(V_FileException_ArchiveNotFound(name)); // another drive
+    return Archive::load(path.text());
 }
 
-void V_File::setFileSystemRoot(const char *dir) {
-    unloadArchives();
-    enterDirectory(m_originalLocalDirPath, dir);
-    loadArchives();
+/// A path that is relative to the root, if to anything, without need of the process's current directory.
+Path FileSystem::belowRoot(const char *path) const {
+    const bool absolute = path[0] == '\\' || path[0] == '/' || (path[0] && path[1] == ':');
+    Path result;
+    if (!absolute) {
+        result = names.root;
+        if (!result.endsWithBackslash())
+            result.append("\\", path);
+    }
+    result.append(path, path);
+    return result;
 }
+
+// ---- The priority archive ------------------------------------------------------------------------------
+
+void FileSystem::enablePriorityArchive(const char *name) {
+    disablePriorityArchive();
+    Path copy; // the name may be the one that is held
+    copy.append(name, name);
+    m_priorityName = copy;
+    if (copy.length() == 0)
+        V_throw(V_FileException_ArchiveNotFound(name));
+    m_places = m_places->withFirst({loadArchive(m_priorityName.text()), Place::Origin::Priority});
+    m_bPriorityEnabled = true;
+}
+
+void FileSystem::disablePriorityArchive() {
+    if (m_bPriorityEnabled) {
+        Ref<const PlaceList> rest = m_places->withoutPriority();
+        m_places = rest->begin() == rest->end() ? m_none : std::move(rest);
+    }
+    m_bPriorityEnabled = false;
+}
+
+} // namespace vl

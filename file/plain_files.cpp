@@ -2,27 +2,25 @@
 
 #include "vl/file.h"
 
-#include "base/text.h"
-#include "core/counted.h"
-#include "file/archive_query.h"
-#include "file/open_file.h"
-#include "file/path_text.h"
+#include "file/archive/entry_reader.h"
+#include "file/file_system.h"
+#include "file/places/lookup.h"
+#include "file/whole_file.h"
 #include "platform/platform.h"
 
 #include <cstdio>
 #include <cstring>
+#include <memory>
 
-using vl::OpenFile;
-using vl::openWithoutBuffer;
-using vl::PathText;
-using vl::platform::PathBuffer;
+using vl::FoundFile;
+using vl::Lookup;
 
 namespace {
 
-void upperCase(char *text) {
-    for (; *text; ++text)
-        *text = vl::upper(*text);
-}
+struct CloseFile {
+    void operator()(std::FILE *file) const { std::fclose(file); }
+};
+using OpenFile = std::unique_ptr<std::FILE, CloseFile>;
 
 template <class Time>
 unsigned int stampOf(const Time &time) {
@@ -33,156 +31,107 @@ unsigned int stampOf(const Time &time) {
     return stamp * 60 + time.second;
 }
 
+/// Writes with one transfer of the caller's own block, which standard I/O need not buffer. False when the
+/// file cannot be opened.
+bool writeTo(const char *path, const char *mode, const void *data, unsigned int size) {
+    const OpenFile file(vl::platform::openFile(path, mode));
+    if (!file)
+        return false;
+    std::setvbuf(file.get(), nullptr, _IONBF, 0);
+    std::fwrite(data, 1, size, file.get());
+    return true;
+}
+
 } // namespace
 
-V_File::Location V_File::where(const char *name) {
-    PathBuffer pathBuffer, diskPath;
-    const std::string_view path = relativeToAbsolutePath(pathBuffer, name);
-    vl::ArchiveQuery query(*VASArchiveList, path); // before the disk is asked, so as not to wait after it
-    if (vl::platform::fileKind(absolutePathToDirStructure(diskPath, path)) != vl::platform::FileKind::None)
-        return LOC_DISK;
-    return query.findFile().archive || query.findDirectory().archive ? LOC_ARCHIVE : LOC_NONE;
-}
-
-int V_File::exists(const char *name) { return where(name) != LOC_NONE; }
-
-int V_File::isDirectory(const char *name) {
-    PathBuffer path;
-    relativeToAbsolutePath(path, name);
-    return isResolvedDirectory(path);
-}
-
-bool V_File::isResolvedDirectory(const char *path) {
-    PathBuffer diskPath;
-    absolutePathToDirStructure(diskPath, path);
-    if (vl::platform::fileKind(diskPath) == vl::platform::FileKind::Directory)
-        return true;
-    V_VASFind found;
-    searchDir(&found, path);
-    return found.archive != nullptr;
-}
+// ---- Reading -------------------------------------------------------------------------------------------
 
 unsigned int V_File::size(const char *name) {
-    PathBuffer path, diskPath;
-    relativeToAbsolutePath(path, name);
-    absolutePathToDirStructure(diskPath, path);
-    if (const OpenFile file = openWithoutBuffer(diskPath, "rb"))
-        return vl::sizeOf(file.get(), diskPath);
-    upperCase(path);
-    V_VASFind found;
-    searchFile(&found, path);
-    if (!found.file)
-        V_throw(V_FileException_FileNotFound(path));
-    return found.file->size;
+    Lookup lookup(name, *m_pSystem);
+    const FoundFile found = lookup.open();
+    if (!found)
+        V_throw(V_FileException_FileNotFound(lookup.upperCased().text()));
+    return found.size(lookup.diskPath());
 }
 
 void V_File::load(void *buffer, const char *name, unsigned int size) {
-    loadBounded(buffer, name, size, WHOLE_FILE);
-}
-
-void V_File::loadBounded(void *buffer, const char *name, unsigned int size, unsigned int bufferSize) {
-    PathBuffer path, diskPath;
-    vl::ArchiveQuery query(*VASArchiveList, relativeToAbsolutePath(path, name));
-    absolutePathToDirStructure(diskPath, path);
-    if (const OpenFile file = openWithoutBuffer(diskPath, "rb")) {
-        const unsigned int count = size == WHOLE_FILE ? vl::sizeOf(file.get(), diskPath) : size;
-        if (std::fread(buffer, 1, count, file.get()) != count)
-            V_throw(V_FileException_UnableToReadData(diskPath));
+    Lookup lookup(name, *m_pSystem);
+    const FoundFile found = lookup.open();
+    if (!found)
+        V_throw(V_FileException_FileNotFound(lookup.path()));
+    if (found.archived.file) {
+        vl::EntryReader(found.archived, lookup.path()).readWhole(buffer, WHOLE_FILE);
         return;
     }
-    const V_VASFind found = query.findFile();
-    if (!found.file)
-        V_throw(V_FileException_FileNotFound(path));
-    const unsigned int written = readEntry(found, path, buffer, bufferSize);
-    if (bufferSize != WHOLE_FILE)
-        std::memset(static_cast<char *>(buffer) + written, 0, bufferSize - written);
+    const unsigned int count = size == WHOLE_FILE ? found.size(lookup.diskPath()) : size;
+    if (!found.onDisk.read(0, buffer, count))
+        V_throw(V_FileException_UnableToReadData(lookup.diskPath()));
 }
 
 char *V_File::load(const char *, const char *name, unsigned int size) {
-    PathBuffer path, upperCased;
-    relativeToAbsolutePath(path, name); // first, so that a refusal shows the name as it was given
-    PathText(upperCased, name).append(name);
-    upperCase(upperCased);
-
-    const unsigned int count = size == WHOLE_FILE ? this->size(upperCased) : size;
-    if (count == 0) {
-        V_VASFind found;
-        searchFile(&found, path);
-        V_throw(V_FileException_FileCorrupted(found.file ? path : upperCased));
-    }
-    checkLargeLoad(upperCased, count);
-    vl::CountedArray<char> buffer(vl::allocateArray<char>(count));
-    loadBounded(buffer.get(), upperCased, count, count);
-    return buffer.release();
+    return vl::loadWhole(name, size, *m_pSystem).release();
 }
 
 char *V_File::load(const char *name, unsigned int size) { return load("Vantor Library", name, size); }
 
 void V_File::free(char *buffer) { V_Memory::freeCounted(buffer); }
 
+unsigned int V_File::timeStamp(const char *name) {
+    Lookup lookup(name, *m_pSystem);
+    const FoundFile found = lookup.open();
+    vl::platform::CalendarTime time;
+    if (found.onDisk)
+        return vl::platform::toCalendar(found.onDisk.identity(), time) ? stampOf(time) : 0;
+    // What is there on disk, though it cannot be read, hides what is archived.
+    const bool archived = found.archived.file && lookup.kindOnDisk() == vl::platform::FileKind::None;
+    return archived ? stampOf(found.archived.file->time) : 0;
+}
+
+int V_File::getMethod(const char *name) {
+    Lookup lookup(name, *m_pSystem);
+    if (lookup.kindOnDisk() != vl::platform::FileKind::None)
+        return METHOD_STORED;
+    const V_VASFind found = lookup.archivedFile();
+    return found.file ? static_cast<int>(found.file->method) : -1;
+}
+
+// ---- Writing -------------------------------------------------------------------------------------------
+
 int V_File::save(const char *name, const void *data, unsigned int size) {
-    PathBuffer path, diskPath;
-    relativeToAbsolutePath(path, name);
-    absolutePathToDirStructure(diskPath, path);
-    checkPathExistence(path);
-    if (m_iOverride)
-        vl::platform::removeFile(diskPath);
-    if (where(name) == LOC_DISK)
+    const Lookup lookup(name, *m_pSystem);
+    const char *const path = lookup.pathForWriting();
+    lookup.createParent();
+    if (m_pSystem->overrides)
+        vl::platform::removeFile(path);
+    if (lookup.kindOnDisk() != vl::platform::FileKind::None)
         return 0;
-    const OpenFile file = openWithoutBuffer(diskPath, "wb");
-    if (!file)
-        return 0;
-    std::fwrite(data, 1, size, file.get());
-    return 1;
+    return writeTo(path, "wb", data, size);
 }
 
 int V_File::append(const char *name, const void *data, unsigned int size) {
-    PathBuffer path, diskPath;
-    relativeToAbsolutePath(path, name);
-    absolutePathToDirStructure(diskPath, path);
-    checkPathExistence(path);
-    const OpenFile file = openWithoutBuffer(diskPath, "a+b"); // the mode itself writes behind the end
-    if (!file)
-        return save(name, data, size);
-    std::fwrite(data, 1, size, file.get());
-    return 1;
+    const Lookup lookup(name, *m_pSystem);
+    const char *const path = lookup.pathForWriting();
+    lookup.createParent();
+    // The mode itself writes behind the end.
+    return writeTo(path, "a+b", data, size) ? 1 : save(name, data, size);
 }
 
-int V_File::del(const char *name) {
-    PathBuffer path, diskPath;
-    relativeToAbsolutePath(path, name);
-    absolutePathToDirStructure(diskPath, path);
-    return vl::platform::removeFile(diskPath);
-}
+int V_File::del(const char *name) { return vl::platform::removeFile(Lookup(name, *m_pSystem).diskPath()); }
 
-unsigned int V_File::timeStamp(const char *name) {
-    PathBuffer path, diskPath;
-    relativeToAbsolutePath(path, name);
-    absolutePathToDirStructure(diskPath, path);
-    vl::platform::CalendarTime time;
-    if (vl::platform::lastWriteTime(diskPath, time))
-        return stampOf(time);
-    if (where(name) == LOC_ARCHIVE) {
-        V_VASFind found;
-        searchFile(&found, path);
-        if (found.file)
-            return stampOf(found.file->time);
-    }
-    return 0;
-}
+void V_File::setOverride(int override) { m_pSystem->overrides = override != 0; }
 
 int V_File::tmpName(char *out, const char *format) {
     const auto write = [out, format](int number) {
-        const int length = std::snprintf(out, sizeof(PathBuffer), format, number);
-        if (length < 0 || length >= static_cast<int>(sizeof(PathBuffer)))
+        const int length = std::snprintf(out, sizeof(vl::platform::PathBuffer), format, number);
+        if (length < 0 || length >= static_cast<int>(sizeof(vl::platform::PathBuffer)))
             V_throw(V_FileException_PathTooLong(format));
     };
     write(0);
-    PathBuffer first;
-    std::memcpy(first, out, std::strlen(out) + 1);
+    vl::Path first;
+    first.append(out, format);
     for (int number = 1; where(out) == LOC_DISK; ++number) {
         write(number);
-        if (std::strcmp(out, first) == 0) {
+        if (first.view() == out) {
             out[0] = 0;
             return 0;
         }

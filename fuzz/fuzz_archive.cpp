@@ -3,7 +3,7 @@
 // every file that the tables name.
 
 #include "base/byte_order.h"
-#include "file/archive_format.h"
+#include "file/archive/archive_format.h"
 #include "file/crc32.h"
 #include "tests/support/started_library.h"
 

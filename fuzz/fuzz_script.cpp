@@ -29,32 +29,32 @@ void require(bool condition, const char *what, const std::string &detail = "") {
     std::abort();
 }
 
-std::string preprocess() {
+std::string preprocess(const vl::LoadEnvironment &environment) {
     unsigned int length = 0;
-    char *text = V_ScriptLoader::preprocessedText("main.txt", length);
+    char *text = V_ScriptLoader::preprocessedText("main.txt", length, environment);
     std::string copy(text, length);
     V_Memory::freeCounted(text);
     return copy;
 }
 
-std::string buildPlainly() { return PlainBuilder(preprocess()).build(); }
+std::string buildPlainly(const vl::LoadEnvironment &environment) {
+    return PlainBuilder(preprocess(environment)).build();
+}
 
 /// The text, or the message of what is wrong with it.
-std::string preprocessedOrNot() {
+std::string preprocessedOrNot(const vl::LoadEnvironment &environment) {
     try {
-        return preprocess();
+        return preprocess(environment);
     } catch (V_Exception *exception) {
         return exception->getErrorMessage();
     }
 }
 
 /// A trace has every word looked at by itself.
-void compareWithTrace() {
-    const std::string text = preprocessedOrNot();
+void compareWithTrace(vl::ScriptFiles &files) {
+    const std::string text = preprocessedOrNot({&files});
     vl::ScriptTrace trace;
-    vl::loadEnvironment.trace = &trace;
-    const std::string traced = preprocessedOrNot();
-    vl::loadEnvironment.trace = nullptr;
+    const std::string traced = preprocessedOrNot({&files, &trace});
     require(text == traced, "text", text + "\n" + traced);
 }
 
@@ -113,11 +113,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             rest.erase(0, end + 1);
             name = std::string(1, next) + ".txt";
         }
-        compareWithTrace();
+        compareWithTrace(scripts);
         try {
-            V_Script script("main.txt");
+            vl::EnvironmentScript script("main.txt", {&scripts});
             // The nesting that a recursive visitor can follow on a sanitizer's stack.
-            const std::string expected = buildPlainly();
+            const std::string expected = buildPlainly({&scripts});
             const std::string found = describeBlock(script);
             require(found == expected, "tree", found + "\n" + expected);
             visit(script, {rest.c_str(), nullptr});
@@ -125,7 +125,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             const std::string message = exception->getErrorMessage();
             require(message.find("V_ScriptLoader: ") == 0, "message", message);
             try {
-                const std::string expected = buildPlainly();
+                const std::string expected = buildPlainly({&scripts});
                 require(message.substr(16, expected.size()) == expected ||
                             dynamic_cast<V_ScriptLoaderException_OutOfBlockMemory *>(exception),
                         "error", message + "\n" + expected);

@@ -3,6 +3,7 @@
 #include "vl/memoryfile.h"
 
 #include "core/counted.h"
+#include "file/whole_file.h"
 #include "platform/platform.h"
 #include "vl/file.h"
 
@@ -170,18 +171,24 @@ void V_MemoryFile::construct(const char *fileName, AccessMethod method) {
         m_strFilename.swap(name);
         m_eMode = MODE_READ;
         m_bOwnsData = true;
-        m_uSize = File->size(getFilename());
+        vl::Lookup lookup(getFilename());
+        vl::FoundFile found = lookup.open();
+        if (!found)
+            V_throw(V_FileException_FileNotFound(lookup.upperCased().text()));
+        m_uSize = found.size(lookup.diskPath());
         const AccessMethod wanted = method == AM_DEFAULT ? sm_eDefaultAccessMethod : method;
         if (wanted == AM_STREAM && m_uSize >= STREAM_SIZE) {
             m_eAccessMethod = AM_STREAM;
-            m_pStream = vl::newCounted<V_FileStream>(getFilename(), static_cast<int>(STREAM_SIZE));
-            m_uSize = m_pStream->size(); // should the file have changed since
+            m_pStream = vl::constructCounted<V_FileStream>([&](void *block) {
+                return new (block) V_FileStream(getFilename(), lookup, std::move(found), STREAM_SIZE);
+            });
         } else {
             m_eAccessMethod = AM_MEMORY;
-            File->checkLargeLoad(getFilename(), m_uSize);
+            const vl::WholeFile file(std::move(found), lookup.path());
             m_pData = newBlock(m_uSize).release();
             m_iAllocated = static_cast<int>(m_uSize);
-            File->loadBounded(m_pData, getFilename(), m_uSize, m_uSize);
+            if (!file.read(m_pData, m_uSize))
+                V_throw(V_FileException_UnableToReadData(lookup.diskPath()));
         }
     } catch (...) {
         destruct();

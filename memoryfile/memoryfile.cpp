@@ -1,6 +1,7 @@
 // The bytes of a memory file: position, reading, and writing in memory or through to disk.
 
 #include "vl/memoryfile.h"
+#include "vl/core/memory.h"
 
 #include "platform/platform.h"
 #include "vl/file.h"

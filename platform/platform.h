@@ -75,20 +75,44 @@ bool fileLength(std::FILE *file, std::uint64_t &length);
 /// Moves an open file to an absolute position. False on failure.
 bool seekFile(std::FILE *file, std::uint64_t position);
 
-/// Reads `count` bytes at `position` of an existing file in as few calls of the system as there can be: one
-/// to open, one to read, one to close. `delivered` is how many came, fewer only at the end of the file or on
-/// an error (nothing, of a pipe or the like). False, and nothing delivered, when the file cannot be opened; a
-/// directory never opens.
-bool readRange(const char *path, std::uint64_t position, void *buffer, std::uint32_t count,
-               std::uint32_t &delivered);
+/// What tells a file from another one that has taken its place, and from itself when it has changed.
+struct FileIdentity {
+    std::uint64_t volume, file; ///< the system's own numbers
+    std::uint64_t length;       ///< in bytes
+    std::int64_t lastWrite;     ///< in seconds since 1970, UTC
+    std::uint32_t nanoseconds;  ///< of that second
+
+    bool operator==(const FileIdentity &) const = default;
+};
+
+/// A file that is open for reading at any position, from any thread.
+using FileHandle = std::intptr_t;
+inline constexpr FileHandle noFile = -1;
+
+/// What a path is known for.
+enum class OpenAs {
+    Named, ///< made of a client's name: most likely there is no such file
+    Known  ///< a file was found under it before
+};
+
+/// Opens an existing regular file for reading and tells what it is. noFile, and nothing told, when there is
+/// none that can be read; nothing else ever opens, and a pipe is refused rather than waited for. Programs
+/// started later do not inherit it.
+FileHandle openForReading(const char *path, FileIdentity &identity, OpenAs as);
+
+/// Reads `count` bytes at `position`; fewer only at the end of the file or on an error. Returns the bytes
+/// read.
+std::uint32_t readAt(FileHandle file, std::uint64_t position, void *buffer, std::uint32_t count);
+
+void closeFile(FileHandle file);
 
 /// A point in time in calendar form, UTC. Months 1-12, days 1-31, Sunday is day of week 0.
 struct CalendarTime {
     std::uint16_t year, month, dayOfWeek, day, hour, minute, second, milliseconds;
 };
 
-/// The time of the last write to an existing regular file that can be opened for reading. False otherwise.
-bool lastWriteTime(const char *path, CalendarTime &time);
+/// The calendar form of a file's last write. False when its year does not fit.
+bool toCalendar(const FileIdentity &identity, CalendarTime &time);
 
 // ---- Enumeration of a directory ------------------------------------------------------------------------
 
@@ -115,12 +139,9 @@ void endEnumeration(Enumeration *enumeration);
 class UnbufferedFile;
 
 /// Opens an existing regular file; where the file system offers no unbuffered reading, ordinary reads serve.
-/// Null on failure; `outOfMemory`, where given, tells whether that was for want of memory.
-UnbufferedFile *openUnbuffered(const char *path, bool *outOfMemory = nullptr);
+/// Tells what it is. Null on failure; `outOfMemory`, where given, tells whether that was for want of memory.
+UnbufferedFile *openUnbuffered(const char *path, FileIdentity &identity, bool *outOfMemory = nullptr);
 void closeUnbuffered(UnbufferedFile *file);
-
-/// Length in bytes. False when it cannot be told.
-bool fileLength(UnbufferedFile *file, std::uint64_t &length);
 
 /// Bytes per sector: positions, counts and buffer addresses of readUnbuffered are multiples of it. A power of
 /// two, at least 512; it never changes while the file is open.

@@ -10,8 +10,7 @@
 #include "script/loader.h"
 
 #include "script/characters.h"
-#include "script/frame_memory.h"
-#include "script/load_environment.h"
+#include "script/load_session.h"
 #include "script/nestings.h"
 #include "script/trace.h"
 
@@ -28,12 +27,12 @@ constexpr CharacterSet statementNotable(whitespace, "=;\"\\");
 
 /// Throws Leaf(arguments..., nesting text of the block). `position` is where in the text the mistake is seen.
 template <class Leaf, class... Arguments>
-[[noreturn]] void fail(const ScriptBlock *block, const char *text, unsigned int position,
-                       Arguments... arguments) {
-    static NestingText nesting;
+[[noreturn]] void fail(const LoadSession &session, const ScriptBlock *block, const char *text,
+                       unsigned int position, Arguments... arguments) {
+    NestingText nesting;
     writeNesting(nesting, block);
-    if (loadEnvironment.trace)
-        loadEnvironment.trace->failAt(text, position);
+    if (session.trace)
+        session.trace->failAt(text, position);
     V_throw(Leaf(arguments..., nesting));
 }
 
@@ -154,8 +153,8 @@ using namespace vl;
 
 void V_ScriptLoader::generateBlock(const char *name, unsigned int nameLength, ScriptBlock *block,
                                    ScriptBlock *parent, unsigned int indent, const char *text,
-                                   unsigned int start, unsigned int end, FrameMemory &frame) {
-    fillBlock(name, nameLength, block, parent, indent, frame);
+                                   unsigned int start, unsigned int end, LoadSession &session) {
+    fillBlock(name, nameLength, block, parent, indent, session.frame);
 
     Nestings nestings(text, end);
     unsigned int regionEnd = end;
@@ -175,52 +174,52 @@ void V_ScriptLoader::generateBlock(const char *name, unsigned int nameLength, Sc
             continue;
         }
         if (text[p] == '{')
-            fail<V_ScriptLoaderException_NestingWithoutTag>(block, text, p);
+            fail<V_ScriptLoaderException_NestingWithoutTag>(session, block, text, p);
         if (text[p] != '[')
-            fail<V_ScriptLoaderException_DataWithoutTag>(block, text, p);
+            fail<V_ScriptLoaderException_DataWithoutTag>(session, block, text, p);
 
         const char *const region = text + regionEnd;
         const char *tag = text + p + 1;
         const char *tagEnd = std::find(tag, region, ']');
         if (tagEnd == tag && tagEnd != region)
-            fail<V_ScriptLoaderException_EmptyTag>(block, text, p);
+            fail<V_ScriptLoaderException_EmptyTag>(session, block, text, p);
         const char *content = tagEnd == region ? region : skipWhitespace(tagEnd + 1, region);
         if (content == region || *content == '}' || *content == '[')
-            fail<V_ScriptLoaderException_TagWithoutContent>(block, text, p);
+            fail<V_ScriptLoaderException_TagWithoutContent>(session, block, text, p);
 
         const auto tagLength = static_cast<unsigned int>(tagEnd - tag);
         const auto contentStart = static_cast<unsigned int>(content - text);
         if (*content == '{') {
             // A nesting that does not end in its region is none.
             if (!nestings.enter(contentStart, regionEnd))
-                fail<V_ScriptLoaderException_TagWithoutContent>(block, text, p);
-            ScriptBlock *child = appendChild(block, lastChild, frame);
-            fillBlock(tag, tagLength, child, block, block->m_uIndent + 1, frame);
+                fail<V_ScriptLoaderException_TagWithoutContent>(session, block, text, p);
+            ScriptBlock *child = appendChild(block, lastChild, session.frame);
+            fillBlock(tag, tagLength, child, block, block->m_uIndent + 1, session.frame);
             block = child;
             lastChild = nullptr;
             regionEnd = nestings.close();
             p = contentStart + 1;
         } else {
             const Data data = findData(text, contentStart, regionEnd);
-            lastChild = appendChild(block, lastChild, frame);
-            fillBlock(tag, tagLength, lastChild, block, block->m_uIndent + 1, frame);
-            generateContent(lastChild, text, contentStart, data.end, data.semicolons, frame);
+            lastChild = appendChild(block, lastChild, session.frame);
+            fillBlock(tag, tagLength, lastChild, block, block->m_uIndent + 1, session.frame);
+            generateContent(lastChild, text, contentStart, data.end, data.semicolons, session);
             p = data.end;
         }
     }
 }
 
 void V_ScriptLoader::generateContent(ScriptBlock *block, const char *text, unsigned int start,
-                                     unsigned int end, unsigned int semicolons, FrameMemory &frame) {
+                                     unsigned int end, unsigned int semicolons, LoadSession &session) {
     unsigned int last = end;
     while (last != start && (text[last - 1] == ' ' || text[last - 1] == 0))
         --last;
     if (semicolons == 0 || last == start || text[last - 1] != ';')
-        fail<V_ScriptLoaderException_NoSemicolon>(block, text, last == start ? start : last - 1);
+        fail<V_ScriptLoaderException_NoSemicolon>(session, block, text, last == start ? start : last - 1);
 
     const std::uint64_t arraysSize = std::uint64_t(semicolons) * 2 * sizeof(char *);
     block->m_uNumLvalues = semicolons;
-    block->m_pContent = frame.allocate(arraysSize + (end - start), true);
+    block->m_pContent = session.frame.allocate(arraysSize + (end - start), true);
     block->m_ppLvalues = reinterpret_cast<char **>(block->m_pContent);
     block->m_ppAssignments = block->m_ppLvalues + semicolons;
     char *const copy = block->m_pContent + arraysSize;
@@ -229,13 +228,15 @@ void V_ScriptLoader::generateContent(ScriptBlock *block, const char *text, unsig
 
     char *q = copy;
     const auto position = [&](const char *place) { return start + static_cast<unsigned int>(place - copy); };
-    const auto missingSemicolon = [&] { fail<V_ScriptLoaderException_NoSemicolon>(block, text, last - 1); };
+    const auto missingSemicolon = [&] {
+        fail<V_ScriptLoaderException_NoSemicolon>(session, block, text, last - 1);
+    };
     for (unsigned int i = 0; i < block->m_uNumLvalues;) {
         q = skipWhitespace(q, copyEnd);
         if (q == copyEnd)
             missingSemicolon();
         if (*q == '=')
-            fail<V_ScriptLoaderException_NoLValue>(block, text, position(q));
+            fail<V_ScriptLoaderException_NoLValue>(session, block, text, position(q));
         if (*q == ';') {
             --block->m_uNumLvalues;
             ++q;
@@ -254,18 +255,20 @@ void V_ScriptLoader::generateContent(ScriptBlock *block, const char *text, unsig
         block->m_ppAssignments[i] = nullptr;
         if (separator == '=') {
             if (q == copyEnd || *q == ';')
-                fail<V_ScriptLoaderException_NoRValue>(block, text, position(leftSide), leftSide);
+                fail<V_ScriptLoaderException_NoRValue>(session, block, text, position(leftSide), leftSide);
             block->m_ppAssignments[i] = q;
             switch (compactRightSide(q, copyEnd)) {
             case RightSide::Complete:
                 break;
             case RightSide::SecondAssignment:
-                fail<V_ScriptLoaderException_MultipleAssignment>(block, text, position(leftSide), leftSide);
+                fail<V_ScriptLoaderException_MultipleAssignment>(session, block, text, position(leftSide),
+                                                                 leftSide);
             case RightSide::Endless:
-                fail<V_ScriptLoaderException_RValueSpaces>(block, text, position(leftSide), leftSide);
+                fail<V_ScriptLoaderException_RValueSpaces>(session, block, text, position(leftSide),
+                                                           leftSide);
             }
         } else if (separator != ';') {
-            fail<V_ScriptLoaderException_LValueSpaces>(block, text, position(leftSide), leftSide);
+            fail<V_ScriptLoaderException_LValueSpaces>(session, block, text, position(leftSide), leftSide);
         }
         ++i;
     }

@@ -2,14 +2,17 @@
 // exactly as they are asked for, up to its limit; what holds pointers is placed aligned, and the gaps before
 // it are not counted.
 //
-// One tree is built at a time, so there is one area for all, in the process's own memory: taken from the heap
-// and given back, its pages would be mapped anew for every script, a third of the time that loading takes. Of
-// its 600 KiB those pages stay that the largest script so far has touched.
+// There is one area for it in the process's own memory: taken from the heap and given back, its pages would
+// be mapped anew for every script, a third of the time that loading takes. Of its 600 KiB those pages stay
+// that the largest script so far has touched. A tree that is built on another thread meanwhile has one of the
+// heap.
 #pragma once
 
+#include "core/counted.h"
 #include "script/loader.h"
 #include "vl/script/exception.h"
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -17,7 +20,16 @@ namespace vl {
 
 class FrameMemory {
   public:
-    FrameMemory() = default;
+    FrameMemory() : m_bOwn(sm_taken.test_and_set(std::memory_order_acquire)) {
+        if (m_bOwn)
+            m_heap.reset(allocateArray<char>(capacity + alignment));
+        const auto address = reinterpret_cast<std::uintptr_t>(m_heap.get());
+        m_pMemory = m_bOwn ? m_heap.get() + (alignment - address % alignment) % alignment : sm_memory;
+    }
+    ~FrameMemory() {
+        if (!m_bOwn)
+            sm_taken.clear(std::memory_order_release);
+    }
     FrameMemory(const FrameMemory &) = delete;
     FrameMemory &operator=(const FrameMemory &) = delete;
 
@@ -29,12 +41,12 @@ class FrameMemory {
         m_uCounted += static_cast<unsigned int>(size);
         if (aligned)
             m_uUsed = (m_uUsed + alignment - 1) / alignment * alignment;
-        char *result = sm_memory + m_uUsed;
+        char *result = m_pMemory + m_uUsed;
         m_uUsed += static_cast<unsigned int>(size);
         return result;
     }
 
-    const char *start() const { return sm_memory; }
+    const char *start() const { return m_pMemory; }
     /// Bytes from the start that are in use, gaps included.
     unsigned int used() const { return m_uUsed; }
 
@@ -45,6 +57,11 @@ class FrameMemory {
     static constexpr unsigned int capacity = limit + limit / sizeof(ScriptBlock) * 2 * (alignment - 1);
 
     alignas(alignment) inline static char sm_memory[capacity];
+    inline static std::atomic_flag sm_taken; ///< sm_memory is in use
+
+    CountedArray<char> m_heap;
+    bool m_bOwn; ///< the memory is the heap's
+    char *m_pMemory;
     unsigned int m_uCounted = 0;
     unsigned int m_uUsed = 0;
 };

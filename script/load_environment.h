@@ -1,6 +1,7 @@
-// What surrounds the loading of scripts: where their files come from, and who wants to know where a load
-// failed. Both are set for the whole process, before a script is constructed.
+// What surrounds the loading of a script: where its files come from, and who wants to know where it failed.
 #pragma once
+
+#include "vl/script.h"
 
 namespace vl {
 
@@ -19,11 +20,15 @@ class ScriptFiles {
 };
 
 struct LoadEnvironment {
-    ScriptFiles *files; ///< `File`, unless a test provides its own; never null
-    /// Records where texts come from, and where a load failed; null: nobody asks.
-    ScriptTrace *trace = nullptr;
+    ScriptFiles *files = nullptr; ///< null: `File`
+    ScriptTrace *trace =
+        nullptr; ///< records where texts come from, and where the load failed; null: nobody asks
 };
 
-extern LoadEnvironment loadEnvironment;
+/// A script that is loaded in an environment of its own.
+struct EnvironmentScript : V_Script {
+    EnvironmentScript(const char *fileName, const LoadEnvironment &environment)
+        : V_Script(fileName, environment) {}
+};
 
 } // namespace vl

@@ -2,9 +2,8 @@
 
 #include "script/loader.h"
 
-#include "script/frame_memory.h"
-#include "script/load_environment.h"
-#include "script/work_state.h"
+#include "file/whole_file.h"
+#include "script/load_session.h"
 #include "vl/file.h"
 
 #include <cstdint>
@@ -17,31 +16,12 @@ class FileSystemScripts final : public ScriptFiles {
   public:
     const char *fullPath(const char *name) override { return File->getFullPathName(name); }
     char *load(const char *path, unsigned int &size) override {
-        size = File->size(path);
-        return File->load("VL ScriptLoader", path, size);
+        size = V_File::WHOLE_FILE;
+        return loadWhole(path, size).release();
     }
 };
 
 FileSystemScripts fileSystemScripts;
-
-/// One load and its share of the work state, which stays behind only for a loader that is complete.
-class Load {
-  public:
-    Load() { WorkState::acquire(); }
-    ~Load() {
-        if (m_bSucceeded)
-            return;
-        WorkState::get().endLoad();
-        WorkState::release();
-    }
-    Load(const Load &) = delete;
-    Load &operator=(const Load &) = delete;
-
-    void succeed() { m_bSucceeded = true; }
-
-  private:
-    bool m_bSucceeded = false;
-};
 
 /// Moves pointers into the frame along with the frame's bytes.
 class Relocation {
@@ -78,22 +58,27 @@ class Relocation {
 
 } // namespace
 
-LoadEnvironment loadEnvironment = {&fileSystemScripts, nullptr};
+LoadSession::LoadSession(const LoadEnvironment &environment)
+    : state(WorkState::acquire()), files(environment.files ? *environment.files : fileSystemScripts),
+      trace(environment.trace) {}
+
+LoadSession::~LoadSession() {
+    WorkState::giveBack(state);
+    if (!m_bShareLeft)
+        WorkState::release();
+}
 
 } // namespace vl
 
-V_ScriptLoader::V_ScriptLoader(const char *name) : ScriptBlock{} {
+V_ScriptLoader::V_ScriptLoader(const char *name, const vl::LoadEnvironment &environment) : ScriptBlock{} {
     V_MemoryScope scope("VL ScriptLoader");
-    vl::Load load;
+    vl::LoadSession session(environment);
     unsigned int length = 0;
-    const vl::CountedArray<char> text(preprocess(vl::loadEnvironment.files->fullPath(name), length));
-    vl::WorkState::get().endLoad();
-
-    vl::FrameMemory frame;
+    const vl::CountedArray<char> text(preprocess(name, length, session));
     generateBlock(name, static_cast<unsigned int>(std::strlen(name)), this, nullptr, 0, text.get(), 0, length,
-                  frame);
-    adoptBlocks(frame);
-    load.succeed();
+                  session);
+    adoptBlocks(session.frame);
+    session.leaveShare();
 }
 
 V_ScriptLoader::~V_ScriptLoader() {
@@ -101,9 +86,10 @@ V_ScriptLoader::~V_ScriptLoader() {
     V_Memory::freeCounted(m_pName);
 }
 
-char *V_ScriptLoader::preprocessedText(const char *name, unsigned int &length) {
-    const vl::Load load;
-    return preprocess(vl::loadEnvironment.files->fullPath(name), length);
+char *V_ScriptLoader::preprocessedText(const char *name, unsigned int &length,
+                                       const vl::LoadEnvironment &environment) {
+    vl::LoadSession session(environment);
+    return preprocess(name, length, session);
 }
 
 void V_ScriptLoader::adoptBlocks(const vl::FrameMemory &frame) {

@@ -8,7 +8,9 @@ constexpr int SCRIPT_BLOCK_MEMORYFRAME_SIZE = 524288;
 
 namespace vl {
 class FrameMemory;
-}
+class LoadSession;
+struct LoadEnvironment;
+} // namespace vl
 
 /// One block of the tree. A parent block has children, a data block has statements, an empty one neither.
 struct ScriptBlock {
@@ -53,22 +55,23 @@ class V_ScriptLoader : public ScriptBlock {
 
     /// Loads the script `name` (resolved against the current directory) and builds its tree. Throws as
     /// V_Script's constructor.
-    explicit V_ScriptLoader(const char *name);
+    V_ScriptLoader(const char *name, const vl::LoadEnvironment &environment);
     ~V_ScriptLoader();
     V_ScriptLoader(const V_ScriptLoader &) = delete;
     V_ScriptLoader &operator=(const V_ScriptLoader &) = delete;
 
     /// The preprocessed text of the script `name` and all that it includes: a counted allocation that the
     /// caller releases. `length` counts the terminating zero. Throws as the constructor.
-    static char *preprocessedText(const char *name, unsigned int &length);
+    static char *preprocessedText(const char *name, unsigned int &length,
+                                  const vl::LoadEnvironment &environment);
 
   private:
-    static char *preprocess(const char *fullPath, unsigned int &length);
+    static char *preprocess(const char *name, unsigned int &length, vl::LoadSession &session);
     void generateBlock(const char *name, unsigned int nameLength, ScriptBlock *block, ScriptBlock *parent,
                        unsigned int indent, const char *text, unsigned int start, unsigned int end,
-                       vl::FrameMemory &frame);
+                       vl::LoadSession &session);
     void generateContent(ScriptBlock *block, const char *text, unsigned int start, unsigned int end,
-                         unsigned int semicolons, vl::FrameMemory &frame);
+                         unsigned int semicolons, vl::LoadSession &session);
     void adoptBlocks(const vl::FrameMemory &frame);
 };
 

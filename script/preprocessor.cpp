@@ -29,7 +29,9 @@ class IncludeStack {
     IncludeStack &operator=(const IncludeStack &) = delete;
 
     SourceFile *top() const { return m_pTop; }
-    void push(const char *path) { m_pTop = newCounted<SourceFile>(path, m_pTop); }
+    void push(const char *path, LoadSession &session) {
+        m_pTop = newCounted<SourceFile>(path, m_pTop, session);
+    }
     void pop() noexcept { deleteCounted(std::exchange(m_pTop, m_pTop->includedBy())); }
 
   private:
@@ -62,7 +64,7 @@ char *SourceFile::assemble(unsigned int &length) {
 /// Whether the compacted bytes are the result, with room for its terminating zero: there is nothing to put
 /// between them.
 bool SourceFile::isTextAlready() const {
-    return !m_defines.getFirst() && !m_includes.getFirst() && !loadEnvironment.trace && m_pWrite != m_pEnd;
+    return !m_defines.getFirst() && !m_includes.getFirst() && !m_session.trace && m_pWrite != m_pEnd;
 }
 
 /// Of the whole result before a final space is removed, the terminating zero included.
@@ -76,7 +78,7 @@ std::uint64_t SourceFile::assembledSize() const {
 }
 
 char *SourceFile::assembleText(char *text) {
-    ScriptTrace *trace = loadEnvironment.trace;
+    ScriptTrace *trace = m_session.trace;
     ScriptTrace::Origins origins;
     auto origin = m_wordOrigins.cbegin();
     const auto offset = [text](const char *place) { return static_cast<unsigned int>(place - text); };
@@ -123,13 +125,13 @@ char *SourceFile::assembleText(char *text) {
 
 } // namespace vl
 
-char *V_ScriptLoader::preprocess(const char *fullPath, unsigned int &length) {
+char *V_ScriptLoader::preprocess(const char *name, unsigned int &length, vl::LoadSession &session) {
     vl::IncludeStack files;
     try {
-        files.push(fullPath);
+        files.push(session.files.fullPath(name), session);
         for (;;) {
             if (const INCLUDEINSERT *include = files.top()->scan()) {
-                files.push(vl::loadEnvironment.files->fullPath(include->name));
+                files.push(session.files.fullPath(include->name), session);
                 continue;
             }
             unsigned int textLength = 0;
@@ -142,8 +144,8 @@ char *V_ScriptLoader::preprocess(const char *fullPath, unsigned int &length) {
             files.top()->setIncludedText(text, textLength - 1);
         }
     } catch (...) {
-        if (vl::loadEnvironment.trace && files.top())
-            vl::loadEnvironment.trace->failAt(files.top()->traceIndex(), files.top()->failureLine());
+        if (session.trace && files.top())
+            session.trace->failAt(files.top()->traceIndex(), files.top()->failureLine());
         throw;
     }
 }

@@ -5,6 +5,7 @@
 #include "base/text.h"
 #include "core/counted.h"
 #include "script/characters.h"
+#include "script/load_environment.h"
 #include "script/loader.h"
 #include "vl/file.h"
 
@@ -23,12 +24,15 @@ std::size_t directoryLength(std::string_view fileName) {
 
 } // namespace
 
-V_Script::V_Script(const char *fileName) : m_pRoot(nullptr), m_pCurrent(nullptr) {
+V_Script::V_Script(const char *fileName) : V_Script(fileName, vl::LoadEnvironment{}) {}
+
+V_Script::V_Script(const char *fileName, const vl::LoadEnvironment &environment)
+    : m_pRoot(nullptr), m_pCurrent(nullptr) {
     const std::size_t length = directoryLength(fileName);
     // A copy: what the client gave may be V_File's own buffer, which loading overwrites.
     const V_String name(fileName + length);
     const V_FileDirectoryChange directory(V_String(fileName, length));
-    m_pRoot = vl::newCounted<V_ScriptLoader>(name.c_str());
+    m_pRoot = vl::newCounted<V_ScriptLoader>(name.c_str(), environment);
     m_pCurrent = m_pRoot;
 }
 
@@ -41,9 +45,10 @@ V_Script::~V_Script() {
 // ---- Names ---------------------------------------------------------------------------------------------
 
 bool V_Script::lwrstrequal(const char *scriptText, const char *name) {
-    for (; *scriptText && *scriptText == vl::lower(*name); ++scriptText)
-        ++name;
-    return *scriptText == *name;
+    for (; *scriptText == vl::lower(*name); ++scriptText, ++name)
+        if (*scriptText == 0)
+            return true;
+    return false;
 }
 
 bool V_Script::blkstrequal(const char *blockName, const char *pattern) {

@@ -30,16 +30,16 @@ constexpr WordCharacters wordCharacters;
 
 } // namespace
 
-SourceFile::SourceFile(const char *path, SourceFile *includedBy)
-    : m_state(WorkState::get()), m_pIncludedBy(includedBy) {
+SourceFile::SourceFile(const char *path, SourceFile *includedBy, LoadSession &session)
+    : m_session(session), m_state(session.state), m_pIncludedBy(includedBy) {
     std::snprintf(m_strPath, sizeof m_strPath, "%s", path);
     unsigned int size = 0;
-    m_pBytes = loadEnvironment.files->load(m_strPath, size);
+    m_pBytes = session.files.load(m_strPath, size);
     m_pRead = m_pBytes;
     m_pWrite = m_pBytes;
     m_pEnd = m_pBytes + size;
-    if (loadEnvironment.trace)
-        m_uTraceIndex = loadEnvironment.trace->addFile(m_strPath);
+    if (session.trace)
+        m_uTraceIndex = session.trace->addFile(m_strPath);
 }
 
 SourceFile::~SourceFile() {
@@ -57,7 +57,7 @@ SourceFile::INCLUDEINSERT *SourceFile::scan() {
         skipWhitespace();
         if (m_pRead == m_pEnd)
             break;
-        if (m_eDirective == Directive::None && !m_state.hasDefinitions() && !loadEnvironment.trace)
+        if (m_eDirective == Directive::None && !m_state.hasDefinitions() && !m_session.trace)
             copyPlainText();
         const std::string_view word = readWord();
         if (word.empty())
@@ -205,7 +205,7 @@ void SourceFile::processOrdinaryWord(std::string_view word) {
             return;
         }
     }
-    if (loadEnvironment.trace)
+    if (m_session.trace)
         m_wordOrigins.push_back({position, m_uLine, m_uTraceIndex});
     m_pWrite += word.size();
 }

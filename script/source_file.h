@@ -4,9 +4,8 @@
 // (preprocessor.cpp) puts the values of definitions and the texts of included files between them.
 #pragma once
 
-#include "script/load_environment.h"
+#include "script/load_session.h"
 #include "script/trace.h"
-#include "script/work_state.h"
 #include "vl/script/exception.h"
 
 #include <cstdint>
@@ -21,7 +20,7 @@ class SourceFile {
     using INCLUDEINSERT = V_ScriptLoader::INCLUDEINSERT;
 
     /// Loads the file. `includedBy` is the file whose directive asked for it, null for the root.
-    SourceFile(const char *path, SourceFile *includedBy);
+    SourceFile(const char *path, SourceFile *includedBy, LoadSession &session);
     ~SourceFile();
     SourceFile(const SourceFile &) = delete;
     SourceFile &operator=(const SourceFile &) = delete;
@@ -70,7 +69,8 @@ class SourceFile {
         V_throw(exception);
     }
 
-    WorkState &m_state;
+    LoadSession &m_session;
+    WorkState &m_state; ///< the session's
     char m_strPath[256];
     SourceFile *m_pIncludedBy;
 

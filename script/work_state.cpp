@@ -1,22 +1,50 @@
-// The state that script loaders share.
+// What loads work with, and what of it is kept between them.
 
 #include "script/work_state.h"
 
-namespace vl {
+#include <mutex>
 
-WorkState *WorkState::sm_pInstance = nullptr;
-unsigned int WorkState::sm_uUsers = 0;
+namespace vl {
+namespace {
+
+/// Shared by all threads that load scripts.
+struct Kept {
+    std::mutex mutex;
+    WorkState *first = nullptr; ///< those that no load works with
+    unsigned int users = 0;     ///< scripts that live, and loads that go on
+};
+constinit Kept kept;
+
+} // namespace
 
 WorkState &WorkState::acquire() {
-    if (!sm_pInstance)
-        sm_pInstance = newCounted<WorkState>();
-    ++sm_uUsers;
-    return *sm_pInstance;
+    const std::lock_guard lock(kept.mutex);
+    WorkState *state = kept.first;
+    if (state)
+        kept.first = state->m_pNextKept;
+    else
+        state = newCounted<WorkState>();
+    ++kept.users;
+    return *state;
+}
+
+void WorkState::giveBack(WorkState &state) noexcept {
+    state.m_definitions.clear();
+    state.m_includedNames.clear();
+    const std::lock_guard lock(kept.mutex);
+    state.m_pNextKept = kept.first;
+    kept.first = &state;
 }
 
 void WorkState::release() noexcept {
-    if (--sm_uUsers == 0)
-        deleteCounted(std::exchange(sm_pInstance, nullptr));
+    WorkState *unused = nullptr;
+    {
+        const std::lock_guard lock(kept.mutex);
+        if (--kept.users == 0)
+            unused = std::exchange(kept.first, nullptr);
+    }
+    while (unused)
+        deleteCounted(std::exchange(unused, unused->m_pNextKept));
 }
 
 const V_String *WorkState::findDefinition(std::string_view name) const {
@@ -30,11 +58,6 @@ void WorkState::define(std::string_view name, std::string_view value) {
 
 bool WorkState::include(std::string_view name) {
     return m_includedNames.emplace(name.data(), name.size()).second;
-}
-
-void WorkState::endLoad() noexcept {
-    m_definitions.clear();
-    m_includedNames.clear();
 }
 
 } // namespace vl

@@ -1,5 +1,6 @@
-// What all script loaders share while at least one of them lives: the definitions and included names of the
-// load that is going on, and the nodes of the preprocessor's lists, kept for reuse.
+// What a load works with: the definitions and included names of its files, and the nodes of the
+// preprocessor's lists. As long as a script lives, what the loads so far have worked with is kept for the
+// next one.
 #pragma once
 
 #include "core/counted.h"
@@ -44,11 +45,13 @@ class WorkState {
   public:
     static constexpr std::size_t maximumDefineLength = 127; ///< of a name and of a value
 
-    /// The state, created by the first of its users. Each acquire is followed by one release, the last of
-    /// which destroys it. Throws V_MemoryException_Allocation; nothing is acquired then.
+    /// For one load: one that is kept, or a new one. Each acquire is followed by one giveBack and one
+    /// release, the last of which destroys all that are kept. Throws V_MemoryException_Allocation; nothing is
+    /// acquired then.
     static WorkState &acquire();
+    /// The load is over: forgets its definitions and included names and keeps the rest.
+    static void giveBack(WorkState &state) noexcept;
     static void release() noexcept;
-    static WorkState &get() { return *sm_pInstance; }
 
     bool hasDefinitions() const { return !m_definitions.empty(); }
     /// The value defined for a name, null when there is none.
@@ -58,9 +61,6 @@ class WorkState {
 
     /// Whether a file of this name is included for the first time during this load; notes it.
     bool include(std::string_view name);
-
-    /// Forgets definitions and included names: the end of a load.
-    void endLoad() noexcept;
 
     NodePool<V_ScriptLoader::BRACKETS> m_bracketPool;
     NodePool<V_ScriptLoader::DEFINEINSERT> m_definePool;
@@ -76,9 +76,7 @@ class WorkState {
 
     std::map<V_StringI, V_String, NameOrder, CountedAllocator<Definition>> m_definitions;
     std::set<V_String, std::less<>, CountedAllocator<V_String>> m_includedNames;
-
-    static WorkState *sm_pInstance;
-    static unsigned int sm_uUsers;
+    WorkState *m_pNextKept = nullptr;
 };
 
 } // namespace vl

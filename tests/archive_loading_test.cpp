@@ -109,6 +109,11 @@ TEST_F(ArchiveLoading, CutShortAnywhereSaysSo) {
         EXPECT_EQ(messageOf<V_FileException_UnableToReadData>([&] { File->load(buffer, "data/a.txt", 0); }),
                   "Unable to read data from \"\\data\\a.txt\"");
     }
+    ArchiveBuilder announced = twoFiles();
+    announced.adjustHeader = [](auto &header) { header[ArchiveBuilder::DirInfoSize] = 0xFFFFFFFF; };
+    announced.write(root() / "a.vas");
+    EXPECT_EQ(messageOf<V_FileException_UnableToReadData>([&] { reload(); }),
+              "Unable to read data from \"" + fullPath("a.vas") + "\"");
 }
 
 TEST_F(ArchiveLoading, StopsAtTheFirstArchiveThatFails) {

@@ -4,7 +4,7 @@
 #include "tests/support/archive_builder.h"
 #include "tests/support/library_test.h"
 
-#include "file/archive_index.h"
+#include "file/archive/archive_index.h"
 
 #include <map>
 #include <random>

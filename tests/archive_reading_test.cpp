@@ -6,6 +6,7 @@
 
 #include "vl/file/stream.h"
 
+#include <chrono>
 #include <random>
 #include <sstream>
 
@@ -142,6 +143,36 @@ TEST_F(ArchiveReading, TakesTablesAndDataFromOneFileWhenTheRootWasReplaced) {
     ArchiveBuilder().add("\\f", "new").write(app / "a.bin");
     File->enablePriorityArchive((engineRoot() + "\\app\\a.bin").c_str());
     EXPECT_EQ(loaded("f"), "new");
+}
+
+/// Neither half of one file and half of another, nor the bytes of a file that nobody has checked.
+TEST_F(ArchiveReading, ReportsArchivesThatWereReplacedAfterLoading) {
+    ArchiveBuilder archive;
+    archive.add("\\stored", "old", 3).add("\\packed", "old old old old", 1);
+    load(archive);
+    const auto time = std::filesystem::last_write_time(root() / "a.vas");
+    const std::string said = "Archive \"" + engineRoot() + "\\a.vas\" is corrupted";
+    char buffer[16];
+    const auto expectRefused = [&] {
+        for (const char *name : {"stored", "packed"}) {
+            EXPECT_EQ(messageOf<V_FileException_ArchiveCorrupted>([&] { File->load(buffer, name, 0); }),
+                      said);
+            EXPECT_EQ(messageOf<V_FileException_ArchiveCorrupted>([&] { V_FileStream(name, 0); }), said);
+        }
+        EXPECT_EQ(messageOf<V_FileException_ArchiveCorrupted>([&] { V_UnbufferedFileStream("stored", 0); }),
+                  said);
+    };
+    writeFile(root() / "a.vas", archive.bytes() + "more"); // in place
+    std::filesystem::last_write_time(root() / "a.vas", time);
+    expectRefused();
+    writeFile(root() / "b", archive.bytes()); // another file, alike in all but its number
+    std::filesystem::last_write_time(root() / "b", time);
+    std::filesystem::rename(root() / "b", root() / "a.vas");
+    expectRefused();
+    File->setFileSystemRoot(engineRoot().c_str());
+    File->load(buffer, "stored", 0);
+    std::filesystem::last_write_time(root() / "a.vas", time + std::chrono::seconds(1));
+    expectRefused();
 }
 
 TEST_F(ArchiveReading, ReportsArchivesThatVanishOrShrinkAfterLoading) {

@@ -61,16 +61,6 @@ TEST_F(Exhaustion, OfAPlainFile) {
     });
 }
 
-TEST_F(Exhaustion, OfANameThatOutgrowsItsBuffer) {
-    char name[200] = "";
-    EXPECT_GE(failEachOf([&name] {
-                  name[std::strlen(name)] = 'n'; // longer at each try
-                  const char *resolved = File->getFullPathName(name);
-                  EXPECT_STREQ(resolved + 1, name);
-              }),
-              1);
-}
-
 TEST_F(Exhaustion, OfADirectoryChange) {
     std::filesystem::create_directories(root() / "A directory with a long name/below/it");
     EXPECT_GE(failEachOf([] {

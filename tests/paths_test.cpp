@@ -1,5 +1,6 @@
 // How names are resolved, in every mode, and the library's current directory.
 
+#include "tests/support/archive_builder.h"
 #include "tests/support/library_test.h"
 
 #include "platform/platform.h"
@@ -81,9 +82,18 @@ TEST_F(Names, LongerThanALimitAreRefused) {
     EXPECT_EQ(resolved(longest), longest);
     EXPECT_EQ(messageOf<V_FileException_PathTooLong>([&] { resolved(longest.substr(1) + "aa"); }),
               "Path \"" + longest.substr(1) + "aa\" exceeds 255 characters");
-    // The virtual path fits, but not behind the local root.
-    EXPECT_EQ(messageOf<V_FileException_PathTooLong>([&] { File->where(longest.c_str()); }),
+    // What fits, but not behind the local root, is not on disk. It may be in an archive.
+    EXPECT_EQ(File->where(longest.c_str()), V_File::LOC_NONE);
+    EXPECT_EQ(File->del(longest.c_str()), 0);
+    EXPECT_EQ(messageOf<V_FileException_FileNotFound>([&] { V_FileStream(longest.c_str(), 0); }),
+              "File " + longest + " not found");
+    EXPECT_EQ(messageOf<V_FileException_PathTooLong>([&] { File->save(longest.c_str(), "", 0); }),
               "Path \"" + longest + "\" exceeds 255 characters");
+    ArchiveBuilder().add(longest, "found").write(root() / "a.vas");
+    File->setFileSystemRoot(engineRoot().c_str());
+    EXPECT_EQ(File->where(longest.c_str()), V_File::LOC_ARCHIVE);
+    EXPECT_EQ(loaded(longest), "found");
+    EXPECT_STREQ(File->findFirst("aa*"), longest.c_str() + 1);
 }
 
 TEST_F(Names, OfADirectoryThatIsMissingLeaveTheCurrentOne) {

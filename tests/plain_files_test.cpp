@@ -27,6 +27,14 @@ TEST_F(PlainFiles, AreLoadedWholeOrInPart) {
               "Unable to read data from \"" + engineRoot() + "\\DATA\\FILE.BIN\"");
 }
 
+TEST_F(PlainFiles, OfEqualNamesButForCaseAreToldApart) {
+    for (const char *name : {"README", "readme", "Readme"}) {
+        writeFile(root() / name, name);
+        EXPECT_EQ(loaded(name), name);
+    }
+    EXPECT_EQ(loaded("rEADME"), "README");
+}
+
 TEST_F(PlainFiles, ThatAreMissingOrEmptySaySo) {
     char buffer[4];
     writeFile(root() / "empty", "");

@@ -34,11 +34,10 @@ void expectSameBytesUnbuffered(const fs::path &directory) {
     std::string bytes(100'003, '\0');
     std::generate(bytes.begin(), bytes.end(), std::mt19937(7));
     writeFile(directory / "Data.bin", bytes);
-    UnbufferedFile *const file = openUnbuffered(enginePath(directory / "DATA.bin").c_str());
+    FileIdentity identity;
+    UnbufferedFile *const file = openUnbuffered(enginePath(directory / "DATA.bin").c_str(), identity);
     ASSERT_NE(file, nullptr);
-    std::uint64_t length = 0;
-    EXPECT_TRUE(fileLength(file, length));
-    EXPECT_EQ(length, bytes.size());
+    EXPECT_EQ(identity.length, bytes.size());
     const std::uint32_t sector = sectorSize(file);
     EXPECT_GE(sector, 512u);
     EXPECT_EQ(sector & (sector - 1), 0u);
@@ -108,13 +107,24 @@ TEST(PlatformFiles, TellLengthsBeyond32BitsAndTheTimeOfTheLastWrite) {
     EXPECT_EQ(std::fgetc(file), EOF);
     std::fclose(file);
 
+    FileIdentity identity;
+    const FileHandle handle = openForReading(name.c_str(), identity, OpenAs::Named);
+    ASSERT_NE(handle, noFile);
+    EXPECT_EQ(identity.length, size);
+    char last[2] = {1, 1};
+    EXPECT_EQ(readAt(handle, size - 1, last, 2), 1u);
+    EXPECT_EQ(last[0], 0);
+    EXPECT_EQ(readAt(handle, size, last, 2), 0u);
+    closeFile(handle);
     CalendarTime time;
-    ASSERT_TRUE(lastWriteTime(name.c_str(), time));
+    ASSERT_TRUE(toCalendar(identity, time));
     const std::vector<int> told = {time.year, time.month,  time.dayOfWeek, time.day,
                                    time.hour, time.minute, time.second,    time.milliseconds};
     EXPECT_EQ(told, (std::vector<int>{2040, 2, 3, 29, 12, 34, 56, 789}));
-    EXPECT_FALSE(lastWriteTime(directory.enginePath().c_str(), time));
-    EXPECT_FALSE(lastWriteTime((name + 'x').c_str(), time));
+    for (const OpenAs as : {OpenAs::Named, OpenAs::Known}) {
+        EXPECT_EQ(openForReading(directory.enginePath().c_str(), identity, as), noFile);
+        EXPECT_EQ(openForReading((name + 'x').c_str(), identity, as), noFile);
+    }
 }
 
 TEST(PlatformEnumeration, GivesMatchingNamesInUpperCaseOrder) {
@@ -152,13 +162,11 @@ TEST(PlatformFiles, AreNotReadWhereSomethingElseLies) {
     ASSERT_EQ(mkfifo((directory.path() / "pipe").c_str(), 0666), 0);
     for (const char *name : {"", "\\pipe", "\\missing"}) {
         const std::string path = directory.enginePath() + name;
-        CalendarTime time;
-        std::uint32_t delivered = 1;
+        FileIdentity identity;
         EXPECT_EQ(openFile(path.c_str(), "rb"), nullptr) << name;
-        EXPECT_EQ(openUnbuffered(path.c_str()), nullptr) << name;
-        EXPECT_FALSE(lastWriteTime(path.c_str(), time)) << name;
-        readRange(path.c_str(), 0, &time, 1, delivered);
-        EXPECT_EQ(delivered, 0u) << name;
+        EXPECT_EQ(openUnbuffered(path.c_str(), identity), nullptr) << name;
+        EXPECT_EQ(openForReading(path.c_str(), identity, OpenAs::Named), noFile) << name;
+        EXPECT_EQ(openForReading(path.c_str(), identity, OpenAs::Known), noFile) << name;
     }
 }
 

@@ -16,7 +16,7 @@ class ScriptParsing : public ScriptTest {
     std::string parse(const std::string &statements, const V_Script::Format &format, void *data,
                       const char *defaultText = nullptr) {
         m_files.m_files["s.txt"] = "[a] " + statements;
-        V_Script script("s.txt");
+        vl::EnvironmentScript script("s.txt", {&m_files});
         const V_Script::Variables table[] = {{"x", data, defaultText, &format}, {}};
         try {
             script.parse(table, "a", 0, true);
@@ -53,7 +53,7 @@ class ScriptParsing : public ScriptTest {
 
 TEST_F(ScriptParsing, TakesStatementsThenDefaults) {
     m_files.m_files["main.txt"] = "[car] Speed=2.5; name=\"Big \\\"Car\\\"; 1\";";
-    V_Script script("main.txt");
+    vl::EnvironmentScript script("main.txt", {&m_files});
     float speed = 0, drag = 7;
     int gears = 42;
     char name[32] = "", horn[8] = "";
@@ -95,7 +95,7 @@ TEST_F(ScriptParsing, ReportsWhatATableDoesNotAllow) {
     EXPECT_EQ(message("z=2; x=1; y;"), "");
     EXPECT_EQ(message("x=1; x=2;"), "V_Script: Double variables named \"x\"" + in);
 
-    V_Script script("s.txt");
+    vl::EnvironmentScript script("s.txt", {&m_files});
     int first = 0, second = 0;
     const V_Script::Variables table[] = {
         {"y", &first, "8", &V_Script::t_int}, {"x", &second, nullptr, &V_Script::t_float3}, {}};
@@ -104,7 +104,7 @@ TEST_F(ScriptParsing, ReportsWhatATableDoesNotAllow) {
     EXPECT_THROW(script.parse(table, "b", 0, true), V_ScriptException_NamedBlockNotFound *);
     EXPECT_STREQ(script.getBlockName(), "s.txt");
     EXPECT_EQ(message(";", "7"), "");
-    V_Script later("s.txt");
+    vl::EnvironmentScript later("s.txt", {&m_files});
     EXPECT_THROW(later.parse(table, "a", 0, true), V_ScriptException_NoDefault *);
     EXPECT_EQ(first, 8) << "rows before the failure are converted";
 }

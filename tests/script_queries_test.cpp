@@ -83,4 +83,15 @@ TEST_F(ScriptQueries, MoveTheCursorByLocks) {
     EXPECT_FALSE(script.unlock()) << "it is at the root again";
 }
 
+/// What a string marking kept in capitals, no name matches, nor part of one.
+TEST_F(ScriptQueries, TellMarkedNamesFromWhatBeginsLikeThem) {
+    write("m.txt", "[\"Alpha\"] x=1; [\"Beta Gamma\"]{ [q] y=2; }");
+    V_Script script("m.txt");
+    EXPECT_THROW(script.lock("\"B!!nonsense", 0), V_ScriptException_NamedBlockNotFound *);
+    for (const char *name : {"\"Axyz", "\"Alpha\"", "\"", "[\"Axyz]", "[\"Alpha\"]"})
+        EXPECT_EQ(script.count(name), 0u) << name;
+    const V_Script::Blocks table[] = {{"\"A", 0, 1}, {"\"B?", 0, 1}, {}};
+    EXPECT_THROW(script.blockCheck(table, false), V_ScriptException_UnknownBlock *);
+}
+
 } // namespace

@@ -117,9 +117,12 @@ TEST_F(Search, LeavesOutNamesThatNoPathCanHold) {
              .add("\\" + std::string(300, 'd') + "\\x", "1")
              .add("\\..\\..", "1")
              .add("\\.\\x", "1")
+             .add("\\..x\\x", "1") // walked into, it would lead out again
+             .add("\\end.\\x", "1")
+             .add("\\x..y", "1")
              .add("\\", "1"));
     EXPECT_EQ(find("n*"), Names{std::string(255, 'n')});
-    for (const char *pattern : {"m*", "d*", "?", "..*", ""})
+    for (const char *pattern : {"m*", "d*", "?", "..*", "*..*", "e*", ""})
         EXPECT_EQ(find(pattern), Names{}) << pattern;
     EXPECT_THROW(File->findFirst(std::string(256, '*').c_str()), V_FileException_PathTooLong *);
     EXPECT_EQ(File->findNext(), nullptr);
@@ -128,20 +131,32 @@ TEST_F(Search, LeavesOutNamesThatNoPathCanHold) {
     File->enableFilenameLengthLimitation(false);
 }
 
-TEST_F(Search, EndsWhenItsArchivesGo) {
+TEST_F(Search, GoesOnOverWhatItBeganWith) {
     load(ArchiveBuilder().add("\\a.txt", "1").add("\\b.txt", "1").add("\\sub\\c.txt", "1"));
-    ArchiveBuilder().add("\\p.txt", "1").write(root() / "priority.vas2");
-    for (const char *first : {"A.VAS", "sub", "a.txt"}) {
-        const char *name = File->findFirst("*");
-        while (name && std::string(name) != first)
-            name = File->findNext();
-        File->setFileSystemRoot(engineRoot().c_str());
-        EXPECT_EQ(File->findNext(), nullptr);
-    }
+    ArchiveBuilder().add("\\p1.txt", "1").add("\\p2.txt", "1").write(root() / "priority.vas2");
+    ArchiveBuilder().add("\\q.txt", "1").write(root() / "other.vas2");
     File->enablePriorityArchive("priority.vas2");
-    EXPECT_STREQ(File->findFirst("p.txt"), "p.txt");
+    EXPECT_STREQ(File->findFirst("*.txt"), "p1.txt");
+    File->enablePriorityArchive("other.vas2");
+    EXPECT_STREQ(File->findNext(), "p2.txt");
+
+    V_FileSearch outer("*.txt"), inner("sub\\*");
+    EXPECT_STREQ(outer.next(), "q.txt");
+    EXPECT_STREQ(inner.next(), "c.txt");
     File->disablePriorityArchive();
-    EXPECT_EQ(File->findNext(), nullptr);
+    File->setFileSystemRoot((engineRoot() + "\\.").c_str());
+    EXPECT_EQ(File->findNext(), nullptr); // this one ends with its archives
+    std::filesystem::remove(root() / "A.VAS");
+    File->setFileSystemRoot(engineRoot().c_str());
+    Names names;
+    for (const char *name : outer)
+        names.emplace_back(name);
+    EXPECT_EQ(names, (Names{"a.txt", "b.txt"}));
+    EXPECT_EQ(outer.next(), nullptr);
+    EXPECT_EQ(inner.next(), nullptr);
+    EXPECT_STREQ(V_FileSearch("*").next(), "other.vas2");
+    outer = V_FileSearch("pr*");
+    EXPECT_STREQ(V_FileSearch(std::move(outer)).next(), "priority.vas2");
 }
 
 } // namespace

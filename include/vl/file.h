@@ -17,19 +17,14 @@
 #pragma once
 
 #include "vl/core/export.h"
-#include "vl/core/list.h"
 #include "vl/core/string.h"
 #include "vl/file/exception.h"
+#include "vl/file/search.h"
 #include "vl/file/stream.h"
 
-#include <string_view>
-
 namespace vl {
-class ArchiveAccess;
 struct ArchiveIndexSlot;
-namespace platform {
-class Enumeration;
-}
+class FileSystem;
 } // namespace vl
 
 /// The file system: names, plain files and archives. One exists, reached through `File`.
@@ -149,11 +144,11 @@ class VL_API V_File {
 
     /// The library's current directory, always ending with a backslash: a virtual path in AH_ARCHIVES mode,
     /// an operating-system path in the other modes. Valid, and kept up to date, as long as the file system.
-    const char *getCurrentDirectory() const { return m_path; }
+    const char *getCurrentDirectory() const;
 
     /// The process's current directory as it was before the library was started; "" when that was longer than
     /// 255 characters.
-    const char *getStartupDirectory() const { return m_strStartupDirectory; }
+    const char *getStartupDirectory() const;
 
     /// Makes `dir` (an operating-system path, relative to the process's current directory) the local root and
     /// the process's current directory, and loads the archives found there instead of the earlier ones.
@@ -163,8 +158,8 @@ class VL_API V_File {
 
     /// When enabled, names whose file part is longer than 42 characters are refused with
     /// V_FileException_FilenameTooLong. Off at start.
-    void enableFilenameLengthLimitation(bool enable) { sm_bFilenameLengthLimitationEnabled = enable; }
-    bool isFilenameLengthLimitationEnabled() const { return sm_bFilenameLengthLimitationEnabled; }
+    void enableFilenameLengthLimitation(bool enable);
+    bool isFilenameLengthLimitationEnabled() const;
 
     /// Where `name` is found; the disk is asked first.
     Location where(const char *name);
@@ -221,7 +216,7 @@ class VL_API V_File {
     int del(const char *name);
 
     /// Whether save replaces existing files (non-zero).
-    void setOverride(int override) { m_iOverride = override; }
+    void setOverride(int override);
 
     /// Time of the last write, UTC, as a number that orders times but is no count of seconds:
     /// (((((year - 1995) * 12 + month) * 31 + day) * 24 + hour) * 60 + minute) * 60 + second, modulo 2^32.
@@ -235,13 +230,10 @@ class VL_API V_File {
 
     // ---- Search --------------------------------------------------------------------------------------
 
-    /// Starts a search for the names in one directory that match `pattern` (an optional directory, then a
-    /// name with the wildcards * and ?) and returns the first, or null. The names are bare, of files and of
-    /// directories: first those on disk, sorted; then the subdirectories of each active archive; then their
-    /// files. A name found in several places is returned for each. Valid until the next call of either.
+    /// One search after the other, as V_FileSearch does it, which several at once need: findFirst begins a
+    /// new one and returns its first name, findNext the next one, null when there are no more. Valid until
+    /// the next call of either. Loading archives anew ends the search.
     const char *findFirst(const char *pattern);
-
-    /// The next name, null when there are no more.
     const char *findNext();
 
     // ---- Archives ------------------------------------------------------------------------------------
@@ -255,7 +247,7 @@ class VL_API V_File {
     /// the local root otherwise. Archives are parked while the mode is not AH_ARCHIVES. Another value than
     /// these resolves names as AH_LOCAL_ROOT does.
     void setArchiveHandling(int mode);
-    int getArchiveHandling() const { return m_archiveHandling; }
+    int getArchiveHandling() const;
 
     /// Loads the archive `name` (relative to the local root) in front of all others, replacing an earlier
     /// priority archive. While archives are parked it is parked, too, as the first of them. Throws
@@ -267,16 +259,16 @@ class VL_API V_File {
     /// Unloads the priority archive, wherever it is (also while archives are parked). After setFileSystemRoot
     /// or setSecondaryArchiveSearchPath, which unload it with the others, this only clears the flag.
     void disablePriorityArchive() const;
-    bool isPriorityArchiveEnabled() const { return sm_bPriorityArchiveEnabled; }
+    bool isPriorityArchiveEnabled() const;
 
     /// The name last given to enablePriorityArchive.
-    const char *getPriorityArchive() const { return sm_strPriorityArchive; }
+    const char *getPriorityArchive() const;
 
     /// Sets a second directory whose archives are loaded behind those of the local root ("" for none), then
     /// loads all archives anew. Returns whether that directory holds any. Throws what loading an archive
     /// throws.
     bool setSecondaryArchiveSearchPath(const char *dir);
-    const char *getSecondaryArchiveSearchPath() const { return sm_strSecondaryArchiveSearchPath; }
+    const char *getSecondaryArchiveSearchPath() const;
 
     /// How a file is stored (Method): METHOD_STORED for whatever is on disk; -1 when it is not found or is a
     /// directory of an archive only.
@@ -319,86 +311,14 @@ class VL_API V_File {
 
   private:
     friend class V_VantorInit;
-    friend class V_FileDirectoryChange;
-    friend class V_FileStream;
-    friend class V_MemoryFile;
-    friend class V_UnbufferedFileStream;
-    friend class vl::ArchiveAccess;
+    friend class vl::FileSystem;
 
     V_File();
     ~V_File();
     V_File(const V_File &) = delete;
     V_File &operator=(const V_File &) = delete;
-    void release();
 
-    // Names (file/paths.cpp)
-    static std::string_view relativeToAbsolutePath(char *out, const char *name);
-    static std::string_view absolutePathToDirStructure(char *out, std::string_view path);
-    static void checkPathExistence(const char *path);
-    static void resetCurrentDirectory();
-    static bool isResolvedDirectory(const char *path);
-
-    // Single files (file/plain_files.cpp)
-    void loadBounded(void *buffer, const char *name, unsigned int size, unsigned int bufferSize);
-
-    // Archives (file/archive*.cpp)
-    enum class Place { First, Last };
-    static void createArchiveLists();
-    static void deleteArchiveLists();
-    static void releaseArchives(V_DLList<V_VASArchive> &list);
-    static void releaseArchive(V_DLList<V_VASArchive> &list, V_VASArchive *archive);
-    bool loadArchives();
-    bool loadArchivesOf(const char *directory);
-    void unloadArchives();
-    V_VASArchive *loadArchive(V_DLList<V_VASArchive> &list, Place place, const char *name);
-    static void loadArchiveHeader(V_VASArchive *archive, const char *name);
-    static void releaseArchiveTables(const V_VASArchive &archive);
-    static void searchFile(V_VASFind *result, std::string_view path);
-    static void searchDir(V_VASFind *result, std::string_view path);
-    static unsigned int readEntry(const V_VASFind &found, const char *resolvedPath, void *buffer,
-                                  unsigned int bufferSize);
-    void checkLargeLoad(const char *name, unsigned int size);
-
-    // Search (file/search.cpp)
-    enum Stage : unsigned int { StageDisk, StageArchiveDirectories, StageArchiveFiles, StageFinished };
-    static int xstricmp(const char *pattern, const char *name);
-    static bool isActive(const V_VASArchive *archive);
-    const char *findNextOnDisk();
-    const char *findNextDirectory();
-    const char *findNextFile();
-    void writeDirKey();
-
-    // Per object: the running search, and the override setting.
-    char m_strPattern[256];
-    unsigned int m_uStage; ///< a Stage
-    unsigned int m_uIndex;
-    char m_findData[256]; ///< the name found on disk
-    vl::platform::Enumeration *m_hFind;
-    V_VASArchive *m_pArchive;
-    char m_strSearchDir[256];
-    char m_strDiskPattern[256];
-    char m_strResult[256];
-    int m_iNoDirYet;
-    char m_strDirKey[16];
-    int *m_pDirIDCursor;
-    int m_iOverride;
-
-    // Per process.
-    static unsigned int instance;
-    static int m_archiveHandling;
-    static char m_strStartupDirectory[256];
-    static char m_originalLocalDirPath[256];
-    static char m_path[256];
-    static char *m_pathName;
-    static unsigned int m_uPathLen;
-    static bool sm_bFilenameLengthLimitationEnabled;
-    static V_DLList<V_VASArchive> *VASArchiveList;
-    static V_DLList<V_VASArchive> *VASArchiveListSwap;
-    static V_DLList<int> *m_findDirIDList;
-    static bool sm_bPriorityArchiveEnabled;
-    static V_VASArchive *sm_pPriorityArchive; ///< while it is loaded, in whichever list
-    static char sm_strPriorityArchive[256];
-    static char sm_strSecondaryArchiveSearchPath[256];
+    vl::FileSystem *m_pSystem; ///< all that it holds, owned
 };
 
 /// The file system; null before start-up and after shutdown.

@@ -30,6 +30,9 @@
 
 struct ScriptBlock;
 class V_ScriptLoader;
+namespace vl {
+struct LoadEnvironment;
+}
 
 /// A script as a tree of blocks: queries, parsing and checks.
 class VL_API V_Script {
@@ -191,6 +194,10 @@ class VL_API V_Script {
     /// The same for a child, found as by lock (which may throw); the cursor is unchanged afterwards.
     void blockCheck(const Blocks *table, unsigned int index, bool allowUnknownBlocks);
     void blockCheck(const Blocks *table, const char *name, unsigned int index, bool allowUnknownBlocks);
+
+  protected:
+    /// Loads a script whose files do not come from `File`, or whose loading is traced.
+    V_Script(const char *fileName, const vl::LoadEnvironment &environment);
 
   private:
     friend class V_ScriptLock;

@@ -2,6 +2,7 @@
 
 #include "platform/posix/system.h"
 
+#include "platform/posix/descriptor.h"
 #include "platform/posix/directory_cache.h"
 
 #include "base/hash.h"
@@ -13,7 +14,6 @@
 #include <ctime>
 #include <fcntl.h>
 #include <new>
-#include <sys/syscall.h>
 #include <sys/vfs.h>
 #include <unistd.h>
 
@@ -54,16 +54,6 @@ bool stampsEveryChange(int descriptor) {
     default:
         return false;
     }
-}
-
-/// fstat without the detour that the C library takes, which asks by an empty path: a tenth of the time of
-/// telling that a name is missing.
-bool statDescriptor(int descriptor, struct stat &info) {
-#if defined(__x86_64__) && defined(__LP64__) // where the kernel's structure is the C library's
-    return syscall(SYS_fstat, descriptor, &info) == 0;
-#else
-    return fstat(descriptor, &info) == 0;
-#endif
 }
 
 std::int64_t monotonicNow() {

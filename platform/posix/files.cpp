@@ -3,6 +3,7 @@
 #include "platform/posix/system.h"
 
 #include "platform/platform.h"
+#include "platform/posix/descriptor.h"
 #include "platform/posix/spelling.h"
 
 #include <cstdint>
@@ -129,48 +130,44 @@ bool seekFile(std::FILE *file, std::uint64_t position) {
     return position <= INT64_MAX && fseeko(file, static_cast<off_t>(position), SEEK_SET) == 0;
 }
 
-bool readRange(const char *path, std::uint64_t position, void *buffer, std::uint32_t count,
-               std::uint32_t &delivered) {
-    delivered = 0;
-    int descriptor = openAsSpelled(path);
+FileHandle openForReading(const char *path, FileIdentity &identity, OpenAs as) {
+    int descriptor = as == OpenAs::Known ? openAsSpelled(path) : -1;
     if (descriptor < 0)
         descriptor = openAnything(path, O_RDONLY);
-    if (descriptor < 0)
-        return false;
-    ssize_t got = 0;
-    do {
-        got = pread(descriptor, static_cast<char *>(buffer) + delivered, count - delivered,
-                    static_cast<off_t>(position + delivered));
-        if (got > 0)
-            delivered += static_cast<std::uint32_t>(got);
-    } while (delivered < count && (got > 0 || (got < 0 && errno == EINTR)));
-    const bool isDirectory = got < 0 && errno == EISDIR;
-    close(descriptor);
-    return !isDirectory;
+    if (descriptor >= 0 && !identify(descriptor, identity)) {
+        close(descriptor);
+        return noFile;
+    }
+    return descriptor;
 }
 
-bool lastWriteTime(const char *path, CalendarTime &time) {
-    const int descriptor = openDescriptor(path, O_RDONLY);
-    if (descriptor < 0)
-        return false;
-    struct stat info;
-    const bool known = fstat(descriptor, &info) == 0;
-    close(descriptor);
+std::uint32_t readAt(FileHandle file, std::uint64_t position, void *buffer, std::uint32_t count) {
+    if (position > std::uint64_t{INT64_MAX} - count)
+        return 0;
+    std::uint32_t done = 0;
+    while (done < count) {
+        const ssize_t got = pread(static_cast<int>(file), static_cast<char *>(buffer) + done, count - done,
+                                  static_cast<off_t>(position + done));
+        if (got > 0)
+            done += static_cast<std::uint32_t>(got);
+        else if (got == 0 || errno != EINTR)
+            break;
+    }
+    return done;
+}
 
+void closeFile(FileHandle file) { close(static_cast<int>(file)); }
+
+bool toCalendar(const FileIdentity &identity, CalendarTime &time) {
+    const auto seconds = static_cast<std::time_t>(identity.lastWrite);
     std::tm calendar;
-    if (!known || !gmtime_r(&info.st_mtim.tv_sec, &calendar))
+    if (!gmtime_r(&seconds, &calendar) || calendar.tm_year < -1900 || calendar.tm_year > UINT16_MAX - 1900)
         return false;
-    const int year = calendar.tm_year + 1900;
-    if (year < 0 || year > UINT16_MAX)
-        return false;
-    time.year = static_cast<std::uint16_t>(year);
-    time.month = static_cast<std::uint16_t>(calendar.tm_mon + 1);
-    time.dayOfWeek = static_cast<std::uint16_t>(calendar.tm_wday);
-    time.day = static_cast<std::uint16_t>(calendar.tm_mday);
-    time.hour = static_cast<std::uint16_t>(calendar.tm_hour);
-    time.minute = static_cast<std::uint16_t>(calendar.tm_min);
-    time.second = static_cast<std::uint16_t>(calendar.tm_sec);
-    time.milliseconds = static_cast<std::uint16_t>(info.st_mtim.tv_nsec / 1000000);
+    const auto number = [](int value) { return static_cast<std::uint16_t>(value); };
+    time = {number(calendar.tm_year + 1900), number(calendar.tm_mon + 1),
+            number(calendar.tm_wday),        number(calendar.tm_mday),
+            number(calendar.tm_hour),        number(calendar.tm_min),
+            number(calendar.tm_sec),         number(static_cast<int>(identity.nanoseconds / 1000000))};
     return true;
 }
 

@@ -3,13 +3,13 @@
 #include "platform/posix/system.h"
 
 #include "platform/platform.h"
+#include "platform/posix/descriptor.h"
 #include "platform/posix/spelling.h"
 
 #include <algorithm>
 #include <bit>
 #include <fcntl.h>
 #include <new>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace vl::platform {
@@ -54,7 +54,7 @@ void turnDirectOff(UnbufferedFile &file) {
 
 } // namespace
 
-UnbufferedFile *openUnbuffered(const char *path, bool *outOfMemory) {
+UnbufferedFile *openUnbuffered(const char *path, FileIdentity &identity, bool *outOfMemory) {
     if (outOfMemory)
         *outOfMemory = false;
     SystemPath system;
@@ -74,8 +74,7 @@ UnbufferedFile *openUnbuffered(const char *path, bool *outOfMemory) {
     if (withSpelling(system, openExisting) != Spelling::Found)
         return nullptr;
 
-    struct stat info;
-    if (fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode)) {
+    if (!identify(descriptor, identity)) {
         close(descriptor);
         return nullptr;
     }
@@ -100,14 +99,6 @@ void closeUnbuffered(UnbufferedFile *file) {
     if (file)
         close(file->m_descriptor);
     delete file;
-}
-
-bool fileLength(UnbufferedFile *file, std::uint64_t &length) {
-    struct stat info;
-    if (fstat(file->m_descriptor, &info) != 0)
-        return false;
-    length = static_cast<std::uint64_t>(info.st_size);
-    return true;
 }
 
 std::uint32_t sectorSize(UnbufferedFile *file) { return file->m_uSectorSize; }

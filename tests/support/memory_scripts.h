@@ -1,4 +1,4 @@
-// Script files in memory, in place of the file system's, for the length of a scope.
+// Script files in memory, in place of the file system's.
 #pragma once
 
 #include "script/load_environment.h"
@@ -8,15 +8,9 @@
 #include <cstring>
 #include <map>
 #include <string>
-#include <utility>
 
 class MemoryScripts final : public vl::ScriptFiles {
   public:
-    MemoryScripts() : m_pPrevious(std::exchange(vl::loadEnvironment.files, this)) {}
-    ~MemoryScripts() override { vl::loadEnvironment.files = m_pPrevious; }
-    MemoryScripts(const MemoryScripts &) = delete;
-    MemoryScripts &operator=(const MemoryScripts &) = delete;
-
     std::map<std::string, std::string> m_files;
 
     const char *fullPath(const char *name) override {
@@ -36,6 +30,5 @@ class MemoryScripts final : public vl::ScriptFiles {
     }
 
   private:
-    vl::ScriptFiles *m_pPrevious;
     std::string m_strPath;
 };

@@ -4,6 +4,7 @@
 #include "tests/support/describe_block.h"
 #include "tests/support/library_test.h"
 
+#include "script/load_environment.h"
 #include "script/loader.h"
 #include "vl/script.h"
 
@@ -11,9 +12,6 @@
 
 class ScriptTest : public LibraryTest {
   protected:
-    /// The file system keeps a buffer as long as the longest path; it has grown before anything is counted.
-    ScriptTest() { File->getFullPathName(std::string(250, 'x').c_str()); }
-
     void write(const std::string &name, const std::string &content) { writeFile(root() / name, content); }
 
     /// The tree of main.txt with this content.
@@ -26,7 +24,7 @@ class ScriptTest : public LibraryTest {
     /// The preprocessed text of main.txt.
     static std::string text() {
         unsigned int length = 0;
-        char *text = V_ScriptLoader::preprocessedText("main.txt", length);
+        char *text = V_ScriptLoader::preprocessedText("main.txt", length, {});
         const std::string result(text, length - 1);
         EXPECT_EQ(text[length - 1], 0);
         V_Memory::freeCounted(text);

@@ -3,7 +3,7 @@
 #include "archive_source.h"
 
 #include "base/wildcards.h"
-#include "file/archive_format.h"
+#include "file/archive/archive_format.h"
 #include "platform/platform.h"
 
 #include <algorithm>

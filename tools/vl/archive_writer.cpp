@@ -5,7 +5,7 @@
 
 #include "progress.h"
 
-#include "file/archive_format.h"
+#include "file/archive/archive_format.h"
 #include "file/crc32.h"
 #include "file/lzss.h"
 #include "platform/terminal.h"

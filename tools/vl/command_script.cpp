@@ -30,36 +30,24 @@ struct Options {
     bool asJson = false;
 };
 
-/// Traces loads for as long as it lives.
-class TracedLoad {
-  public:
-    TracedLoad() { vl::loadEnvironment.trace = &m_trace; }
-    ~TracedLoad() { vl::loadEnvironment.trace = nullptr; }
-    TracedLoad(const TracedLoad &) = delete;
-    TracedLoad &operator=(const TracedLoad &) = delete;
+/// What is done with a script, given its name and the environment to load it in.
+using Action = std::function<void(const std::string &name, const vl::LoadEnvironment &environment)>;
 
-    const vl::ScriptTrace &trace() const { return m_trace; }
-
-  private:
-    vl::ScriptTrace m_trace;
-};
-
-/// Runs `action`, which loads the script `file`. When that fails, prints `file:line: message` to `out` and
+/// Runs `action` for the script `file`. When that fails, prints `file:line: message` to `out` and
 /// gives false.
-bool report(const ScriptSource &source, const std::string &file, std::FILE *out,
-            const std::function<void()> &action) {
-    const TracedLoad load;
+bool report(const ScriptSource &source, const std::string &file, std::FILE *out, const Action &action) {
+    vl::ScriptTrace trace;
     try {
-        action();
+        action(source.nameOf(file), {nullptr, &trace});
         return true;
     } catch (V_MemoryException *) {
         throw;
     } catch (V_Exception *exception) {
         std::string message = exception->getErrorMessage();
         std::replace(message.begin(), message.end(), '\n', ' ');
-        const bool located = load.trace().line() != 0;
-        std::fprintf(out, "%s:%u: %s\n", located ? source.shown(load.trace().file()).c_str() : file.c_str(),
-                     located ? load.trace().line() : 1, printable(message).c_str());
+        const bool located = trace.line() != 0;
+        std::fprintf(out, "%s:%u: %s\n", located ? source.shown(trace.file()).c_str() : file.c_str(),
+                     located ? trace.line() : 1, printable(message).c_str());
         return false;
     }
 }
@@ -103,22 +91,22 @@ void showTree(V_Script &script, bool asJson) {
 
 // ---- text ----------------------------------------------------------------------------------------------
 
-void showText(const std::string &name) {
+void showText(const std::string &name, const vl::LoadEnvironment &environment) {
     const std::size_t directory = name.find_last_of("\\/") + 1;
     const V_FileDirectoryChange change(V_String(name.c_str(), directory));
     unsigned int length = 0;
-    const vl::CountedArray<char> text(V_ScriptLoader::preprocessedText(name.c_str() + directory, length));
+    const vl::CountedArray<char> text(
+        V_ScriptLoader::preprocessedText(name.c_str() + directory, length, environment));
     std::fwrite(text.get(), 1, length - 1, stdout);
     std::putchar('\n');
 }
 
 /// Runs `action` for every file's name and prints the mistakes to `out`; gives the exit status.
-int forEachFile(const Options &options, std::FILE *out,
-                const std::function<void(const std::string &name)> &action) {
+int forEachFile(const Options &options, std::FILE *out, const Action &action) {
     const ScriptSource source(options.archive);
     bool well = true;
     for (const std::string &file : options.files)
-        well &= report(source, file, out, [&] { action(source.nameOf(file)); });
+        well &= report(source, file, out, action);
     return well ? 0 : 1;
 }
 
@@ -141,17 +129,20 @@ void addScriptCommand(CLI::App &app, int &exitStatus) {
     add("check",
         "Load scripts and report their mistakes, one a line; the exit status is 1 when there are any.")
         ->callback([options, &exitStatus] {
-            exitStatus =
-                forEachFile(*options, stdout, [](const std::string &name) { V_Script script(name.c_str()); });
+            exitStatus = forEachFile(*options, stdout,
+                                     [](const std::string &name, const vl::LoadEnvironment &environment) {
+                                         vl::EnvironmentScript script(name.c_str(), environment);
+                                     });
         });
 
     CLI::App *tree = add("tree", "Print the blocks and statements of scripts.");
     tree->add_flag("--json", options->asJson, "As JSON");
     tree->callback([options, &exitStatus] {
-        exitStatus = forEachFile(*options, stderr, [&](const std::string &name) {
-            V_Script script(name.c_str());
+        const auto show = [&](const std::string &name, const vl::LoadEnvironment &environment) {
+            vl::EnvironmentScript script(name.c_str(), environment);
             showTree(script, options->asJson);
-        });
+        };
+        exitStatus = forEachFile(*options, stderr, show);
     });
 
     add("text", "Print the preprocessed texts of scripts.")->callback([options, &exitStatus] {

@@ -2,38 +2,40 @@
 
 #include "opened_archive.h"
 
-#include "file/archive_access.h"
-#include "file/archive_index.h"
-#include "file/lzss.h"
+#include "file/archive/archive_index.h"
+#include "file/archive/entry_reader.h"
+#include "platform/platform.h"
 
 #include <algorithm>
 #include <stdexcept>
 
-OpenedArchive::OpenedArchive(const std::filesystem::path &path) {
-    vl::ArchiveAccess::load(m_archive, path.c_str());
-    try {
-        m_uLength = std::filesystem::file_size(path);
-        m_directoryByIndex.resize(m_archive.header.dirCount);
-        for (unsigned int i = 0; i < m_archive.header.dirCount; ++i)
-            m_directoryByIndex[static_cast<std::size_t>(m_archive.dirs[i].index)] = m_archive.dirs[i].key;
-        for (unsigned int i = 0; i < m_archive.header.fileCount; ++i) {
-            if (m_archive.files[i].dirIndex < m_archive.header.dirCount)
-                m_files.push_back(&m_archive.files[i]);
-            else
-                ++m_uOrphans;
-        }
-    } catch (...) {
-        vl::ArchiveAccess::release(m_archive);
-        throw;
+namespace {
+
+vl::Ref<vl::Archive> loadArchive(const std::filesystem::path &path) {
+    vl::platform::PathBuffer absolute;
+    if (!vl::platform::fullPath(absolute, path.c_str()))
+        V_throw(V_FileException_ArchiveNotFound(path.c_str()));
+    return vl::Archive::load(absolute);
+}
+
+} // namespace
+
+OpenedArchive::OpenedArchive(const std::filesystem::path &path) : m_archive(loadArchive(path)) {
+    m_directoryByIndex.resize(m_archive->header.dirCount);
+    for (unsigned int i = 0; i < m_archive->header.dirCount; ++i)
+        m_directoryByIndex[static_cast<std::size_t>(m_archive->dirs[i].index)] = m_archive->dirs[i].key;
+    for (unsigned int i = 0; i < m_archive->header.fileCount; ++i) {
+        if (m_archive->files[i].dirIndex < m_archive->header.dirCount)
+            m_files.push_back(&m_archive->files[i]);
+        else
+            ++m_uOrphans;
     }
 }
 
-OpenedArchive::~OpenedArchive() { vl::ArchiveAccess::release(m_archive); }
-
 std::vector<std::string> OpenedArchive::directories() const {
     std::vector<std::string> paths;
-    for (unsigned int i = 0; i < m_archive.header.dirCount; ++i)
-        paths.emplace_back(m_archive.dirs[i].key);
+    for (unsigned int i = 0; i < m_archive->header.dirCount; ++i)
+        paths.emplace_back(m_archive->dirs[i].key);
     return paths;
 }
 
@@ -56,12 +58,9 @@ std::string OpenedArchive::read(const V_File::VASFileEntry &file) const {
     const std::string path = pathOf(file);
     if (file.method < V_File::METHOD_LZSS || file.method > V_File::METHOD_STORED)
         throw std::runtime_error(path + ": method " + std::to_string(file.method) + " is unknown");
-    // Damage is noticed before memory is taken on its word.
-    if (!vl::lzssCanHold(file.size, file.storedSize))
-        V_throw(V_FileException_FileCorrupted(path.c_str()));
-    if (std::uint64_t{file.offset} + file.storedSize > m_uLength)
-        V_throw(V_FileException_UnableToReadData(path.c_str()));
+    const vl::EntryReader reader(*m_archive, file, path.c_str());
+    reader.expectAll();
     std::string content(file.size, '\0');
-    vl::ArchiveAccess::read(m_archive, file, path.c_str(), content.data());
+    reader.readWhole(content.data(), file.size);
     return content;
 }

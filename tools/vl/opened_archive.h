@@ -1,9 +1,9 @@
 // One archive read by the tool, by the library's own loader, without joining the library's file system.
 #pragma once
 
+#include "file/archive/archive.h"
 #include "vl/file.h"
 
-#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -12,11 +12,8 @@ class OpenedArchive {
   public:
     /// Loads and checks the tables. Throws as V_File does when it loads an archive.
     explicit OpenedArchive(const std::filesystem::path &path);
-    ~OpenedArchive();
-    OpenedArchive(const OpenedArchive &) = delete;
-    OpenedArchive &operator=(const OpenedArchive &) = delete;
 
-    const V_File::VASHeader &header() const { return m_archive.header; }
+    const V_File::VASHeader &header() const { return m_archive->header; }
 
     /// The files in the order of the sorted table; those without a directory record are left out.
     const std::vector<const V_File::VASFileEntry *> &files() const { return m_files; }
@@ -37,8 +34,7 @@ class OpenedArchive {
     std::string read(const V_File::VASFileEntry &file) const;
 
   private:
-    V_File::V_VASArchive m_archive{};
-    std::uintmax_t m_uLength = 0;
+    vl::Ref<vl::Archive> m_archive;
     std::vector<const char *> m_directoryByIndex;
     std::vector<const V_File::VASFileEntry *> m_files;
     std::size_t m_uOrphans = 0;

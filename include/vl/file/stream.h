@@ -9,12 +9,12 @@
 #include "vl/core/export.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 
 namespace vl {
-class EntryDecoder;
-struct StreamSource;
+struct FoundFile;
+class Lookup;
+class StreamBackEnd;
 namespace platform {
 class UnbufferedFile;
 }
@@ -90,19 +90,17 @@ class VL_API V_FileStream {
 
     /// What the streams over one file share.
     struct Shared {
-        int refCount;              ///< streams that share it
-        char *name;                ///< owned, as the client gave it
-        char *sourcePath;          ///< owned
-        unsigned char *buffer;     ///< owned
-        unsigned char *readPtr;    ///< the next byte to hand out
-        unsigned int bufferStart;  ///< file position of the buffer's first byte
-        unsigned int capacity;     ///< of the buffer, in bytes
-        int count;                 ///< bytes from readPtr on
-        bool compressed;           ///< the file is a compressed entry of an archive
-        V_FileStream *owner;       ///< the stream that the buffer serves; none for a compressed entry
-        std::FILE *fileHandle;     ///< null for unbuffered streams
-        std::uint64_t filePointer; ///< where fileHandle stands
-        vl::EntryDecoder *decoder; ///< compressed
+        int refCount;               ///< streams that share it
+        char *name;                 ///< owned, as the client gave it
+        char *sourcePath;           ///< owned
+        vl::StreamBackEnd *backEnd; ///< owned; null for unbuffered streams, which have a file each
+        unsigned char *buffer;      ///< owned
+        unsigned char *readPtr;     ///< the next byte to hand out
+        unsigned int bufferStart;   ///< file position of the buffer's first byte
+        unsigned int capacity;      ///< of the buffer, in bytes
+        int count;                  ///< bytes from readPtr on
+        bool compressed;            ///< the file is a compressed entry of an archive; nothing is buffered
+        V_FileStream *owner;        ///< the stream that the buffer serves
     };
 
     /// A part of a stream, in bytes from its start.
@@ -113,6 +111,9 @@ class VL_API V_FileStream {
 
     /// Covers nothing.
     V_FileStream() = default;
+
+    /// Opens a file that was looked up, as the public constructor does it. Throws the same.
+    V_FileStream(const char *name, const vl::Lookup &lookup, vl::FoundFile &&found, int bufferSize);
 
     /// Whether it reads a compressed entry of an archive.
     bool isCompressed() const { return shared && shared->compressed; }
@@ -127,28 +128,24 @@ class VL_API V_FileStream {
     void cover(const V_FileStream &source, Region region);
     void release();
 
-    /// Finding a file, and making and freeing what its streams share.
-    static void locate(vl::StreamSource &source, const char *name);
+    /// Making and freeing what the streams over one file share.
     static Shared *newShared(const char *name, const char *sourcePath);
     static void deleteShared(Shared *state);
 
-    unsigned int start = 0;      ///< where in the file the stream begins
-    unsigned int position = 0;   ///< where in the file it stands
-    unsigned int end = 0;        ///< where in the file it ends
-    unsigned int packedLeft = 0; ///< compressed: packed bytes not yet read from the file
-    Shared *shared = nullptr;    ///< null while it covers nothing
+    unsigned int start = 0;    ///< where in the file the stream begins
+    unsigned int position = 0; ///< where in the file it stands
+    unsigned int end = 0;      ///< where in the file it ends
+    Shared *shared = nullptr;  ///< null while it covers nothing
 
   private:
-    void openEntry(const vl::StreamSource &source);
-    void allocateBuffer(int bufferSize);
+    void open(const char *name, const vl::Lookup &lookup, vl::FoundFile &&found, int bufferSize);
+    void openEntry(const vl::FoundFile &found, unsigned int bufferSize);
+    void allocateBuffer(unsigned int size);
     void share(const V_FileStream &source);
     unsigned int readSlowly(void *out, unsigned int n);
     void takeOver();
     void pointInto(unsigned int place);
     void fill();
-    void decode(unsigned char *out, unsigned int n);
-    void refill();
-    void readFile(std::uint64_t from, void *out, unsigned int n);
 };
 
 /// Reads whole sectors past the system's cache: a file on disk, or an archive entry that is stored as it is.
@@ -172,6 +169,7 @@ class VL_API V_UnbufferedFileStream : public V_FileStream {
 
   private:
     V_UnbufferedFileStream() = default;
+    void openEntry(const char *name, vl::Lookup &lookup);
     void allocateBlock();
     void moveTo(unsigned int newPosition);
 

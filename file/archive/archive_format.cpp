@@ -1,6 +1,6 @@
 // The VAS archive format (layout: archive_format.h): headers and records from and to bytes.
 
-#include "file/archive_format.h"
+#include "file/archive/archive_format.h"
 
 #include "base/byte_order.h"
 #include "file/crc32.h"

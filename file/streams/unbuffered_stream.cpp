@@ -3,20 +3,22 @@
 #include "vl/file/stream.h"
 
 #include "core/counted.h"
-#include "file/open_file.h"
-#include "file/stream_source.h"
+#include "file/archive/archive.h"
+#include "file/places/lookup.h"
+#include "file/streams/back_end.h"
 #include "platform/platform.h"
 
 #include <algorithm>
 #include <cstdint>
+#include <limits>
 #include <utility>
 
 namespace {
 
 /// Null when there is no such file.
-vl::platform::UnbufferedFile *open(const char *path) {
+vl::platform::UnbufferedFile *openPastCache(const char *path, vl::platform::FileIdentity &identity) {
     bool outOfMemory = false;
-    vl::platform::UnbufferedFile *file = vl::platform::openUnbuffered(path, &outOfMemory);
+    vl::platform::UnbufferedFile *file = vl::platform::openUnbuffered(path, identity, &outOfMemory);
     if (outOfMemory)
         V_throw(V_MemoryException_Allocation());
     return file;
@@ -25,34 +27,44 @@ vl::platform::UnbufferedFile *open(const char *path) {
 } // namespace
 
 V_UnbufferedFileStream::V_UnbufferedFileStream(const char *name, int bufferSize) : V_UnbufferedFileStream() {
-    vl::StreamSource source;
-    locate(source, name);
-    handle = open(source.diskPath);
+    vl::Lookup lookup(name);
+    vl::platform::FileIdentity identity;
+    handle = openPastCache(lookup.diskPath(), identity);
     if (handle) {
-        end = vl::sizeOf(handle, source.diskPath);
-        shared = newShared(name, source.diskPath);
-    } else if (!source.entry.file) {
-        V_throw(V_FileException_FileNotFound(source.diskPath));
+        if (identity.length > std::numeric_limits<unsigned int>::max())
+            V_throw(V_FileException_FileTooLarge(lookup.diskPath()));
+        end = static_cast<unsigned int>(identity.length);
+        shared = newShared(name, lookup.diskPath());
     } else {
-        const V_File::VASFileEntry &entry = *source.entry.file;
-        const char *archivePath = source.entry.archive->archivePath;
-        if (entry.method != V_File::METHOD_STORED)
-            V_throw(V_FileException_FileNotAStream(source.path));
-        if (entry.size != entry.storedSize)
-            V_throw(V_FileException_FileCorrupted(source.path));
-        handle = open(archivePath);
-        if (!handle)
-            V_throw(V_FileException_ArchiveNotFound(archivePath));
-        shared = newShared(name, archivePath);
-        start = position = entry.offset;
-        end = start + entry.size;
+        openEntry(name, lookup);
     }
-
     sectorSize = vl::platform::sectorSize(handle);
-    const auto wanted = static_cast<unsigned int>(bufferSize > 0 ? bufferSize : vl::defaultStreamBuffer);
+    const unsigned int wanted = vl::streamBufferSize(bufferSize);
     blockSize = (wanted + sectorSize - 1) / sectorSize * sectorSize; // below 2^32: both are at most 2^31
     allocateBlock();
     moveTo(position);
+}
+
+void V_UnbufferedFileStream::openEntry(const char *name, vl::Lookup &lookup) {
+    const V_File::V_VASFind found = lookup.archivedFile();
+    if (!found.file)
+        V_throw(V_FileException_FileNotFound(lookup.shownDiskPath()));
+    const V_File::VASFileEntry &entry = *found.file;
+    if (entry.method != V_File::METHOD_STORED)
+        V_throw(V_FileException_FileNotAStream(lookup.path()));
+    if (entry.size != entry.storedSize)
+        V_throw(V_FileException_FileCorrupted(lookup.path()));
+    const auto &archive = static_cast<const vl::Archive &>(*found.archive);
+    vl::platform::FileIdentity identity;
+    handle = openPastCache(archive.archivePath, identity);
+    if (!handle)
+        V_throw(V_FileException_ArchiveNotFound(archive.archivePath));
+    start = position = entry.offset;
+    end = start + entry.size;
+    // One that was cut short is noticed where the reading ends.
+    if (identity.length >= end && identity != archive.identity)
+        V_throw(V_FileException_ArchiveCorrupted(archive.archivePath));
+    shared = newShared(name, archive.archivePath);
 }
 
 V_UnbufferedFileStream::V_UnbufferedFileStream(const V_UnbufferedFileStream &source, int offset, int size)
@@ -62,7 +74,8 @@ V_UnbufferedFileStream::V_UnbufferedFileStream(const V_UnbufferedFileStream &sou
     cover(source, offset, size);
     sectorSize = source.sectorSize;
     blockSize = source.blockSize;
-    handle = open(shared->sourcePath);
+    vl::platform::FileIdentity identity;
+    handle = openPastCache(shared->sourcePath, identity);
     if (!handle)
         V_throw(V_FileException_FileNotFound(source.getName()));
     allocateBlock();

@@ -1,10 +1,10 @@
 // Finding entries in an archive's tables (how: archive_index.h).
 
-#include "file/archive_index.h"
+#include "file/archive/archive_index.h"
 
 #include "base/text.h"
 #include "core/counted.h"
-#include "file/archive_format.h"
+#include "file/archive/archive_format.h"
 
 #include <algorithm>
 #include <bit>

@@ -7,7 +7,7 @@
 // least, and linear probing.
 #pragma once
 
-#include "file/archive_format.h"
+#include "file/archive/archive_format.h"
 #include "platform/platform.h"
 #include "vl/file.h"
 

@@ -1,5 +1,6 @@
 // A change of the library's current directory that lasts as long as a scope.
 
+#include "file/file_system.h"
 #include "vl/file.h"
 
 V_FileDirectoryChange::V_FileDirectoryChange() { initializeMembers(); }
@@ -14,7 +15,7 @@ V_FileDirectoryChange::~V_FileDirectoryChange() {
     try {
         destruct();
     } catch (V_Exception *) {
-        V_File::resetCurrentDirectory();
+        vl::FileSystem::get().names.resetCurrent();
     }
 }
 

@@ -1,0 +1,56 @@
+// What the one V_File holds: how names become paths, the archives, and the search of findFirst.
+#pragma once
+
+#include "core/ref.h"
+#include "file/names/name_rules.h"
+#include "file/places/place_list.h"
+#include "file/places/search.h"
+#include "vl/file.h"
+
+#include <optional>
+
+namespace vl {
+
+class FileSystem {
+  public:
+    /// What `File` holds; there must be one.
+    static FileSystem &get() { return *File->m_pSystem; }
+
+    /// Enters the executable's directory, as V_File::setFileSystemRoot does it.
+    FileSystem();
+
+    NameRules names;
+    Path startupDirectory;
+    Path fullPathName;            ///< the answer of getFullPathName
+    bool overrides = true;        ///< whether save replaces files
+    std::optional<Search> search; ///< of findFirst
+
+    /// The archives that take part in lookups: none while names are operating-system paths.
+    const Ref<const PlaceList> &activePlaces() const { return names.areVirtual() ? m_places : m_none; }
+
+    /// Makes `dir` the local root and loads its archives instead of the active ones.
+    void setRoot(const char *dir);
+    bool setSecondaryDirectory(const char *dir);
+    const Path &secondaryDirectory() const { return m_secondaryDirectory; }
+
+    void enablePriorityArchive(const char *name);
+    void disablePriorityArchive();
+    bool isPriorityEnabled() const { return m_bPriorityEnabled; }
+    const Path &priorityName() const { return m_priorityName; }
+
+  private:
+    void enterDirectory(const char *dir);
+    bool loadArchives();
+    bool loadArchivesOf(const char *directory, Place::Origin origin);
+    void unloadArchives();
+    Ref<Archive> loadArchive(const char *name) const;
+    Path belowRoot(const char *path) const;
+
+    Ref<const PlaceList> m_places; ///< parked while names are operating-system paths
+    Ref<const PlaceList> m_none;
+    bool m_bPriorityEnabled = false; ///< stays when archives are loaded anew, though the archive does not
+    Path m_priorityName;             ///< as the client gave it
+    Path m_secondaryDirectory;       ///< empty, or ending with a backslash
+};
+
+} // namespace vl

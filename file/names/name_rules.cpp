@@ -1,0 +1,139 @@
+// How a client's name becomes a path (what is held: name_rules.h).
+
+#include "file/names/name_rules.h"
+
+#include "vl/core/string.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace vl {
+namespace {
+
+constexpr unsigned int filenameLimit = 42;
+
+bool isSeparator(char c) { return c == '\\' || c == '/'; }
+
+/// Copies a name with backslashes. False when a dot is followed by a separator or another dot: almost no name
+/// has such, so this is written for the compiler to take many characters at a time.
+bool copyPlain(char *out, const char *name, std::size_t length) {
+    unsigned char special = 0;
+    for (std::size_t i = 0; i < length; ++i) {
+        const char next = name[i + 1];
+        out[i] = name[i] == '/' ? '\\' : name[i];
+        special |=
+            static_cast<unsigned char>((name[i] == '.') & ((next == '.') | (next == '/') | (next == '\\')));
+    }
+    out[length] = 0;
+    return special == 0;
+}
+
+/// A client's name with backslashes, and without every `.\` whose dot does not follow another dot.
+struct NormalisedName {
+    platform::PathBuffer text;
+    std::size_t length;
+    bool mayHaveTwoDots = false;
+
+    explicit NormalisedName(const char *name) : length(std::strlen(name)) {
+        if (length <= platform::maxPath && copyPlain(text, name, length))
+            return;
+        mayHaveTwoDots = true;
+        char *to = text;
+        for (const char *c = name; *c; ++c) {
+            if (c[0] == '.' && isSeparator(c[1]) && (c == name || c[-1] != '.')) {
+                ++c;
+            } else {
+                if (to == text + platform::maxPath)
+                    V_throw(V_FileException_PathTooLong(name));
+                *to++ = isSeparator(*c) ? '\\' : *c;
+            }
+        }
+        *to = 0;
+        length = static_cast<std::size_t>(to - text);
+    }
+    std::string_view view() const { return {text, length}; }
+};
+
+/// Appends a name to a path; two dots remove the last element, and take the separator behind them along.
+/// Returns how much of the path has stayed.
+std::size_t join(Path &path, const NormalisedName &normalised, const char *asGiven) {
+    std::string_view name = normalised.view();
+    std::size_t kept = path.length();
+    if (normalised.mayHaveTwoDots) {
+        for (std::size_t dots; (dots = name.find("..")) != name.npos;) {
+            path.append(name.substr(0, dots), asGiven);
+            path.removeLastElement();
+            kept = std::min(kept, path.length());
+            name.remove_prefix(std::min(dots + 3, name.size()));
+        }
+    }
+    path.append(name, asGiven);
+    if (path.endsWithBackslash())
+        path.cutTo(path.length() - 1);
+    return std::min(kept, path.length());
+}
+
+bool hasDrive(const char *path) { return path[0] && path[1] == ':'; }
+
+} // namespace
+
+Path NameRules::resolve(const char *name, std::size_t *kept) const {
+    const NormalisedName normalised(name);
+    const char *const text = normalised.text;
+    if (lengthLimited && normalised.length - (normalised.view().rfind('\\') + 1) > filenameLimit)
+        V_throw(V_FileException_FilenameTooLong(text, filenameLimit));
+
+    const bool fromRoot = text[0] == '\\';
+    bool full = false; // an operating-system path that needs nothing in front of it
+    if (mode == V_File::AH_DIRECTORIES)
+        full = hasDrive(text) || (fromRoot && text[1] == '\\');
+    else if (!areVirtual())
+        full = std::V_CTrI::compare(text, current.text(), 3) == 0; // drive and backslash
+
+    Path path;
+    if (!fromRoot && !full)
+        path = current;
+    else if (!full && !areVirtual())
+        path.append(current.view().substr(0, 2), name); // the drive
+    std::size_t stays = path.length();
+    if (full || (fromRoot && !areVirtual()))
+        path.append(normalised.view(), name);
+    else
+        stays = join(path, normalised, name);
+    if (kept)
+        *kept = stays;
+    return path;
+}
+
+bool NameRules::toDiskPath(Path &out, std::string_view resolved) const {
+    out.cutTo(0);
+    if (!areVirtual())
+        return out.tryAppend(resolved);
+    out = root;
+    if (out.endsWithBackslash() && resolved.starts_with('\\'))
+        resolved.remove_prefix(1); // the root of a drive brings its backslash along
+    // A backslash at the end is not part of the path, nor need it fit.
+    if (resolved.ends_with('\\'))
+        resolved.remove_suffix(1);
+    if (out.tryAppend(resolved))
+        return true;
+    out.cutTo(0);
+    return false;
+}
+
+void NameRules::setMode(int newMode) {
+    Path start;
+    if (newMode != V_File::AH_ARCHIVES)
+        start = root;
+    if (!start.endsWithBackslash())
+        start.append("\\", root.text());
+    mode = newMode;
+    current = start;
+}
+
+bool isNameable(std::string_view name, bool isDirectory) {
+    return !name.empty() && name.size() <= platform::maxPath && name != "." && name.find("..") == name.npos &&
+           name.find('/') == name.npos && !(isDirectory && name.ends_with('.'));
+}
+
+} // namespace vl

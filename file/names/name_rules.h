@@ -1,0 +1,41 @@
+// How a client's name becomes a path: the archive mode, the local root, the current directory and the limit
+// on the length of file names, and what follows from them. Nothing here asks the disk.
+#pragma once
+
+#include "file/names/path.h"
+#include "vl/file.h"
+
+#include <cstddef>
+#include <string_view>
+
+namespace vl {
+
+struct NameRules {
+    int mode = V_File::AH_DIRECTORIES; ///< a V_File::ArchiveHandling
+    bool lengthLimited = false;        ///< see V_File::enableFilenameLengthLimitation
+    Path root;                         ///< the local root, an operating-system path
+    Path current;                      ///< the current directory, ending with a backslash
+
+    /// Whether names are virtual paths, shown by the local root and the archives alike.
+    bool areVirtual() const { return mode == V_File::AH_ARCHIVES; }
+
+    /// Resolves a name. `kept`, where given, tells how many characters at the start are the current
+    /// directory's. Throws V_FileException_PathTooLong and V_FileException_FilenameTooLong.
+    Path resolve(const char *name, std::size_t *kept = nullptr) const;
+
+    /// Where the local root holds what a resolved path names. False, and an empty path, when that does not
+    /// fit: then it is not on disk.
+    bool toDiskPath(Path &out, std::string_view resolved) const;
+
+    /// Sets the mode, and the current directory to where it begins in that mode.
+    void setMode(int newMode);
+    /// Sets the current directory to where it begins in this mode.
+    void resetCurrent() { setMode(mode); }
+};
+
+/// Whether a name of an archive's tables can be told by a path. A client that walks a tree must not meet ".."
+/// or what resolves to something else: two dots anywhere, a slash, and a dot at the end of a directory's
+/// name.
+bool isNameable(std::string_view name, bool isDirectory);
+
+} // namespace vl

@@ -1,7 +1,8 @@
-// What stands below everything: random numbers, the processor, wildcards.
+// What stands below everything: random numbers, the processor, the order of names, wildcards.
 
 #include "base/cpuid.h"
 #include "base/random.h"
+#include "base/text.h"
 #include "base/wildcards.h"
 #include "tests/support/plain_wildcards.h"
 
@@ -10,6 +11,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -38,6 +40,17 @@ TEST(Cpuid, NamesTheProcessor) {
     std::ifstream file("/proc/cpuinfo");
     const std::string known(std::istreambuf_iterator<char>(file), {});
     EXPECT_NE(known.find(vendor), std::string::npos) << vendor;
+}
+
+/// What lies behind the end of a name has no say.
+TEST(NameOrder, IsByUpperCasedBytesThenByTheirOwn) {
+    const std::string_view sorted[] = {"",    std::string_view("Ab", 1), "a", "AB", "aB", "Abc", "Z", "_",
+                                       "\xC1"};
+    for (const std::string_view &a : sorted)
+        for (const std::string_view &b : sorted)
+            EXPECT_EQ(namePrecedes(a, b), &a < &b) << a << ' ' << b;
+    EXPECT_TRUE(equalNames("Long_Name.TXT", std::string_view("long_nAME.txt!", 13)));
+    EXPECT_FALSE(equalNames("Name", "Names"));
 }
 
 TEST(Wildcards, MatchAsDefinedAndInBoundedTime) {

@@ -173,7 +173,8 @@ void V_Profile::end() noexcept {
         parent.childAllocations += allocations;
         parent.childReleases += releases;
     }
-    m_spEarlierParent = m_pParent;
+    if (m_spEarlierParent == m_pEntry) // unless it ends out of order
+        m_spEarlierParent = m_pParent;
 }
 
 void V_Profile::record(double ticks, int allocations, int releases) noexcept {

@@ -57,17 +57,17 @@ void V_System::verbose(const char *format, ...) {
         m_pfVerboseCallback(text);
 }
 
-/// The log stays the file that has been opened, wherever the process goes. When memory is exhausted that has to
-/// wait for the next opening.
+/// The log stays the file that has been opened, wherever the process goes. When memory is exhausted that has
+/// to wait for the next opening.
 void V_System::fixVerboseFile() {
+    if (m_bVerboseFileFixed)
+        return;
     try {
-        const std::filesystem::path name = m_pVerboseFileName;
-        if (name.is_absolute())
-            return;
-        const std::string absolute = std::filesystem::absolute(name).string();
+        const std::string absolute = std::filesystem::absolute(m_pVerboseFileName).string();
         char *const copy = new char[absolute.size() + 1];
         std::strcpy(copy, absolute.c_str());
         delete[] std::exchange(m_pVerboseFileName, copy);
+        m_bVerboseFileFixed = true;
     } catch (const std::exception &) {
         return;
     }

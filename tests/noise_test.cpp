@@ -257,9 +257,9 @@ TEST(MathInit, OnlyTheFirstObjectStartsNoiseAndTheGenerator) {
         vl::seedRandom(1);
         const M_MathInit second;
         // The start of the runtime's well-known sequence: 41, 18467, 6334.
-        EXPECT_EQ(M_RAND_01(), 41.0f / 32767.0f);
-        EXPECT_EQ(M_RAND(), 18467.0f / 16383.0f - 1.0f);
-        EXPECT_EQ(M_RAND(), 6334.0f / 16383.0f - 1.0f);
+        EXPECT_EQ(M_RAND_01(), static_cast<float>(41 / 32767.0));
+        EXPECT_EQ(M_RAND(), static_cast<float>(18467 / 16383.0 - 1.0)); // rounded once
+        EXPECT_EQ(M_RAND(), static_cast<float>(6334 / 16383.0 - 1.0));
     }
     EXPECT_EQ(M_MathInit::count, 0);
     EXPECT_EQ(noiseBeforeStart, 0.5f);

@@ -271,6 +271,30 @@ TEST_F(Profile, UnmeasuredClockRateGivesNoSeconds) {
     EXPECT_DOUBLE_EQ(V_Profile::getTotalTime(), 8);
 }
 
+/// Of a section whose own figures are lost, the time still is not its parent's.
+TEST_F(Profile, SectionsThatLoseTheirFiguresLeaveTheirParentsRight) {
+    measureClockRate();
+    for (const bool cleared : {true, false}) {
+        V_Profile::startFrame();
+        {
+            const Section outer("outer", 1);
+            {
+                const Section lost("lost", 2);
+                if (cleared)
+                    V_Profile::clearEntry("lost");
+                else
+                    V_Profile::disableProfiling();
+            }
+            V_Profile::enableProfiling(true);
+            const Section found("lost", 4);
+            const Section inner("inner", 1);
+        }
+        V_Profile::endFrame();
+        EXPECT_EQ(figures("outer").substr(0, 20), "1 1, 100% 12.5%, 8 8") << cleared;
+        EXPECT_EQ(figures("lost").substr(0, 17), cleared ? "1 1, 62.5% 50%, 5" : "2 1, 62.5% 50%, 5");
+    }
+}
+
 TEST_F(Profile, FramesOfNoLengthAndClearedEntriesShowZero) {
     measureClockRate();
     V_Profile::startFrame();

@@ -145,6 +145,20 @@ TEST_F(System, TheLogIsAppendedToClearedAndCeasedWithoutMemory) {
     EXPECT_EQ(log(), "(none)");
 }
 
+TEST_F(System, TheLogStaysTheFileThatWasOpened) {
+    std::filesystem::current_path(m_directory.path());
+    Sys->verbose("old");
+    const TemporaryDirectory elsewhere;
+    std::filesystem::current_path(elsewhere.path());
+    Sys->clearVerbose();
+    Sys->verbose("new");
+    EXPECT_EQ(log().size(), headerLength + 3);
+    EXPECT_TRUE(std::filesystem::is_empty(elsewhere.path()));
+    Sys->ceaseVerbose(1);
+    EXPECT_EQ(log(), "(none)");
+    std::filesystem::current_path(m_directory.path());
+}
+
 TEST_F(System, AnUnwritableLogIsTriedAgain) {
     const std::filesystem::path gone = m_directory.path() / "gone";
     std::filesystem::create_directory(gone);

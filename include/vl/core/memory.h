@@ -67,6 +67,11 @@ class VL_API V_Memory {
     static int sm_iDeleteCount;
 
   private:
+    // Nowhere defined: a deleted constructor would leave C++17 an aggregate to make objects of.
+    V_Memory();
+    V_Memory(const V_Memory &);
+    V_Memory &operator=(const V_Memory &);
+
     /// Has the compiler lay the code out for this case: a jump more is a sixth of a copy of 64 bytes.
     static bool isUsual(bool condition) { return __builtin_expect(condition, true); }
     static int compareClosely(const void *a, const void *b, unsigned int count);

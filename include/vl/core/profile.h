@@ -130,9 +130,9 @@ class VL_API V_Profile {
     /// lastSeconds of a section; 0 when there is none.
     static double requestTime(const char *name);
 
-    /// Length of all frames since the last reset, those with profiling disabled included, and of the last frame, in seconds. With a time-stamp
-    /// counter whose rate is not measured yet, these measure it (half a second), which resets the profiler,
-    /// and return 0. 0 without the system object.
+    /// Length of all frames since the last reset, those with profiling disabled included, and of the last
+    /// frame, in seconds. With a time-stamp counter whose rate is not measured yet, these measure it (half a
+    /// second), which resets the profiler, and return 0. 0 without the system object.
     static double getTotalTime();
     static double getLastFrameTime();
 
@@ -214,7 +214,7 @@ class VL_API V_Profile {
     struct {
         V_PTICK start;
         int allocations, releases;
-    } m_begin = {}; ///< the clock and the process's counters when it began
+    } m_begin = {};                ///< the clock and the process's counters when it began
     bool m_bActive = false;        ///< an instance is registered
     unsigned int m_uPeriod = 0;    ///< sm_uPeriod when the instance began
     std::size_t m_uStackDepth = 0; ///< position of its record in the entry's stack, counted from 1

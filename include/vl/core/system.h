@@ -194,9 +194,10 @@ class VL_API V_System {
     std::mutex m_hMutex; ///< serialises V_STR
     std::ofstream m_verboseStream;
     VerboseCallback m_pfVerboseCallback = nullptr;
-    char m_acErrorText[1024] = {}; ///< shown by terminate
-    char *m_pVerboseFileName = nullptr; ///< owned; absolute once the log has been opened
+    char m_acErrorText[1024] = {};      ///< shown by terminate
+    char *m_pVerboseFileName = nullptr; ///< owned; absolute once it is fixed
     V_DLList<DEINIT> m_deinitList;
+    bool m_bVerboseFileFixed = false;
     bool m_bVerboseCeased = false;
     bool m_bVerboseHeaderWritten = false;
 

@@ -9,7 +9,6 @@
 #include <cstring>
 
 V_File *File = nullptr;
-const float V_File::VAS_ARCHIVE_VERSION = 1.2f;
 
 V_File::V_File() : m_pSystem(vl::newCounted<vl::FileSystem>()) {}
 

@@ -38,7 +38,8 @@ bool writeTo(const char *path, const char *mode, const void *data, unsigned int 
     if (!file)
         return false;
     std::setvbuf(file.get(), nullptr, _IONBF, 0);
-    std::fwrite(data, 1, size, file.get());
+    if (size != 0) // there may be no data to point to
+        std::fwrite(data, 1, size, file.get());
     return true;
 }
 

@@ -1,37 +1,26 @@
-// Chunks: nested sections of a memory file, each with a header that tells what and how long it is.
-//
-//   offset  size       field
-//   0       1          marker, 12
-//   1       4          identifier
-//   5       4          version
-//   9       4          size: 13 + payload
-//   13      size - 13  payload
+// Chunks: nested sections of a memory file, each with a header (chunk_header.h) that tells what and how long
+// it is.
 
 #include "vl/memoryfile.h"
 
 #include "base/byte_order.h"
+#include "memoryfile/chunk_header.h"
 #include "platform/platform.h"
 
 #include <algorithm>
 #include <cstring>
 
-namespace {
-
-constexpr unsigned int markerSize = 1;
-constexpr unsigned int headerSize = 13; // with the marker
-constexpr unsigned int sizeOffset = 9;
-
-} // namespace
+using vl::chunkHeaderSize;
+using vl::chunkMarkerSize;
 
 // ---- Writing -------------------------------------------------------------------------------------------
 
 void V_MemoryFile::createChunk(unsigned int id, unsigned int version) {
-    unsigned char header[headerSize] = {BT_CHUNK};
-    vl::storeLe32(header + 1, id);
-    vl::storeLe32(header + 5, version);
+    unsigned char header[chunkHeaderSize];
+    vl::putChunkHeader(header, {id, version, 0});
     m_chunkStack.push_back(m_uPosition);
     try {
-        write(header, headerSize);
+        write(header, chunkHeaderSize);
     } catch (...) {
         m_chunkStack.pop_back();
         throw;
@@ -42,9 +31,9 @@ void V_MemoryFile::closeChunk() {
     if (m_chunkStack.empty())
         refuse("close a chunk, for none is open, in");
     const unsigned int begin = m_chunkStack.back();
-    if (m_uPosition < begin || m_uPosition - begin < headerSize)
+    if (m_uPosition < begin || m_uPosition - begin < chunkHeaderSize)
         refuse("close a chunk before its payload in");
-    patch(begin + sizeOffset, m_uPosition - begin);
+    patch(begin + vl::chunkSizeOffset, m_uPosition - begin);
     m_chunkStack.pop_back();
 }
 
@@ -73,21 +62,20 @@ bool V_MemoryFile::readChunkHeader(ChunkHeader &header, bool required) {
         refuse("read a write-through file");
     loadStream();
     const unsigned int begin = m_uPosition;
-    if (!required && getSize() - begin <= markerSize)
+    if (!required && getSize() - begin <= chunkMarkerSize)
         return false;
-    unsigned char marker;
-    read(&marker, markerSize);
-    if (marker != BT_CHUNK) {
+    unsigned char bytes[chunkHeaderSize];
+    read(bytes, chunkMarkerSize);
+    if (bytes[0] != BT_CHUNK) {
         if (required)
             V_throw(V_MemoryFileException_DataError(getFilename()));
         moveTo(begin);
         return false;
     }
-    unsigned char bytes[headerSize - markerSize];
-    read(bytes, sizeof bytes);
-    header = {vl::loadLe32(bytes), vl::loadLe32(bytes + 4), vl::loadLe32(bytes + 8)};
+    read(bytes + chunkMarkerSize, chunkHeaderSize - chunkMarkerSize);
+    header = vl::chunkHeaderAt(bytes);
     moveTo(begin);
-    if (header.size < headerSize)
+    if (header.size < chunkHeaderSize)
         V_throw(V_MemoryFileException_DataError(getFilename()));
     return true;
 }
@@ -99,8 +87,8 @@ bool V_MemoryFile::chunkReachesBeyondEnd(const ChunkHeader &header) const {
 void V_MemoryFile::buildChunk(Chunk &chunk, const ChunkHeader &header) {
     if (chunkReachesBeyondEnd(header))
         V_throw(V_MemoryFileException_DataError(getFilename()));
-    const unsigned int payload = m_uPosition + headerSize;
-    const unsigned int size = header.size - headerSize;
+    const unsigned int payload = m_uPosition + chunkHeaderSize;
+    const unsigned int size = header.size - chunkHeaderSize;
     // The chunk's memory file may be this very file, so nothing of it is used once the chunk is built.
     if (m_pStream) {
         chunk.construct(*m_pStream, payload, size, header);

@@ -153,13 +153,13 @@ void V_MemoryFile::writeThrough(const void *data, unsigned int size) {
     m_uPosition += size;
 }
 
-/// Writes what is pending before the position; what lies behind it, after seeking back, stays pending.
+/// Writes what is pending before the position. What lies behind it, after seeking back, is less than what is
+/// about to be written over it.
 void V_MemoryFile::flush() {
     const unsigned int before = m_uPosition - m_uFlushed;
     if (before == 0)
         return;
     writeToDisk(m_pData, before);
-    std::memmove(m_pData, m_pData + before, getSize() - m_uPosition);
     m_uFlushed = m_uPosition;
     updateRoom();
 }

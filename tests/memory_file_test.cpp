@@ -138,6 +138,8 @@ TEST_F(MemoryFile, CopiesWhatItOwnsAndSharesWhatItWraps) {
     EXPECT_EQ(bytesOf(copy), "abcdefghi");
     EXPECT_EQ(bytesOf(file), "aXcdef");
     EXPECT_EQ(file.save(), 1);
+    EXPECT_EQ(V_MemoryFile().save("empty.dat"), 1);
+    EXPECT_EQ(File->size("empty.dat"), 0u);
     EXPECT_EQ(file.append(), 1);
     EXPECT_EQ(readFile(root() / "original.dat"), "aXcdefaXcdef");
 

@@ -171,7 +171,9 @@ Ref<Archive> Archive::load(const char *path) {
     V_File::VASHeader header;
     if (!openArchiveHeader(headerBytes, header))
         reader.corrupted();
-    if (std::bit_cast<std::uint32_t>(header.version) != archiveVersionBits)
+    // The very bits: a number that is not one is equal to nothing, itself included.
+    if (std::bit_cast<std::uint32_t>(header.version) !=
+        std::bit_cast<std::uint32_t>(V_File::VAS_ARCHIVE_VERSION))
         V_throw(V_FileException_ArchiveVersionConflict(path, header.version, V_File::VAS_ARCHIVE_VERSION));
     if (!countsFit(header))
         reader.corrupted();

@@ -59,7 +59,6 @@ inline constexpr std::size_t archiveFileFieldsSize = 40;      ///< of a file rec
 inline constexpr std::size_t archiveDirectoryFieldsSize = 16; ///< of a directory record, behind its name
 inline constexpr std::uint32_t archiveHighestDirIndex = 99999;
 inline constexpr std::size_t archiveKeyDigits = 5; ///< of the directory, before the name in a file's key
-inline constexpr std::uint32_t archiveVersionBits = 0x3F99999A;
 
 /// What this library's own writer puts into the tag: the bytes "VAS" and 0.
 inline constexpr std::uint32_t archiveTag = 0x00534156;

@@ -125,7 +125,7 @@ class VL_API V_File {
     };
 
     /// Version of archives that this library reads: 1.2.
-    static const float VAS_ARCHIVE_VERSION;
+    static constexpr float VAS_ARCHIVE_VERSION = 1.2f;
 
     // ---- Names and directories -----------------------------------------------------------------------
 

@@ -2,10 +2,11 @@
 // tagged values (vl/memoryfile/operators.h) and nested chunks are written, and from which they are read back.
 //
 //     V_MemoryFile out;                                   V_MemoryFile in("a.dat", V_MemoryFile::AM_DEFAULT);
-//     out.createChunk(7, 1);                              V_MemoryFile::Chunk chunk = in.openChunk(7);
+//     out.createChunk(7, 1);                              V_MemoryFile::Chunk chunk = in.peekChunk();
 //     out << 5 << 1.0f << "wheel";                        int count; float size; V_String name;
-//     out.closeChunk();                                   chunk.getMemoryFile() >> count >> size >> name;
-//     out.save("a.dat");                                  in.skipChunk();
+//     out.closeChunk();                                   if (chunk.isValid() && chunk.getID() == 7)
+//                                                             chunk.getMemoryFile() >> count >> size >> name;
+//     out.save("a.dat");                                  in.skipChunk();   // openChunk moves nothing on
 //
 // A file is built in one of five ways, by its constructors or, anew, by construct:
 //
@@ -130,6 +131,9 @@ class VL_API V_MemoryFile {
     /// Bytes of the first buffer of a file that is to be written, unless told otherwise.
     static constexpr unsigned int DEFAULT_CAPACITY = 8192;
 
+    /// Bytes that a chunk begins with, before its payload.
+    static constexpr unsigned int CHUNK_HEADER_SIZE = 13;
+
     // ---- Construction --------------------------------------------------------------------------------
 
     /// An empty file for writing in memory. Nothing is allocated before the first write; the buffer then
@@ -218,7 +222,9 @@ class VL_API V_MemoryFile {
     void setFilename(const char *fileName);
     const char *getFilename() const { return m_strFilename.c_str(); }
 
-    /// V_File::save and V_File::append of all bytes: 1, or 0 on failure.
+    /// V_File::save and V_File::append of all bytes: 1, or 0 when nothing was written. CAUTION: as with
+    /// V_File::save, how much the disk took is not examined: a full one leaves a part, the old file is gone,
+    /// and the result is 1. A chunk that is still open is saved with a size of 0, as damage to its readers.
     int save(const char *fileName) const;
     int save() const;
     int append(const char *fileName) const;
@@ -375,7 +381,7 @@ class VL_API V_MemoryFile::Chunk {
     unsigned int getID() const { return m_uID; }
     unsigned int getVersion() const { return m_uVersion; }
     /// Bytes of the payload; 0 for an invalid chunk.
-    unsigned int getSize() const { return m_bValid ? m_uSize - 13 : 0; }
+    unsigned int getSize() const { return m_bValid ? m_uSize - CHUNK_HEADER_SIZE : 0; }
     /// The payload, from position 0, with tags enabled and the name of the file it lies in.
     V_MemoryFile &getMemoryFile() { return m_file; }
 

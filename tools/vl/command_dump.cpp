@@ -15,6 +15,7 @@
 #include "commands.h"
 #include "opened_archive.h"
 
+#include "memoryfile/chunk_header.h"
 #include "vl/core.h"
 #include "vl/file.h"
 #include "vl/math_types.h"
@@ -34,12 +35,12 @@
 #include <string>
 
 using json = nlohmann::ordered_json;
+using vl::chunkHeaderSize;
 
 namespace {
 
 /// Chunks nested deeper are not looked into; no writer nests so deep, but a damaged file might.
 constexpr int deepest = 100;
-constexpr unsigned int chunkHeaderSize = 13;
 
 struct DumpOptions {
     std::string file, archive;
@@ -88,9 +89,8 @@ class Dumper {
     static constexpr const char *noTag = "no tag of a value";
 
     unsigned char byteAt(unsigned int offset) const { return static_cast<unsigned char>(m_bytes[offset]); }
-    unsigned int fieldAt(unsigned int offset) const {
-        return byteAt(offset) | byteAt(offset + 1) << 8 | byteAt(offset + 2) << 16 |
-               static_cast<unsigned int>(byteAt(offset + 3)) << 24;
+    V_MemoryFile::ChunkHeader headerAt(unsigned int offset) const {
+        return vl::chunkHeaderAt(m_bytes.data() + offset);
     }
 
     std::string hex(unsigned int begin, unsigned int end) const {
@@ -112,8 +112,10 @@ class Dumper {
     bool looksLikeChunk(unsigned int position, unsigned int end) const {
         if (!m_bUntagged)
             return byteAt(position) == V_MemoryFile::BT_CHUNK;
-        return byteAt(position) == V_MemoryFile::BT_CHUNK && end - position >= chunkHeaderSize &&
-               fieldAt(position + 9) >= chunkHeaderSize && fieldAt(position + 9) <= end - position;
+        if (byteAt(position) != V_MemoryFile::BT_CHUNK || end - position < chunkHeaderSize)
+            return false;
+        const unsigned int size = headerAt(position).size;
+        return size >= chunkHeaderSize && size <= end - position;
     }
 
     /// Adds the chunk at `position` and returns where it ends.
@@ -123,15 +125,14 @@ class Dumper {
             result.push_back({{"offset", position}, {"bytes", hex(position, end)}, {"rest", true}});
             return end;
         }
-        const unsigned int size = fieldAt(position + 9);
+        const V_MemoryFile::ChunkHeader header = headerAt(position);
+        const unsigned int size = header.size;
         unsigned int chunkEnd = position + size;
-        json chunk = {{"offset", position},
-                      {"chunk", fieldAt(position + 1)},
-                      {"version", fieldAt(position + 5)},
-                      {"size", size}};
+        json chunk = {
+            {"offset", position}, {"chunk", header.identifier}, {"version", header.version}, {"size", size}};
         if (size < chunkHeaderSize || size > end - position) {
             // Whatever its size should be, its payload begins behind the header and ends with its parent.
-            addDamage(result, position + 9,
+            addDamage(result, position + vl::chunkSizeOffset,
                       size == 0 ? "chunk that was never closed" : "chunk size that does not fit");
             chunkEnd = end;
         }
@@ -196,7 +197,8 @@ class Dumper {
 
     /// The value at the position, and the name of its type; no type when the tag is none of a value.
     static std::string readValue(V_MemoryFile &file, unsigned char tag, const char *&type) {
-        switch (tag) {
+        switch (static_cast<V_MemoryFile::BasicType>(tag)) { // without a default: the compiler misses none
+
         case V_MemoryFile::BT_LONG:
             return type = "long", std::to_string(read<long>(file));
         case V_MemoryFile::BT_ULONG:
@@ -247,9 +249,11 @@ class Dumper {
             return type = "matrix4", floats<M_Matrix4Template<float>>(file);
         case V_MemoryFile::BT_FLOAT16:
             return type = "float16", number(static_cast<float>(read<M_Float16>(file)));
-        default:
-            return {};
+        case V_MemoryFile::BT_LEGACY_STRING:
+        case V_MemoryFile::BT_CHUNK:
+            break;
         }
+        return {};
     }
 
     const std::string &m_bytes;

@@ -143,6 +143,20 @@ TEST_F(ArchiveTool, VerifyNamesTheFirstBadEntry) {
     expect("Unable to read data from");
 }
 
+TEST_F(ArchiveTool, TellsOfNamesThatNothingLeadsTo) {
+    addFile("x..y", "1");
+    addFile("end./in", "2");
+    const std::string packed = create().output;
+    for (const char *name : {"x..y: packed, but no name", "end.: packed, but no name"})
+        EXPECT_NE(packed.find(name), std::string::npos) << packed;
+    ArchiveBuilder().add("\\sound", "1").add("\\x..y", "1").add("\\..\\z", "1").write(archive());
+    const Outcome outcome = verify();
+    EXPECT_EQ(outcome.status, 0);
+    for (const char *name : {"\\x..y\n", "\\..\\z\n", "sound, 3 files"})
+        EXPECT_NE(outcome.output.find(name), std::string::npos) << outcome.output;
+    EXPECT_EQ(outcome.output.find("\\sound\n"), std::string::npos) << outcome.output;
+}
+
 TEST_F(ArchiveTool, InterruptedLeavesTheOldArchive) {
     create();
     const std::string old = readFile(archive());

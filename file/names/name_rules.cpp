@@ -136,4 +136,18 @@ bool isNameable(std::string_view name, bool isDirectory) {
            name.find('/') == name.npos && !(isDirectory && name.ends_with('.'));
 }
 
+bool isNameablePath(std::string_view path) {
+    if (!path.starts_with('\\') || path.size() > platform::maxPath)
+        return false;
+    path.remove_prefix(1);
+    while (!path.empty()) {
+        const std::size_t end = path.find('\\');
+        const bool isDirectory = end != path.npos;
+        if (!isNameable(path.substr(0, end), isDirectory))
+            return false;
+        path.remove_prefix(isDirectory ? end + 1 : path.size());
+    }
+    return true;
+}
+
 } // namespace vl

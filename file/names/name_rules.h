@@ -38,4 +38,7 @@ struct NameRules {
 /// name.
 bool isNameable(std::string_view name, bool isDirectory);
 
+/// The same of a whole path of an archive: `\data\a.txt`, or `\data\` of a directory.
+bool isNameablePath(std::string_view path);
+
 } // namespace vl

@@ -79,7 +79,7 @@ class PartialFile {
     bool m_bKept = false;
 };
 
-Bytes readWhole(const SourceFile &file) {
+Bytes readWhole(const InputFile &file) {
     Bytes bytes(file.size);
     std::ifstream stream(file.path, std::ios::binary);
     stream.read(reinterpret_cast<char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
@@ -89,7 +89,7 @@ Bytes readWhole(const SourceFile &file) {
 }
 
 /// A file's bytes as its method stores them.
-Bytes storedForm(const SourceFile &file, Bytes content, std::uint32_t seed, vl::LzssEncoder &encoder) {
+Bytes storedForm(const InputFile &file, Bytes content, std::uint32_t seed, vl::LzssEncoder &encoder) {
     if (file.method == V_File::METHOD_STORED)
         return content;
     Bytes container;
@@ -111,7 +111,7 @@ void appendName(Bytes &table, const std::string &name) {
     table.insert(table.end(), name.c_str(), name.c_str() + name.size() + 1);
 }
 
-Bytes directoryTable(const SourceTree &tree) {
+Bytes directoryTable(const InputTree &tree) {
     Bytes table;
     for (const std::string &directory : tree.directories) {
         appendName(table, directory);
@@ -120,16 +120,16 @@ Bytes directoryTable(const SourceTree &tree) {
     return table;
 }
 
-std::uint64_t fileTableSize(const SourceTree &tree) {
+std::uint64_t fileTableSize(const InputTree &tree) {
     std::uint64_t size = 0;
-    for (const SourceFile &file : tree.files)
+    for (const InputFile &file : tree.files)
         size += file.name.size() + 1 + vl::archiveFileFieldsSize;
     return size;
 }
 
 } // namespace
 
-ArchiveSummary writeArchive(const SourceTree &tree, const ArchiveSettings &settings, const fs::path &output) {
+ArchiveSummary writeArchive(const InputTree &tree, const ArchiveSettings &settings, const fs::path &output) {
     PartialFile archive(output);
     Bytes dirInfo = directoryTable(tree);
     Bytes fileInfo;
@@ -141,7 +141,7 @@ ArchiveSummary writeArchive(const SourceTree &tree, const ArchiveSettings &setti
     vl::LzssEncoder encoder;
     Progress progress("packing", tree.files.size());
     for (std::size_t i = 0; i < tree.files.size(); ++i) {
-        const SourceFile &file = tree.files[i];
+        const InputFile &file = tree.files[i];
         progress.show(i, tree.describe(file));
         V_File::VASFileEntry entry{};
         entry.seed = static_cast<std::uint32_t>(seeds());

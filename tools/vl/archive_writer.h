@@ -1,7 +1,7 @@
 // Writing VAS archives.
 #pragma once
 
-#include "archive_source.h"
+#include "input_tree.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -21,5 +21,5 @@ struct ArchiveSummary {
 /// name beside `output` and takes its place only when it is whole: a failure or an interrupt leaves no half
 /// archive and an older archive untouched. Throws std::runtime_error or std::filesystem::filesystem_error,
 /// naming the file, also when something else than a file stands at `output`.
-ArchiveSummary writeArchive(const SourceTree &tree, const ArchiveSettings &settings,
+ArchiveSummary writeArchive(const InputTree &tree, const ArchiveSettings &settings,
                             const std::filesystem::path &output);

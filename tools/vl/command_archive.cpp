@@ -1,11 +1,13 @@
 // vl archive: create, list, extract, verify and describe VAS archives.
 
-#include "archive_source.h"
 #include "archive_writer.h"
 #include "commands.h"
+#include "input_tree.h"
 #include "opened_archive.h"
 #include "printable.h"
 #include "progress.h"
+
+#include "file/names/name_rules.h"
 
 #include <nlohmann/json.hpp>
 
@@ -79,8 +81,8 @@ void create(const CreateOptions &options) {
     std::vector<MethodRule> rules;
     for (const std::string &rule : options.rules)
         rules.push_back(parseRule(rule));
-    const SourceTree tree =
-        listSource(options.tree, options.exclude, methods.at(options.method), rules, options.output);
+    const InputTree tree =
+        listInput(options.tree, options.exclude, methods.at(options.method), rules, options.output);
     const ArchiveSummary summary = writeArchive(tree, options.settings, options.output);
     std::printf("%s: %zu files in %zu directories, %s packed to %s (%.0f%%)\n", options.output.c_str(),
                 tree.files.size(), tree.directories.size(), amount(summary.unpacked).c_str(),
@@ -272,6 +274,10 @@ void verify(const std::string &path, int &exitStatus) {
                 }
             }
         }
+        for (const V_File::VASFileEntry *file : archive.files())
+            if (!vl::isNameablePath(archive.pathOf(*file)))
+                std::printf("%s: no name leads the library to %s\n", path.c_str(),
+                            printable(archive.pathOf(*file)).c_str());
         if (failures == 0 && archive.orphans() == 0) {
             std::printf("%s: sound, %zu files\n", path.c_str(), archive.files().size());
             return;

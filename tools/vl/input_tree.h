@@ -17,7 +17,7 @@ struct MethodRule {
 };
 
 /// One file to be packed.
-struct SourceFile {
+struct InputFile {
     std::filesystem::path path;
     std::string name;
     std::uint32_t dirIndex;
@@ -27,12 +27,12 @@ struct SourceFile {
 };
 
 /// The tree in the order of the archive's tables: directories by path, files by directory and name.
-struct SourceTree {
+struct InputTree {
     std::vector<std::string> directories; ///< "\", "\data\", ...
-    std::vector<SourceFile> files;
+    std::vector<InputFile> files;
 
     /// "data/maps/a.map", for messages.
-    std::string describe(const SourceFile &file) const;
+    std::string describe(const InputFile &file) const;
 };
 
 /// Lists `root`. Links to files are followed; links to directories and special files are left out, each with
@@ -40,7 +40,7 @@ struct SourceTree {
 /// word, `output` is left out as well. Throws std::runtime_error, naming the file, for what the format cannot
 /// hold: names that differ only in case, paths beyond 254 characters, names with a backslash, more than 99999
 /// directories, files of 4 GiB.
-SourceTree listSource(const std::filesystem::path &root, const std::vector<std::string> &exclude,
+InputTree listInput(const std::filesystem::path &root, const std::vector<std::string> &exclude,
                       V_File::Method defaultMethod, const std::vector<MethodRule> &rules,
                       const std::filesystem::path &output);
 

@@ -1,9 +1,10 @@
 // Listing the tree that becomes an archive.
 
-#include "archive_source.h"
+#include "input_tree.h"
 
 #include "base/wildcards.h"
 #include "file/archive/archive_format.h"
+#include "file/names/name_rules.h"
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -50,9 +51,9 @@ class Lister {
            const std::vector<MethodRule> &rules, const fs::path &output)
         : m_exclude(exclude), m_defaultMethod(defaultMethod), m_rules(rules), m_output(output) {}
 
-    SourceTree list(const fs::path &root) {
+    InputTree list(const fs::path &root) {
         std::vector<Pending> pending{{root, "\\"}};
-        std::vector<std::pair<std::string, SourceFile>> files; // with the key of their directory
+        std::vector<std::pair<std::string, InputFile>> files; // with the key of their directory
         while (!pending.empty()) {
             const Pending directory = std::move(pending.back());
             pending.pop_back();
@@ -73,7 +74,7 @@ class Lister {
             file.dirIndex = static_cast<std::uint32_t>(place - m_tree.directories.begin());
             m_tree.files.push_back(std::move(file));
         }
-        std::sort(m_tree.files.begin(), m_tree.files.end(), [](const SourceFile &a, const SourceFile &b) {
+        std::sort(m_tree.files.begin(), m_tree.files.end(), [](const InputFile &a, const InputFile &b) {
             return vl::compareArchiveFiles(a.dirIndex, a.name.c_str(), b.dirIndex, b.name.c_str()) < 0;
         });
         return std::move(m_tree);
@@ -94,7 +95,7 @@ class Lister {
     }
 
     void listDirectory(const Pending &directory, std::vector<Pending> &pending,
-                       std::vector<std::pair<std::string, SourceFile>> &files) {
+                       std::vector<std::pair<std::string, InputFile>> &files) {
         std::vector<fs::directory_entry> entries;
         for (const auto &entry : fs::directory_iterator(directory.path))
             if (!excluded(pathBelow(directory.key, entry.path().filename().string())))
@@ -114,14 +115,20 @@ class Lister {
     }
 
     void add(const Pending &directory, const fs::directory_entry &entry, std::vector<Pending> &pending,
-             std::vector<std::pair<std::string, SourceFile>> &files) {
+             std::vector<std::pair<std::string, InputFile>> &files) {
         const std::string name = entry.path().filename().string();
         if (name.find('\\') != std::string::npos)
             refuse(entry.path(), "the name holds a backslash, which separates directories in an archive");
+        const bool isDirectory = entry.is_directory() && !entry.is_symlink();
+        if (!vl::isNameable(name, isDirectory))
+            std::fprintf(stderr, "vl: %s: packed, but no name leads the library to it (%s)\n",
+                         entry.path().c_str(),
+                         isDirectory && name.ends_with('.') ? "a directory that ends in a dot"
+                                                            : "two dots remove what is before them");
         if (directory.key.size() + name.size() > vl::platform::maxPath - 1)
             refuse(entry.path(), "the path inside the archive exceeds " +
                                      std::to_string(vl::platform::maxPath - 1) + " characters");
-        if (entry.is_directory() && !entry.is_symlink()) {
+        if (isDirectory) {
             pending.push_back({entry.path(), directory.key + name + "\\"});
         } else if (entry.is_regular_file()) {
             std::error_code missing;
@@ -131,9 +138,9 @@ class Lister {
             if (size > 0xFFFFFFFFu)
                 refuse(entry.path(), "exceeds 4294967295 bytes");
             files.emplace_back(directory.key,
-                               SourceFile{entry.path(), name, 0, static_cast<std::uint32_t>(size),
-                                          methodFor(pathBelow(directory.key, name)),
-                                          calendarTime(entry.last_write_time())});
+                               InputFile{entry.path(), name, 0, static_cast<std::uint32_t>(size),
+                                         methodFor(pathBelow(directory.key, name)),
+                                         calendarTime(entry.last_write_time())});
         } else {
             std::fprintf(stderr, "vl: %s: left out (%s)\n", entry.path().c_str(),
                          entry.is_symlink() ? "a link to a directory, or to nothing" : "not a regular file");
@@ -144,18 +151,18 @@ class Lister {
     V_File::Method m_defaultMethod;
     const std::vector<MethodRule> &m_rules;
     const fs::path &m_output;
-    SourceTree m_tree;
+    InputTree m_tree;
 };
 
 } // namespace
 
-std::string SourceTree::describe(const SourceFile &file) const {
+std::string InputTree::describe(const InputFile &file) const {
     return pathBelow(directories[file.dirIndex], file.name);
 }
 
-SourceTree listSource(const fs::path &root, const std::vector<std::string> &exclude,
-                      V_File::Method defaultMethod, const std::vector<MethodRule> &rules,
-                      const fs::path &output) {
+InputTree listInput(const fs::path &root, const std::vector<std::string> &exclude,
+                    V_File::Method defaultMethod, const std::vector<MethodRule> &rules,
+                    const fs::path &output) {
     if (!fs::is_directory(root))
         throw std::runtime_error(root.string() + ": not a directory");
     return Lister(exclude, defaultMethod, rules, output).list(root);

@@ -8,3 +8,4 @@
 #include "vl/memoryfile.h"
 #include "vl/script.h"
 #include "vl/sharedstring.h"
+#include "vl/version.h"

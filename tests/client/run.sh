@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs a build into a prefix of its own and builds and runs the client against it, by find_package and by
-# pkg-config, with every compiler at hand. run.sh BUILD_DIRECTORY COMPILER_FLAGS
+# pkg-config, with every compiler at hand; then inside a project that has the library's sources.
+# run.sh BUILD_DIRECTORY COMPILER_FLAGS
 set -euo pipefail
 source=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 build=$1
@@ -25,5 +26,12 @@ for compiler in g++ clang++; do
         "$work/$compiler/by_pkg_config" >/dev/null
     fi
 done
+for shared in ON OFF; do
+    env -u CMAKE_CXX_COMPILER_LAUNCHER cmake -G Ninja -S "$source/embedded" -B "$work/embedded_$shared" \
+        -DVL_SOURCE="$source/../.." -DBUILD_SHARED_LIBS=$shared -DCMAKE_CXX_FLAGS="$flags" >/dev/null
+done
+cmake --build "$work/embedded_OFF" --target game -- --quiet
+[ "$("$work/embedded_OFF/game")" = 'File \NO SUCH FILE not found' ]
 "$prefix/bin/vl" --version
+grep -q "vl $("$prefix/bin/vl" --version | cut -d' ' -f2)" "$prefix/share/man/man1/vl.1"
 [ -f "$prefix/share/man/man1/vl.1" ]

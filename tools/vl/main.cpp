@@ -4,6 +4,7 @@
 #include "printable.h"
 
 #include "vl/core/exception.h"
+#include "vl/version.h"
 
 #include <cstdio>
 #include <exception>
@@ -11,7 +12,7 @@
 
 int main(int count, char **arguments) {
     CLI::App app("Archives, scripts and data files of the Vantor library.", "vl");
-    app.set_version_flag("--version", "vl " VL_VERSION);
+    app.set_version_flag("--version", "vl " VL_VERSION_STRING);
     app.require_subcommand(1);
     app.set_help_all_flag("--help-all", "Print the help of every command");
 

@@ -18,6 +18,10 @@ for compiler in g++ clang++; do
     for client in "$work/$compiler"/client_*; do
         [ "$("$client")" = 'File \NO SUCH FILE not found' ] || { echo "$client failed"; exit 1; }
     done
+    # What the guide shows, a reader must be able to write.
+    awk -f "$source/guide.awk" "$source/../../docs/guide.md" >"$work/guide.cpp"
+    # shellcheck disable=SC2086
+    "$compiler" $flags -std=c++17 -fsyntax-only -Wall -Wextra -Wno-unused -Wno-unused-parameter -Werror -I"$prefix/include" "$work/guide.cpp"
     if command -v pkg-config >/dev/null; then
         pc=$(dirname "$(find "$prefix" -name vl.pc)")
         # shellcheck disable=SC2046,SC2086

@@ -7,28 +7,22 @@
 //   9       4          size: 13 + payload
 //   13      size - 13  payload
 
-#include "vl/memoryfile.h"
-
-#include "base/byte_order.h"
-#include "platform/platform.h"
-
-#include <algorithm>
-#include <cstring>
+#include "memoryfile/kinds.h"
 
 namespace {
 
 constexpr unsigned int markerSize = 1;
-constexpr unsigned int headerSize = 13; // with the marker
 constexpr unsigned int sizeOffset = 9;
+constexpr unsigned int headerSize = V_MemoryFile::CHUNK_HEADER_SIZE;
 
 } // namespace
 
 // ---- Writing -------------------------------------------------------------------------------------------
 
 void V_MemoryFile::createChunk(unsigned int id, unsigned int version) {
+    const ChunkHeader fields = {id, version, 0};
     unsigned char header[headerSize] = {BT_CHUNK};
-    vl::storeLe32(header + 1, id);
-    vl::storeLe32(header + 5, version);
+    vl::copyLittleEndian<4, 3>(header + markerSize, &fields);
     m_chunkStack.push_back(m_uPosition);
     try {
         write(header, headerSize);
@@ -44,24 +38,11 @@ void V_MemoryFile::closeChunk() {
     const unsigned int begin = m_chunkStack.back();
     if (m_uPosition < begin || m_uPosition - begin < headerSize)
         refuse("close a chunk before its payload in");
-    patch(begin + sizeOffset, m_uPosition - begin);
-    m_chunkStack.pop_back();
-}
-
-/// Writes 4 bytes over earlier ones, wherever these are: on disk, in the buffer, or some here and some there.
-void V_MemoryFile::patch(unsigned int place, unsigned int value) {
+    const unsigned int size = m_uPosition - begin;
     unsigned char bytes[4];
-    vl::storeLe32(bytes, value);
-    const unsigned int onDisk = place < m_uFlushed ? std::min(m_uFlushed - place, 4u) : 0;
-    if (onDisk != 0) {
-        if (m_bWriteFailed || !vl::platform::seekFile(m_pOutFile, place))
-            failWriting();
-        writeToDisk(bytes, onDisk);
-        if (!vl::platform::seekFile(m_pOutFile, m_uFlushed))
-            failWriting();
-    }
-    if (onDisk != 4)
-        std::memcpy(m_pData + (place + onDisk - m_uFlushed), bytes + onDisk, 4 - onDisk);
+    vl::copyLittleEndian<4>(bytes, &size);
+    m_pKind->patch(*this, begin + sizeOffset, bytes);
+    m_chunkStack.pop_back();
 }
 
 // ---- Reading -------------------------------------------------------------------------------------------
@@ -69,9 +50,7 @@ void V_MemoryFile::patch(unsigned int place, unsigned int value) {
 /// Reads the header at the position, which does not move. False, or an exception when a chunk is required,
 /// where there is none.
 bool V_MemoryFile::readChunkHeader(ChunkHeader &header, bool required) {
-    if (isWriteThrough())
-        refuse("read a write-through file");
-    loadStream();
+    m_pKind->requireReading(*this);
     const unsigned int begin = m_uPosition;
     if (!required && getSize() - begin <= markerSize)
         return false;
@@ -80,13 +59,13 @@ bool V_MemoryFile::readChunkHeader(ChunkHeader &header, bool required) {
     if (marker != BT_CHUNK) {
         if (required)
             V_throw(V_MemoryFileException_DataError(getFilename()));
-        moveTo(begin);
+        m_pKind->moveTo(*this, begin);
         return false;
     }
     unsigned char bytes[headerSize - markerSize];
     read(bytes, sizeof bytes);
-    header = {vl::loadLe32(bytes), vl::loadLe32(bytes + 4), vl::loadLe32(bytes + 8)};
-    moveTo(begin);
+    vl::copyLittleEndian<4, 3>(&header, bytes);
+    m_pKind->moveTo(*this, begin);
     if (header.size < headerSize)
         V_throw(V_MemoryFileException_DataError(getFilename()));
     return true;
@@ -99,15 +78,7 @@ bool V_MemoryFile::chunkReachesBeyondEnd(const ChunkHeader &header) const {
 void V_MemoryFile::buildChunk(Chunk &chunk, const ChunkHeader &header) {
     if (chunkReachesBeyondEnd(header))
         V_throw(V_MemoryFileException_DataError(getFilename()));
-    const unsigned int payload = m_uPosition + headerSize;
-    const unsigned int size = header.size - headerSize;
-    // The chunk's memory file may be this very file, so nothing of it is used once the chunk is built.
-    if (m_pStream) {
-        chunk.construct(*m_pStream, payload, size, header);
-    } else {
-        chunk.m_file.setFilename(getFilename());
-        chunk.construct(m_pData + payload, size, header);
-    }
+    m_pKind->view(*this, m_uPosition + headerSize, header, chunk);
 }
 
 void V_MemoryFile::openChunk(Chunk &chunk, unsigned int) {
@@ -147,7 +118,7 @@ void V_MemoryFile::skipChunk() {
         return;
     if (chunkReachesBeyondEnd(header))
         V_throw(V_MemoryFileException_SeekOutOfRange(getFilename()));
-    moveTo(m_uPosition + header.size);
+    m_pKind->moveTo(*this, m_uPosition + header.size);
 }
 
 // ---- The chunk -----------------------------------------------------------------------------------------

@@ -107,12 +107,13 @@ void count(benchmark::State &state) {
 
 // ---- The memory file -----------------------------------------------------------------------------------
 
-template <class T>
+template <class T, bool TAGS = true>
 void writeVl(benchmark::State &state) {
     const auto &all = values<T>();
     V_MemoryFile file(roomForAll);
     for (auto _ : state) {
         file.construct(roomForAll);
+        file.enableTags(TAGS);
         for (const T &value : all)
             file << value;
         benchmark::DoNotOptimize(file.getAddress());
@@ -120,9 +121,10 @@ void writeVl(benchmark::State &state) {
     count(state);
 }
 
-template <class T>
+template <class T, bool TAGS = true>
 void readVl(benchmark::State &state) {
     V_MemoryFile file(roomForAll);
+    file.enableTags(TAGS);
     for (const T &value : values<T>())
         file << value;
     std::vector<T> out(valueCount);
@@ -345,10 +347,12 @@ void readMsgpack(benchmark::State &state) {
 
 #define VL_SUBJECTS(Type)                                                                                    \
     BENCHMARK(writeVl<Type>);                                                                                \
+    BENCHMARK(writeVl<Type, false>)->Name("writeUntagged<" #Type ">");                                       \
     BENCHMARK(writeByHand<Type>);                                                                            \
     BENCHMARK(writeCereal<Type>);                                                                            \
     BENCHMARK(writeMsgpack<Type>);                                                                           \
     BENCHMARK(readVl<Type>);                                                                                 \
+    BENCHMARK(readVl<Type, false>)->Name("readUntagged<" #Type ">");                                         \
     BENCHMARK(readByHand<Type>);                                                                             \
     BENCHMARK(readCereal<Type>);                                                                             \
     BENCHMARK(readMsgpack<Type>)

@@ -1,14 +1,8 @@
 // Chunks: nested sections of a memory file, each with a header (chunk_header.h) that tells what and how long
 // it is.
 
-#include "vl/memoryfile.h"
-
-#include "base/byte_order.h"
 #include "memoryfile/chunk_header.h"
-#include "platform/platform.h"
-
-#include <algorithm>
-#include <cstring>
+#include "memoryfile/kinds.h"
 
 using vl::chunkHeaderSize;
 using vl::chunkMarkerSize;
@@ -33,24 +27,11 @@ void V_MemoryFile::closeChunk() {
     const unsigned int begin = m_chunkStack.back();
     if (m_uPosition < begin || m_uPosition - begin < chunkHeaderSize)
         refuse("close a chunk before its payload in");
-    patch(begin + vl::chunkSizeOffset, m_uPosition - begin);
-    m_chunkStack.pop_back();
-}
-
-/// Writes 4 bytes over earlier ones, wherever these are: on disk, in the buffer, or some here and some there.
-void V_MemoryFile::patch(unsigned int place, unsigned int value) {
+    const unsigned int size = m_uPosition - begin;
     unsigned char bytes[4];
-    vl::storeLe32(bytes, value);
-    const unsigned int onDisk = place < m_uFlushed ? std::min(m_uFlushed - place, 4u) : 0;
-    if (onDisk != 0) {
-        if (m_bWriteFailed || !vl::platform::seekFile(m_pOutFile, place))
-            failWriting();
-        writeToDisk(bytes, onDisk);
-        if (!vl::platform::seekFile(m_pOutFile, m_uFlushed))
-            failWriting();
-    }
-    if (onDisk != 4)
-        std::memcpy(m_pData + (place + onDisk - m_uFlushed), bytes + onDisk, 4 - onDisk);
+    vl::storeLe32(bytes, size);
+    m_pKind->patch(*this, begin + vl::chunkSizeOffset, bytes);
+    m_chunkStack.pop_back();
 }
 
 // ---- Reading -------------------------------------------------------------------------------------------
@@ -58,9 +39,7 @@ void V_MemoryFile::patch(unsigned int place, unsigned int value) {
 /// Reads the header at the position, which does not move. False, or an exception when a chunk is required,
 /// where there is none.
 bool V_MemoryFile::readChunkHeader(ChunkHeader &header, bool required) {
-    if (isWriteThrough())
-        refuse("read a write-through file");
-    loadStream();
+    m_pKind->requireReading(*this);
     const unsigned int begin = m_uPosition;
     if (!required && getSize() - begin <= chunkMarkerSize)
         return false;
@@ -69,12 +48,12 @@ bool V_MemoryFile::readChunkHeader(ChunkHeader &header, bool required) {
     if (bytes[0] != BT_CHUNK) {
         if (required)
             V_throw(V_MemoryFileException_DataError(getFilename()));
-        moveTo(begin);
+        m_pKind->moveTo(*this, begin);
         return false;
     }
     read(bytes + chunkMarkerSize, chunkHeaderSize - chunkMarkerSize);
     header = vl::chunkHeaderAt(bytes);
-    moveTo(begin);
+    m_pKind->moveTo(*this, begin);
     if (header.size < chunkHeaderSize)
         V_throw(V_MemoryFileException_DataError(getFilename()));
     return true;
@@ -87,15 +66,7 @@ bool V_MemoryFile::chunkReachesBeyondEnd(const ChunkHeader &header) const {
 void V_MemoryFile::buildChunk(Chunk &chunk, const ChunkHeader &header) {
     if (chunkReachesBeyondEnd(header))
         V_throw(V_MemoryFileException_DataError(getFilename()));
-    const unsigned int payload = m_uPosition + chunkHeaderSize;
-    const unsigned int size = header.size - chunkHeaderSize;
-    // The chunk's memory file may be this very file, so nothing of it is used once the chunk is built.
-    if (m_pStream) {
-        chunk.construct(*m_pStream, payload, size, header);
-    } else {
-        chunk.m_file.setFilename(getFilename());
-        chunk.construct(m_pData + payload, size, header);
-    }
+    m_pKind->view(*this, m_uPosition + chunkHeaderSize, header, chunk);
 }
 
 void V_MemoryFile::openChunk(Chunk &chunk, unsigned int) {
@@ -135,7 +106,7 @@ void V_MemoryFile::skipChunk() {
         return;
     if (chunkReachesBeyondEnd(header))
         V_throw(V_MemoryFileException_SeekOutOfRange(getFilename()));
-    moveTo(m_uPosition + header.size);
+    m_pKind->moveTo(*this, m_uPosition + header.size);
 }
 
 // ---- The chunk -----------------------------------------------------------------------------------------

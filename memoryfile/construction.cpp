@@ -4,37 +4,19 @@
 
 #include "core/counted.h"
 #include "file/whole_file.h"
+#include "memoryfile/kinds.h"
 #include "platform/platform.h"
 #include "vl/file.h"
 
 #include <algorithm>
-#include <memory>
 
 namespace {
 
-constexpr unsigned int largestBuffer = 0x7FFFFFFF;
-
-struct ReleaseBlock {
-    void operator()(unsigned char *block) const { V_REALLOCATE_DELETE(block); }
-};
-using Block = std::unique_ptr<unsigned char, ReleaseBlock>;
-
+using vl::Block;
 using Stream = vl::CountedObject<V_FileStream>;
 
-Block newBlock(unsigned int size) {
-    if (size > largestBuffer)
-        V_throw(V_MemoryException_Allocation());
-    return Block(static_cast<unsigned char *>(V_REALLOCATE(nullptr, 0, static_cast<int>(size))));
-}
-
-Block copyOf(const void *data, unsigned int size, unsigned int blockSize) {
-    Block block = newBlock(blockSize);
-    V_Memory::copy(block.get(), data, size);
-    return block;
-}
-
 unsigned int soundCapacity(unsigned int capacity) {
-    return capacity == 0 ? V_MemoryFile::DEFAULT_CAPACITY : std::min(capacity, largestBuffer);
+    return capacity == 0 ? V_MemoryFile::DEFAULT_CAPACITY : std::min(capacity, vl::largestBlock);
 }
 
 const char *textOrEmpty(const char *text) { return text ? text : ""; }
@@ -95,21 +77,16 @@ void V_MemoryFile::initializeMembers() {
     m_uPosition = 0;
     m_pOutFile = nullptr;
     m_uFlushed = 0;
+    m_uReadEnd = 0;
     m_uRoomEnd = 0;
+    m_pKind = &Unbuilt::kind;
     m_chunkStack.clear();
 }
 
 void V_MemoryFile::destruct() {
     if (!m_bConstructed)
         return;
-    if (m_pOutFile) {
-        // All that was written belongs to the file, also what lies behind a position that was set back.
-        const unsigned int pending = getSize() - m_uFlushed;
-        if (!m_bWriteFailed && pending != 0 && std::fwrite(m_pData, 1, pending, m_pOutFile) != pending)
-            m_bWriteFailed = true;
-        if (std::fclose(m_pOutFile) != 0)
-            m_bWriteFailed = true;
-    }
+    m_pKind->finish(*this);
     if (m_bOwnsData)
         V_REALLOCATE_DELETE(m_pData);
     vl::deleteCounted(m_pStream);
@@ -128,6 +105,13 @@ void V_MemoryFile::startOver() {
     m_bConstructed = true;
 }
 
+void V_MemoryFile::become(const Kind &kind) {
+    m_pKind = &kind;
+    m_eMode = kind.m_eMode;
+    m_eAccessMethod = kind.m_eAccessMethod;
+    m_bOwnsData = true;
+}
+
 /// Whether `data` lies in the buffer that startOver or a growing file would release.
 bool V_MemoryFile::ownsBytes(const void *data) const {
     const auto begin = reinterpret_cast<std::uintptr_t>(m_pData);
@@ -138,10 +122,8 @@ bool V_MemoryFile::ownsBytes(const void *data) const {
 
 void V_MemoryFile::construct(unsigned int capacity) {
     startOver();
+    become(Growing::kind);
     m_uCapacity = soundCapacity(capacity);
-    m_eMode = MODE_WRITE;
-    m_eAccessMethod = AM_MEMORY;
-    m_bOwnsData = true;
 }
 
 void V_MemoryFile::construct(unsigned int capacity, const char *fileName) {
@@ -158,10 +140,8 @@ void V_MemoryFile::construct(unsigned int capacity, const char *fileName) {
     }
     // m_pData is the only buffer, so that what the disk refuses is known at once.
     std::setvbuf(m_pOutFile, nullptr, _IONBF, 0);
+    become(WrittenThrough::kind);
     m_uCapacity = soundCapacity(capacity);
-    m_eMode = MODE_WRITE;
-    m_eAccessMethod = AM_STREAM;
-    m_bOwnsData = true;
 }
 
 void V_MemoryFile::construct(const char *fileName, AccessMethod method) {
@@ -169,50 +149,51 @@ void V_MemoryFile::construct(const char *fileName, AccessMethod method) {
         V_String name(textOrEmpty(fileName));
         startOver();
         m_strFilename.swap(name);
-        m_eMode = MODE_READ;
-        m_bOwnsData = true;
-        vl::Lookup lookup(getFilename());
-        vl::FoundFile found = lookup.open();
-        if (!found)
-            V_throw(V_FileException_FileNotFound(lookup.upperCased().text()));
-        m_uSize = found.size(lookup.diskPath());
-        const AccessMethod wanted = method == AM_DEFAULT ? sm_eDefaultAccessMethod : method;
-        if (wanted == AM_STREAM && m_uSize >= STREAM_SIZE) {
-            m_eAccessMethod = AM_STREAM;
-            m_pStream = vl::constructCounted<V_FileStream>([&](void *block) {
-                return new (block) V_FileStream(getFilename(), lookup, std::move(found), STREAM_SIZE);
-            });
-        } else {
-            m_eAccessMethod = AM_MEMORY;
-            const vl::WholeFile file(std::move(found), lookup.path());
-            m_pData = newBlock(m_uSize).release();
-            m_iAllocated = static_cast<int>(m_uSize);
-            if (!file.read(m_pData, m_uSize))
-                V_throw(V_FileException_UnableToReadData(lookup.diskPath()));
-        }
+        become(Held::kind);
+        loadFile(method == AM_DEFAULT ? sm_eDefaultAccessMethod : method);
     } catch (...) {
         destruct();
         throw;
     }
 }
 
+/// Takes the named file out of the file system, whole or as a stream.
+void V_MemoryFile::loadFile(AccessMethod method) {
+    vl::Lookup lookup(getFilename());
+    vl::FoundFile found = lookup.open();
+    if (!found)
+        V_throw(V_FileException_FileNotFound(lookup.upperCased().text()));
+    m_uSize = found.size(lookup.diskPath());
+    if (method == AM_STREAM && m_uSize >= STREAM_SIZE) {
+        m_pStream = vl::constructCounted<V_FileStream>([&](void *block) {
+            return new (block) V_FileStream(getFilename(), lookup, std::move(found), STREAM_SIZE);
+        });
+        become(Streamed::kind);
+        return;
+    }
+    const vl::WholeFile file(std::move(found), lookup.path());
+    m_pData = vl::newBlock(m_uSize).release();
+    m_iAllocated = static_cast<int>(m_uSize);
+    m_uReadEnd = m_uSize;
+    if (!file.read(m_pData, m_uSize))
+        V_throw(V_FileException_UnableToReadData(lookup.diskPath()));
+}
+
 void V_MemoryFile::construct(const void *data, unsigned int size, bool copy) {
     Block block;
     try {
         if (copy || ownsBytes(data))
-            block = copyOf(data, size, std::max(size, 1u));
+            block = vl::copyOf(data, size, std::max(size, 1u));
     } catch (...) {
         destruct();
         throw;
     }
     startOver();
-    m_uSize = size;
-    m_iAllocated = static_cast<int>(std::clamp(size, 1u, largestBuffer));
-    m_eMode = MODE_READ;
-    m_eAccessMethod = AM_MEMORY;
+    become(Held::kind);
     m_bOwnsData = block != nullptr;
-    // What is not owned is only read: a file without a capacity refuses to be written.
     m_pData = block ? block.release() : static_cast<unsigned char *>(const_cast<void *>(data));
+    m_iAllocated = static_cast<int>(std::clamp(size, 1u, vl::largestBlock));
+    m_uSize = m_uReadEnd = size;
 }
 
 void V_MemoryFile::construct(const V_FileStream &stream, int offset, int size) {
@@ -232,10 +213,8 @@ void V_MemoryFile::constructRegion(const V_FileStream &stream, unsigned int offs
         throw;
     }
     startOver();
+    become(Streamed::kind);
     m_strFilename.swap(name);
-    m_bOwnsData = true;
-    m_eMode = MODE_READ;
-    m_eAccessMethod = AM_STREAM;
     m_pStream = region.release();
     m_uSize = m_pStream->size();
 }
@@ -243,23 +222,12 @@ void V_MemoryFile::constructRegion(const V_FileStream &stream, unsigned int offs
 void V_MemoryFile::construct(const V_MemoryFile &other) {
     if (&other == this)
         return;
-    if (other.isWriteThrough()) {
-        destruct();
-        other.refuse("copy a write-through file");
-    }
     Block block;
     Stream stream;
     V_String name;
     try {
-        const bool compressed = other.m_pStream && other.m_pStream->isCompressed();
-        if (compressed) {
-            block = newBlock(other.getSize());
-            other.m_pStream->readWhole(block.get());
-        } else if (other.m_pStream) {
-            stream.reset(vl::newCounted<V_FileStream>(*other.m_pStream));
-        } else if (other.m_pData && (other.m_bOwnsData || ownsBytes(other.m_pData))) {
-            block = copyOf(other.m_pData, other.getSize(), other.getSize());
-        }
+        const bool shares = !other.m_pData || !(other.m_bOwnsData || ownsBytes(other.m_pData));
+        other.m_pKind->copy(other, shares, block, stream);
         m_chunkStack.reserve(other.m_chunkStack.size());
         name = other.m_strFilename;
     } catch (...) {
@@ -267,31 +235,22 @@ void V_MemoryFile::construct(const V_MemoryFile &other) {
         throw;
     }
     startOver();
-    m_strFilename.swap(name);
+    become(block && other.m_pStream ? Held::kind : *other.m_pKind);
     m_bConstructed = other.m_bConstructed;
     m_bOwnsData = other.m_bOwnsData || block;
-    m_iAllocated = block ? static_cast<int>(other.getSize()) : other.m_iAllocated;
-    m_pData = block ? block.release() : other.m_pData;
-    m_eAccessMethod = other.m_pStream && !stream ? AM_MEMORY : other.m_eAccessMethod;
-    m_pStream = stream.release();
+    m_strFilename.swap(name);
     m_uSize = other.getSize();
     m_uCapacity = other.m_uCapacity;
-    m_eMode = other.m_eMode;
     m_uPosition = other.m_uPosition;
     m_chunkStack = other.m_chunkStack;
     m_bTagsEnabled = other.m_bTagsEnabled;
-    updateRoom();
-}
-
-/// Loads a compressed entry whole where its stream does not suffice, and goes on in memory.
-void V_MemoryFile::loadStream() {
-    if (!m_pStream || !m_pStream->isCompressed())
-        return;
-    Block block = newBlock(m_uSize);
-    m_pStream->readWhole(block.get());
-    vl::deleteCounted(m_pStream);
-    m_pStream = nullptr;
-    m_pData = block.release();
-    m_iAllocated = static_cast<int>(m_uSize);
-    m_eAccessMethod = AM_MEMORY;
+    if (stream) {
+        m_pStream = stream.release();
+        m_uFlushed = m_uReadEnd = m_uPosition;
+    } else {
+        m_iAllocated = block ? static_cast<int>(m_uSize) : other.m_iAllocated;
+        m_pData = block ? block.release() : other.m_pData;
+        m_uReadEnd = m_uSize;
+        m_uRoomEnd = std::min(other.m_uRoomEnd, m_uSize);
+    }
 }

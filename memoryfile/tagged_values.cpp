@@ -29,26 +29,32 @@ void V_MemoryFile::readTagged(BasicType type, void *data, int size) {
     read(data, size);
 }
 
+// ---- With tags -----------------------------------------------------------------------------------------
+
 void V_MemoryFile::writeIntegerSlowly(unsigned int value, unsigned int extraBytes, unsigned int tag) {
-    writeTagged(static_cast<BasicType>(tag), &value, static_cast<int>(1 + extraBytes));
+    unsigned char bytes[4];
+    vl::copyLittleEndian<4>(bytes, &value);
+    writeTagged(static_cast<BasicType>(tag), bytes, static_cast<int>(1 + extraBytes));
 }
 
 unsigned int V_MemoryFile::readIntegerSlowly(unsigned int longTag, unsigned int compactBase, bool isSigned) {
+    unsigned char tag;
+    read(&tag, 1);
     unsigned int size = 4;
-    if (m_bTagsEnabled) {
-        unsigned char tag;
-        read(&tag, 1);
-        if (tag != longTag) {
-            size = compactBase - tag;
-            if (size == 0 || size > 3)
-                V_throw(V_MemoryFileException_DataError(getFilename()));
-        }
+    if (tag != longTag) {
+        size = compactBase - tag;
+        if (size == 0 || size > 3)
+            V_throw(V_MemoryFileException_DataError(getFilename()));
     }
-    unsigned int value = 0;
-    read(&value, static_cast<int>(size));
+    unsigned char bytes[4] = {};
+    read(bytes, static_cast<int>(size));
+    unsigned int value;
+    vl::copyLittleEndian<4>(&value, bytes);
     const unsigned int unused = 32 - 8 * size;
     return isSigned ? static_cast<unsigned int>(static_cast<int>(value << unused) >> unused) : value;
 }
+
+// ---- Texts ---------------------------------------------------------------------------------------------
 
 void V_MemoryFile::writeTextSlowly(const char *text, std::size_t length) {
     constexpr std::size_t longest = 0x7FFFFFFF;
@@ -63,7 +69,7 @@ void V_MemoryFile::writeTextSlowly(const char *text, std::size_t length) {
         head[headSize++] = BT_STRING;
         head[headSize++] = static_cast<unsigned char>(extraBytes == 3 ? +BT_INT : BT_INT8 - extraBytes);
     }
-    std::memcpy(head + headSize, &size, 4);
+    vl::copyLittleEndian<4>(head + headSize, &size);
     writeTogether(head, headSize + 1 + extraBytes, text, size);
 }
 

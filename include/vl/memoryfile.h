@@ -5,8 +5,8 @@
 //     out.createChunk(7, 1);                              V_MemoryFile::Chunk chunk = in.peekChunk();
 //     out << 5 << 1.0f << "wheel";                        int count; float size; V_String name;
 //     out.closeChunk();                                   if (chunk.isValid() && chunk.getID() == 7)
-//                                                             chunk.getMemoryFile() >> count >> size >> name;
-//     out.save("a.dat");                                  in.skipChunk();   // openChunk moves nothing on
+//     out.save("a.dat");                                      chunk.getMemoryFile() >> count >> size >> name;
+//                                                         in.skipChunk();
 //
 // A file is built in one of five ways, by its constructors or, anew, by construct:
 //
@@ -31,39 +31,12 @@
 #include "vl/file/stream.h"
 #include "vl/math.h"
 #include "vl/memoryfile/exception.h"
+#include "vl/memoryfile/tags.h"
 
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <vector>
-
-/// The values whose payload is the memory image of their type, low byte first: type, tag, payload bytes.
-#define VL_MEMORY_FILE_PLAIN_VALUES(VALUE)                                                                   \
-    VALUE(short, BT_SHORT, 2)                                                                                \
-    VALUE(unsigned short, BT_USHORT, 2)                                                                      \
-    VALUE(char, BT_CHAR, 1)                                                                                  \
-    VALUE(signed char, BT_SCHAR, 1)                                                                          \
-    VALUE(unsigned char, BT_UCHAR, 1)                                                                        \
-    VALUE(float, BT_FLOAT, 4)                                                                                \
-    VALUE(double, BT_DOUBLE, 8)                                                                              \
-    VALUE(M_Vector2Template<float>, BT_VECTOR2, 8)                                                           \
-    VALUE(M_Vector3Template<float>, BT_VECTOR3, 12)                                                          \
-    VALUE(M_Vector4Template<float>, BT_VECTOR4, 16)                                                          \
-    VALUE(M_Matrix2Template<float>, BT_MATRIX2, 16)                                                          \
-    VALUE(M_Matrix3Template<float>, BT_MATRIX3, 36)                                                          \
-    VALUE(M_Matrix4x3Template<float>, BT_MATRIX4X3, 48)                                                      \
-    VALUE(M_Matrix4Template<float>, BT_MATRIX4, 64)                                                          \
-    VALUE(M_Float16, BT_FLOAT16, 2)
-
-/// The values that have a form of their own; see vl/memoryfile/operators.h.
-#define VL_MEMORY_FILE_OTHER_VALUES(VALUE)                                                                   \
-    VALUE(int)                                                                                               \
-    VALUE(unsigned int)                                                                                      \
-    VALUE(long)                                                                                              \
-    VALUE(unsigned long)                                                                                     \
-    VALUE(bool)                                                                                              \
-    VALUE(V_String)                                                                                          \
-    VALUE(V_StringI)
 
 /// A file in memory: bytes, a position, tagged values and chunks.
 class VL_API V_MemoryFile {
@@ -84,45 +57,22 @@ class VL_API V_MemoryFile {
         SM_END = 2      ///< back from the end
     };
 
-    /// The tag bytes; 28 to 37 are free for types of clients.
+    /// The tag bytes: those of vl/memoryfile/tags.h. 28 to 37 are free for types of clients.
     enum BasicType {
-        BT_LONG = 0,
-        BT_ULONG = 1,
-        BT_INT = 2,
-        BT_UINT = 3,
-        BT_SHORT = 4,
-        BT_USHORT = 5,
-        BT_CHAR = 6,
-        BT_SCHAR = 7,
-        BT_UCHAR = 8,
-        BT_FLOAT = 9,
-        BT_DOUBLE = 10,
-        BT_LEGACY_STRING = 11, ///< neither written nor read
-        BT_CHUNK = 12,
-        BT_STRING = 13,
-        BT_BOOL = 14,
-        BT_UINT24 = 15,
-        BT_UINT16 = 16,
-        BT_UINT8 = 17,
-        BT_INT24 = 18,
-        BT_INT16 = 19,
-        BT_INT8 = 20,
-        BT_VECTOR2 = 21,
-        BT_VECTOR3 = 22,
-        BT_VECTOR4 = 23,
-        BT_MATRIX2 = 24,
-        BT_MATRIX3 = 25,
-        BT_MATRIX4X3 = 26,
-        BT_MATRIX4 = 27,
-        BT_FLOAT16 = 38
+#define VL_TAG(tag, byte, ...) tag = byte,
+        VL_MEMORY_FILE_TAGS(VL_TAG, VL_TAG, VL_TAG)
+#undef VL_TAG
     };
 
     /// What follows the marker byte of a chunk.
     struct ChunkHeader {
         unsigned int identifier; ///< what the chunk holds, the client's choice
         unsigned int version;    ///< likewise
-        unsigned int size;       ///< from the marker to the end of the payload: 13 + payload
+        unsigned int size;       ///< from the marker to the end of the payload: CHUNK_HEADER_SIZE + payload
     };
+
+    /// Bytes of a chunk before its payload: the marker and the ChunkHeader.
+    static constexpr unsigned int CHUNK_HEADER_SIZE = 13;
 
     /// Files of this size or more are streamed when AM_STREAM is asked for; it is also the size of the read
     /// buffer then.
@@ -130,9 +80,6 @@ class VL_API V_MemoryFile {
 
     /// Bytes of the first buffer of a file that is to be written, unless told otherwise.
     static constexpr unsigned int DEFAULT_CAPACITY = 8192;
-
-    /// Bytes that a chunk begins with, before its payload.
-    static constexpr unsigned int CHUNK_HEADER_SIZE = 13;
 
     // ---- Construction --------------------------------------------------------------------------------
 
@@ -148,8 +95,8 @@ class VL_API V_MemoryFile {
 
     /// A file for reading, from `fileName` as the file system resolves it. With AM_STREAM a file of
     /// STREAM_SIZE bytes or more is streamed; otherwise it is loaded whole. A compressed archive entry is
-    /// decoded as it is read in order; to seek in it, open its chunks or copy the file, which its stream
-    /// cannot do, the memory file loads it whole at that moment and goes on in memory.
+    /// decoded as it is read in order; where it is read in another order or its chunks are opened, which its
+    /// stream cannot do, the memory file loads it whole at that moment and goes on in memory.
     /// Throws what V_File::size, V_File::load and V_FileStream throw.
     V_MemoryFile(const char *fileName, AccessMethod method);
 
@@ -214,7 +161,7 @@ class VL_API V_MemoryFile {
 
     /// The buffer: the bytes of a file in memory, or what of a write-through file has not gone to disk; null
     /// for a streamed file and before the first write. Valid until the next write or construct.
-    const void *getAddress() const { return m_pData; }
+    const void *getAddress() const { return m_pStream ? nullptr : m_pData; }
     unsigned int getPosition() const { return m_uPosition; }
     unsigned int getSize() const { return m_uPosition > m_uSize ? m_uPosition : m_uSize; }
 
@@ -222,9 +169,11 @@ class VL_API V_MemoryFile {
     void setFilename(const char *fileName);
     const char *getFilename() const { return m_strFilename.c_str(); }
 
-    /// V_File::save and V_File::append of all bytes: 1, or 0 when nothing was written. CAUTION: as with
-    /// V_File::save, how much the disk took is not examined: a full one leaves a part, the old file is gone,
-    /// and the result is 1. A chunk that is still open is saved with a size of 0, as damage to its readers.
+    /// V_File::save and V_File::append of all bytes. 1 does NOT tell that all is on disk, only that the file
+    /// could be opened: a disk that is full leaves a shorter file, and what was there before is gone. Compare
+    /// V_File::size with getSize where that matters. 0 when nothing was written: the file cannot be opened
+    /// or, by V_File::setOverride, an existing one is not replaced. A chunk that is still open is saved with
+    /// a size of 0, which its readers take for damage.
     int save(const char *fileName) const;
     int save() const;
     int append(const char *fileName) const;
@@ -244,9 +193,9 @@ class VL_API V_MemoryFile {
     /// its closeChunk. Chunks nest like brackets.
     void createChunk(unsigned int id, unsigned int version);
 
-    /// Ends the innermost open chunk and writes its size into its header. Throws
-    /// V_MemoryFileException_IllegalCall when no chunk is open or the position lies before its payload, and
-    /// for a write-through file what write throws.
+    /// Ends the innermost open chunk at the position and writes its size into its header. Throws
+    /// V_MemoryFileException_IllegalCall, and the chunk stays open, when none is open or the position lies
+    /// before its payload; for a write-through file also what write throws.
     void closeChunk();
 
     /// The chunk at the position, which does not move. `id` is not compared: ask getID(). Throws
@@ -282,33 +231,38 @@ class VL_API V_MemoryFile {
   private:
     enum Mode { MODE_NONE = 0, MODE_READ = 1, MODE_WRITE = 2 };
 
-#define VL_MEMORY_FILE_FRIENDS(Type)                                                                         \
+#define VL_OPERATORS(tag, byte, name, Type, ...)                                                             \
     friend V_MemoryFile &operator<<(V_MemoryFile &file, const Type &value);                                  \
     friend V_MemoryFile &operator>>(V_MemoryFile &file, Type &value);
-#define VL_MEMORY_FILE_PLAIN_FRIENDS(Type, Tag, Size) VL_MEMORY_FILE_FRIENDS(Type)
-    VL_MEMORY_FILE_PLAIN_VALUES(VL_MEMORY_FILE_PLAIN_FRIENDS)
-    VL_MEMORY_FILE_OTHER_VALUES(VL_MEMORY_FILE_FRIENDS)
-#undef VL_MEMORY_FILE_FRIENDS
-#undef VL_MEMORY_FILE_PLAIN_FRIENDS
+#define VL_NOTHING(tag, byte)
+    VL_MEMORY_FILE_TAGS(VL_OPERATORS, VL_OPERATORS, VL_NOTHING)
+    VL_OPERATORS(BT_STRING, 13, "string", V_StringI)
+#undef VL_OPERATORS
+#undef VL_NOTHING
     friend V_MemoryFile &operator<<(V_MemoryFile &file, const char *text);
+
+    // What differs between the kinds of file (memoryfile/kinds.h)
+    class Kind;
+    class Unbuilt;
+    class Held;
+    class Growing;
+    class WrittenThrough;
+    class Streamed;
 
     // Construction (memoryfile/construction.cpp)
     void startOver();
+    void become(const Kind &kind);
+    void loadFile(AccessMethod method);
     bool ownsBytes(const void *data) const;
     void constructRegion(const V_FileStream &stream, unsigned int offset, unsigned int size);
-    void loadStream();
 
     // Bytes (memoryfile/memoryfile.cpp)
     [[noreturn]] void refuse(const char *action) const;
-    bool isWriteThrough() const { return m_pOutFile != nullptr; }
-    void moveTo(unsigned int place);
     void writeTogether(const void *head, unsigned int headSize, const void *data, unsigned int size);
+    void put(const void *head, unsigned int headSize, const void *data, unsigned int size);
     void grow(std::uint64_t size);
-    void writeThrough(const void *data, unsigned int size);
-    void flush();
     void updateRoom();
-    void writeToDisk(const void *data, unsigned int count);
-    [[noreturn]] void failWriting();
+    const void *allBytes(const char *action) const;
 
     // Tagged values (memoryfile/tagged_values.cpp)
     void writeIntegerSlowly(unsigned int value, unsigned int extraBytes, unsigned int tag);
@@ -320,34 +274,36 @@ class VL_API V_MemoryFile {
     bool readChunkHeader(ChunkHeader &header, bool required);
     bool chunkReachesBeyondEnd(const ChunkHeader &header) const;
     void buildChunk(Chunk &chunk, const ChunkHeader &header);
-    void patch(unsigned int place, unsigned int value);
 
-    // The short way of the operators (vl/memoryfile/operators.h): straight to the buffer.
+    // The short way of the operators (vl/memoryfile/operators.h): straight to the window.
     bool hasRoomFor(unsigned int count) const;
-    unsigned char *roomAhead() const;
+    unsigned char *windowAhead() const { return m_pData + (m_uPosition - m_uFlushed); }
     const unsigned char *bytesAhead(unsigned int count) const;
-    template <unsigned int SIZE>
+    template <unsigned int UNIT, unsigned int COUNT>
     void writeValue(BasicType type, const void *data);
-    template <unsigned int SIZE>
+    template <unsigned int UNIT, unsigned int COUNT>
     void readValue(BasicType type, void *data);
     template <unsigned int SHIFT>
     static unsigned int extraBytesOf(unsigned int magnitude);
     template <unsigned int SHIFT>
-    void writeInteger(unsigned int value, unsigned int magnitude, unsigned int longTag,
+    void writeInteger(unsigned int value, unsigned int magnitude, BasicType longTag,
                       unsigned int compactBase);
     template <class Integer>
-    void readInteger(Integer &value, unsigned int longTag, unsigned int compactBase);
+    void readInteger(Integer &value, BasicType longTag, unsigned int compactBase);
     void writeText(const char *text, std::size_t length, std::size_t readable);
     template <class String>
     void writeString(const String &text);
     template <class String>
     void readText(String &text);
 
+    // A window of the file lies in memory, at m_pData: what is in it is read and written at once, the rest
+    // is the kind's. Of a file in memory it is all there is.
+
     bool m_bConstructed;
     bool m_bOwnsData;
     unsigned char *m_pData;
     unsigned int m_uSize;     ///< less than the position where writing has passed it: see getSize
-    unsigned int m_uCapacity; ///< what the buffer grows to next; 0 for a file built for reading
+    unsigned int m_uCapacity; ///< what the buffer of a file for writing grows to next
     int m_iAllocated;         ///< bytes of m_pData
     Mode m_eMode;
     AccessMethod m_eAccessMethod;
@@ -356,10 +312,12 @@ class VL_API V_MemoryFile {
     V_FileStream *m_pStream; ///< owned
     unsigned int m_uPosition;
     std::FILE *m_pOutFile;   ///< of a write-through file
-    unsigned int m_uFlushed; ///< of a write-through file: where in the file m_pData begins
+    unsigned int m_uFlushed; ///< the position at which the window begins; 0 for a file in memory
     std::vector<unsigned int, V_Allocator<unsigned int>> m_chunkStack; ///< starts of the open chunks
     bool m_bWriteFailed = false;
-    unsigned int m_uRoomEnd; ///< the position up to which the buffer takes what is written
+    unsigned int m_uReadEnd; ///< the position up to which the window is read
+    unsigned int m_uRoomEnd; ///< the position up to which the window takes what is written
+    const Kind *m_pKind;
 
     static AccessMethod sm_eDefaultAccessMethod;
 };
@@ -370,7 +328,7 @@ class VL_API V_MemoryFile {
 /// file lives and is neither written nor built anew. A streamed chunk has a stream of its own.
 class VL_API V_MemoryFile::Chunk {
   public:
-    /// An invalid chunk: everything 0, its memory file empty and to be written.
+    /// An invalid chunk: everything 0, its memory file empty, without a name and to be written.
     Chunk();
     Chunk(const Chunk &other);
     Chunk &operator=(const Chunk &other);
@@ -382,7 +340,8 @@ class VL_API V_MemoryFile::Chunk {
     unsigned int getVersion() const { return m_uVersion; }
     /// Bytes of the payload; 0 for an invalid chunk.
     unsigned int getSize() const { return m_bValid ? m_uSize - CHUNK_HEADER_SIZE : 0; }
-    /// The payload, from position 0, with tags enabled and the name of the file it lies in.
+    /// The payload, from position 0, with tags enabled. It carries the name of the file it lies in; where
+    /// that is streamed, its stream's.
     V_MemoryFile &getMemoryFile() { return m_file; }
 
     /// The operations of V_MemoryFile on the payload, for the chunks nested in it. `chunk` may be this one.

@@ -33,6 +33,7 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 
 using json = nlohmann::ordered_json;
 using vl::chunkHeaderSize;
@@ -184,76 +185,39 @@ class Dumper {
         return text.find_first_of(".e") == text.npos ? text + ".0" : text; // never taken for an integer
     }
 
-    template <class Block>
-    static std::string floats(V_MemoryFile &file) {
-        const Block block = read<Block>(file);
-        float values[sizeof(Block) / sizeof(float)];
-        std::memcpy(values, &block, sizeof block);
-        std::string result;
-        for (const float value : values)
-            result += (result.empty() ? "[" : ",") + number(value);
-        return result + "]";
+    // A value as it is printed, by its type.
+    static std::string shown(bool value) { return value ? "true" : "false"; }
+    static std::string shown(const V_String &text) { return compact(std::string(text.data(), text.size())); }
+    static std::string shown(M_Float16 value) { return number(static_cast<float>(value)); }
+    template <class Value>
+    static std::string shown(const Value &value) {
+        if constexpr (std::is_floating_point_v<Value>) {
+            return number(value);
+        } else if constexpr (std::is_integral_v<Value>) {
+            return std::to_string(value);
+        } else { // a block of floats
+            float values[sizeof(Value) / sizeof(float)];
+            std::memcpy(values, &value, sizeof value);
+            std::string result;
+            for (const float one : values)
+                result += (result.empty() ? "[" : ",") + number(one);
+            return result + "]";
+        }
     }
 
     /// The value at the position, and the name of its type; no type when the tag is none of a value.
     static std::string readValue(V_MemoryFile &file, unsigned char tag, const char *&type) {
-        switch (static_cast<V_MemoryFile::BasicType>(tag)) { // without a default: the compiler misses none
-
-        case V_MemoryFile::BT_LONG:
-            return type = "long", std::to_string(read<long>(file));
-        case V_MemoryFile::BT_ULONG:
-            return type = "unsigned long", std::to_string(read<unsigned long>(file));
-        case V_MemoryFile::BT_INT:
-        case V_MemoryFile::BT_INT24:
-        case V_MemoryFile::BT_INT16:
-        case V_MemoryFile::BT_INT8:
-            return type = "int", std::to_string(read<int>(file));
-        case V_MemoryFile::BT_UINT:
-        case V_MemoryFile::BT_UINT24:
-        case V_MemoryFile::BT_UINT16:
-        case V_MemoryFile::BT_UINT8:
-            return type = "unsigned int", std::to_string(read<unsigned int>(file));
-        case V_MemoryFile::BT_SHORT:
-            return type = "short", std::to_string(read<short>(file));
-        case V_MemoryFile::BT_USHORT:
-            return type = "unsigned short", std::to_string(read<unsigned short>(file));
-        case V_MemoryFile::BT_CHAR:
-            return type = "char", std::to_string(read<char>(file));
-        case V_MemoryFile::BT_SCHAR:
-            return type = "signed char", std::to_string(read<signed char>(file));
-        case V_MemoryFile::BT_UCHAR:
-            return type = "unsigned char", std::to_string(read<unsigned char>(file));
-        case V_MemoryFile::BT_FLOAT:
-            return type = "float", number(read<float>(file));
-        case V_MemoryFile::BT_DOUBLE:
-            return type = "double", number(read<double>(file));
-        case V_MemoryFile::BT_STRING: {
-            const V_String text = read<V_String>(file);
-            return type = "string", compact(std::string(text.data(), text.size()));
+        switch (tag) {
+#define VALUE(tag, byte, name, Type, ...)                                                                    \
+    case byte:                                                                                               \
+        return type = name, shown(read<Type>(file));
+#define NO_VALUE(tag, byte)
+            VL_MEMORY_FILE_TAGS(VALUE, VALUE, NO_VALUE)
+#undef VALUE
+#undef NO_VALUE
+        default:
+            return {};
         }
-        case V_MemoryFile::BT_BOOL:
-            return type = "bool", read<bool>(file) ? "true" : "false";
-        case V_MemoryFile::BT_VECTOR2:
-            return type = "vector2", floats<M_Vector2Template<float>>(file);
-        case V_MemoryFile::BT_VECTOR3:
-            return type = "vector3", floats<M_Vector3Template<float>>(file);
-        case V_MemoryFile::BT_VECTOR4:
-            return type = "vector4", floats<M_Vector4Template<float>>(file);
-        case V_MemoryFile::BT_MATRIX2:
-            return type = "matrix2", floats<M_Matrix2Template<float>>(file);
-        case V_MemoryFile::BT_MATRIX3:
-            return type = "matrix3", floats<M_Matrix3Template<float>>(file);
-        case V_MemoryFile::BT_MATRIX4X3:
-            return type = "matrix4x3", floats<M_Matrix4x3Template<float>>(file);
-        case V_MemoryFile::BT_MATRIX4:
-            return type = "matrix4", floats<M_Matrix4Template<float>>(file);
-        case V_MemoryFile::BT_FLOAT16:
-            return type = "float16", number(static_cast<float>(read<M_Float16>(file)));
-        case V_MemoryFile::BT_LEGACY_STRING:
-        case V_MemoryFile::BT_CHUNK:
-            break;
-        }
-        return {};
     }
 
     const std::string &m_bytes;

@@ -2,8 +2,8 @@
 // the file. Included by vl/memoryfile.h.
 //
 // With tags enabled a value is one tag byte (V_MemoryFile::BasicType) and its payload, otherwise the payload
-// alone; all numbers are little-endian. The plain values of VL_MEMORY_FILE_PLAIN_VALUES are their memory
-// image, the engine's math types as blocks of floats in their own order. The others:
+// alone; all numbers are little-endian. The plain values of vl/memoryfile/tags.h are their memory image, the
+// engine's math types as blocks of floats in their own order. The others:
 //
 //   type                 with tags                                           without
 //   int                  |v| < 128: BT_INT8 and the low byte;                4 bytes
@@ -34,55 +34,73 @@
 #include <algorithm>
 #include <type_traits>
 
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "values are stored as their memory image");
+namespace vl {
 
-// ---- The short way: straight to the buffer -------------------------------------------------------------
+/// Copies COUNT numbers of UNIT bytes each from memory to a file, whose lowest byte comes first, or back. The
+/// one place where memory files care for the order of bytes in memory.
+template <unsigned int UNIT, unsigned int COUNT = 1>
+void copyLittleEndian(void *to, const void *from) {
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    std::memcpy(to, from, std::size_t{UNIT} * COUNT);
+#else
+    for (unsigned int i = 0; i < UNIT * COUNT; i += UNIT)
+        std::reverse_copy(static_cast<const unsigned char *>(from) + i,
+                          static_cast<const unsigned char *>(from) + i + UNIT,
+                          static_cast<unsigned char *>(to) + i);
+#endif
+}
+
+} // namespace vl
+
+// ---- The short way: straight to the window -------------------------------------------------------------
 
 // For all the compiler knows, storing bytes may change the members, which it then reads again. So these
 // functions read what they need beforehand, and set the position alone, which the size follows
 // (V_MemoryFile::getSize).
 
-/// Whether the buffer may be written and has room for `count` bytes at the position.
+/// Whether the window takes `count` bytes at the position.
 inline bool V_MemoryFile::hasRoomFor(unsigned int count) const {
     return std::uint64_t{m_uPosition} + count <= m_uRoomEnd;
 }
 
-/// The place of the position in the buffer.
-inline unsigned char *V_MemoryFile::roomAhead() const { return m_pData + (m_uPosition - m_uFlushed); }
-
-/// The `count` bytes at the position; null when fewer are left or they are not in memory.
+/// The `count` bytes at the position; null when they are not all in the window.
 inline const unsigned char *V_MemoryFile::bytesAhead(unsigned int count) const {
-    const bool there = std::uint64_t{m_uPosition} + count <= m_uSize;
-    return there && m_eAccessMethod == AM_MEMORY ? m_pData + m_uPosition : nullptr;
+    return std::uint64_t{m_uPosition} + count <= m_uReadEnd ? windowAhead() : nullptr;
 }
 
-template <unsigned int SIZE>
+template <unsigned int UNIT, unsigned int COUNT>
 void V_MemoryFile::writeValue(BasicType type, const void *data) {
+    constexpr unsigned int size = UNIT * COUNT;
     const unsigned int tagSize = m_bTagsEnabled ? 1 : 0;
-    const std::uint64_t end = std::uint64_t{m_uPosition} + tagSize + SIZE;
+    const std::uint64_t end = std::uint64_t{m_uPosition} + tagSize + size;
     unsigned int position;
     if (end <= m_uRoomEnd) {
-        unsigned char *room = roomAhead();
+        unsigned char *room = windowAhead();
         room[0] = static_cast<unsigned char>(type);
-        std::memcpy(room + tagSize, data, SIZE); // over the tag when there shall be none
+        vl::copyLittleEndian<UNIT, COUNT>(room + tagSize, data); // over the tag when there shall be none
         position = static_cast<unsigned int>(end);
     } else {
-        writeTagged(type, data, SIZE);
+        unsigned char bytes[size];
+        vl::copyLittleEndian<UNIT, COUNT>(bytes, data);
+        writeTagged(type, bytes, size);
         position = m_uPosition;
     }
     m_uPosition = position; // on both ways, so that a loop keeps it in a register from value to value
 }
 
-template <unsigned int SIZE>
+template <unsigned int UNIT, unsigned int COUNT>
 void V_MemoryFile::readValue(BasicType type, void *data) {
+    constexpr unsigned int size = UNIT * COUNT;
     const unsigned int tagSize = m_bTagsEnabled ? 1 : 0;
-    const unsigned char *bytes = bytesAhead(SIZE + tagSize);
-    if (!bytes || (tagSize != 0 && bytes[0] != type)) {
-        readTagged(type, data, SIZE);
+    const unsigned char *bytes = bytesAhead(tagSize + size);
+    if (bytes && (tagSize == 0 || bytes[0] == type)) {
+        vl::copyLittleEndian<UNIT, COUNT>(data, bytes + tagSize);
+        m_uPosition += tagSize + size;
         return;
     }
-    std::memcpy(data, bytes + tagSize, SIZE);
-    m_uPosition += SIZE + tagSize;
+    unsigned char copy[size];
+    readTagged(type, copy, size);
+    vl::copyLittleEndian<UNIT, COUNT>(data, copy);
 }
 
 /// The bytes beyond the first that a magnitude needs, of which the first byte holds SHIFT bits.
@@ -95,27 +113,37 @@ unsigned int V_MemoryFile::extraBytesOf(unsigned int magnitude) {
 /// Writes an integer in the shortest form that its magnitude allows. The form of n < 4 bytes has the tag
 /// `compactBase` - n.
 template <unsigned int SHIFT>
-void V_MemoryFile::writeInteger(unsigned int value, unsigned int magnitude, unsigned int longTag,
+void V_MemoryFile::writeInteger(unsigned int value, unsigned int magnitude, BasicType longTag,
                                 unsigned int compactBase) {
-    const unsigned int extraBytes = m_bTagsEnabled ? extraBytesOf<SHIFT>(magnitude) : 3;
-    const unsigned int tag = extraBytes == 3 ? longTag : compactBase - 1 - extraBytes;
-    if (!hasRoomFor(5) || m_uPosition < m_uSize || !m_bTagsEnabled) {
+    if (!m_bTagsEnabled) {
+        writeValue<4, 1>(longTag, &value);
+        return;
+    }
+    const unsigned int extraBytes = extraBytesOf<SHIFT>(magnitude);
+    const unsigned int tag = extraBytes == 3 ? +longTag : compactBase - 1 - extraBytes;
+    if (!hasRoomFor(5) || m_uPosition < m_uSize) {
         writeIntegerSlowly(value, extraBytes, tag);
         return;
     }
-    unsigned char *room = roomAhead();
+    unsigned char *room = windowAhead();
     const unsigned int end = m_uPosition + 2 + extraBytes;
     // Nothing lies behind the position yet, so all four bytes may be stored whatever the form.
     room[0] = static_cast<unsigned char>(tag);
-    std::memcpy(room + 1, &value, 4);
+    vl::copyLittleEndian<4>(room + 1, &value);
     m_uPosition = end;
 }
 
 template <class Integer>
-void V_MemoryFile::readInteger(Integer &value, unsigned int longTag, unsigned int compactBase) {
+void V_MemoryFile::readInteger(Integer &value, BasicType longTag, unsigned int compactBase) {
     constexpr bool isSigned = std::is_signed<Integer>::value;
-    const unsigned char *bytes = bytesAhead(5);
-    if (bytes && m_bTagsEnabled) {
+    if (!m_bTagsEnabled) {
+        std::uint32_t word = 0;
+        value = 0; // should the reading fail
+        readValue<4, 1>(longTag, &word);
+        value = static_cast<Integer>(word);
+        return;
+    }
+    if (const unsigned char *bytes = bytesAhead(5)) {
         // No branch depends on which of the four forms it is: that could not be predicted.
         const unsigned int tag = bytes[0];
         const std::uint32_t validTags = 1u << longTag | 7u << (compactBase - 3);
@@ -123,7 +151,7 @@ void V_MemoryFile::readInteger(Integer &value, unsigned int longTag, unsigned in
             const unsigned int size = std::min(compactBase - tag, 4u);
             const unsigned int unused = 32 - 8 * size;
             std::uint32_t word;
-            std::memcpy(&word, bytes + 1, 4);
+            vl::copyLittleEndian<4>(&word, bytes + 1);
             m_uPosition += 1 + size;
             value = static_cast<Integer>(word << unused) >> unused; // extends the sign of an int
             return;
@@ -133,26 +161,32 @@ void V_MemoryFile::readInteger(Integer &value, unsigned int longTag, unsigned in
     value = static_cast<Integer>(readIntegerSlowly(longTag, compactBase, isSigned));
 }
 
-/// Writes a string; one whose length fits a byte, as most do, straight to the buffer. From `text` on,
-/// `readable` bytes may be read, whatever they hold.
+/// Writes a string; a short one, as most are, straight to the window. From `text` on, `readable` bytes may be
+/// read, whatever they hold.
 inline void V_MemoryFile::writeText(const char *text, std::size_t length, std::size_t readable) {
     // A copy of fixed size has no branches to miss, but needs a place where it overwrites nothing.
     constexpr unsigned int blockSize = 16;
     const bool asBlock = length <= blockSize && readable >= blockSize && m_uPosition >= m_uSize;
-    const unsigned int size = asBlock ? blockSize : static_cast<unsigned int>(length);
-    if (length >= 128 || !hasRoomFor(3 + size) || !m_bTagsEnabled) {
+    const bool tags = m_bTagsEnabled;
+    const unsigned int headSize = tags ? 3 : 4;
+    const auto shortLength = static_cast<unsigned int>(length);
+    if (length >= 128 || !hasRoomFor(headSize + (asBlock ? blockSize : shortLength))) {
         writeTextSlowly(text, length);
         return;
     }
-    unsigned char *room = roomAhead();
-    const unsigned int end = m_uPosition + 3 + static_cast<unsigned int>(length);
+    unsigned char *room = windowAhead();
+    const unsigned int end = m_uPosition + headSize + shortLength;
     if (asBlock)
-        std::memcpy(room + 3, text, blockSize);
+        std::memcpy(room + headSize, text, blockSize);
     else
-        std::memmove(room + 3, text, length); // which may lie in this buffer
-    room[0] = BT_STRING;
-    room[1] = BT_INT8;
-    room[2] = static_cast<unsigned char>(length);
+        std::memmove(room + headSize, text, length); // which may lie in this buffer
+    if (tags) {
+        room[0] = BT_STRING;
+        room[1] = BT_INT8;
+        room[2] = static_cast<unsigned char>(length);
+    } else {
+        vl::copyLittleEndian<4>(room, &shortLength);
+    }
     m_uPosition = end;
 }
 
@@ -168,19 +202,25 @@ void V_MemoryFile::writeString(const String &text) {
 template <class String>
 void V_MemoryFile::readText(String &text) {
     text.clear();
-    const unsigned char *bytes = bytesAhead(3);
-    if (bytes && m_bTagsEnabled && bytes[0] == BT_STRING && bytes[1] == BT_INT8 && bytes[2] < 128 &&
-        bytesAhead(3u + bytes[2])) {
-        const unsigned int length = bytes[2];
-        const auto *characters = reinterpret_cast<const char *>(bytes + 3);
-        if (length <= 15 && bytesAhead(3 + 15)) {
-            text.assign(characters, 15); // a copy of fixed length, cut afterwards, has no branches to miss
-            text.resize(length);
-        } else {
-            text.assign(characters, length);
+    const unsigned int headSize = m_bTagsEnabled ? 3 : 4;
+    if (const unsigned char *bytes = bytesAhead(headSize)) {
+        unsigned int length = 128;
+        if (headSize == 4)
+            vl::copyLittleEndian<4>(&length, bytes);
+        else if (bytes[0] == BT_STRING && bytes[1] == BT_INT8)
+            length = bytes[2];
+        if (length < 128 && bytesAhead(headSize + length)) {
+            const auto *characters = reinterpret_cast<const char *>(bytes + headSize);
+            if (length <= 15 && bytesAhead(headSize + 15)) {
+                // A copy of fixed length, cut afterwards, has no branches to miss.
+                text.assign(characters, 15);
+                text.resize(length);
+            } else {
+                text.assign(characters, length);
+            }
+            m_uPosition += headSize + length;
+            return;
         }
-        m_uPosition += 3 + length;
-        return;
     }
     const unsigned int length = readTextLength();
     constexpr unsigned int longestUnread = 65536;
@@ -191,17 +231,19 @@ void V_MemoryFile::readText(String &text) {
 
 // ---- The operators -------------------------------------------------------------------------------------
 
-#define VL_PLAIN_VALUE(Type, Tag, Size)                                                                      \
+#define VL_PLAIN(tag, byte, name, Type, UNIT, COUNT)                                                         \
     inline V_MemoryFile &operator<<(V_MemoryFile &file, const Type &value) {                                 \
-        file.writeValue<Size>(V_MemoryFile::Tag, &reinterpret_cast<const unsigned char &>(value));           \
+        file.writeValue<UNIT, COUNT>(V_MemoryFile::tag, &reinterpret_cast<const unsigned char &>(value));    \
         return file;                                                                                         \
     }                                                                                                        \
     inline V_MemoryFile &operator>>(V_MemoryFile &file, Type &value) {                                       \
-        file.readValue<Size>(V_MemoryFile::Tag, &reinterpret_cast<unsigned char &>(value));                  \
+        file.readValue<UNIT, COUNT>(V_MemoryFile::tag, &reinterpret_cast<unsigned char &>(value));           \
         return file;                                                                                         \
     }
-VL_MEMORY_FILE_PLAIN_VALUES(VL_PLAIN_VALUE)
-#undef VL_PLAIN_VALUE
+#define VL_NOTHING(tag, byte, ...)
+VL_MEMORY_FILE_TAGS(VL_PLAIN, VL_NOTHING, VL_NOTHING)
+#undef VL_PLAIN
+#undef VL_NOTHING
 
 inline V_MemoryFile &operator<<(V_MemoryFile &file, const int &value) {
     const auto bits = static_cast<unsigned int>(value);
@@ -226,12 +268,12 @@ inline V_MemoryFile &operator<<(V_MemoryFile &file, const long &value) {
     const auto stored = static_cast<std::int32_t>(value);
     if (stored != value)
         file.refuse("write a long beyond 32 bits to");
-    file.writeValue<4>(V_MemoryFile::BT_LONG, &stored);
+    file.writeValue<4, 1>(V_MemoryFile::BT_LONG, &stored);
     return file;
 }
 inline V_MemoryFile &operator>>(V_MemoryFile &file, long &value) {
     std::int32_t stored;
-    file.readValue<4>(V_MemoryFile::BT_LONG, &stored);
+    file.readValue<4, 1>(V_MemoryFile::BT_LONG, &stored);
     value = stored;
     return file;
 }
@@ -240,24 +282,24 @@ inline V_MemoryFile &operator<<(V_MemoryFile &file, const unsigned long &value) 
     const auto stored = static_cast<std::uint32_t>(value);
     if (stored != value)
         file.refuse("write an unsigned long beyond 32 bits to");
-    file.writeValue<4>(V_MemoryFile::BT_ULONG, &stored);
+    file.writeValue<4, 1>(V_MemoryFile::BT_ULONG, &stored);
     return file;
 }
 inline V_MemoryFile &operator>>(V_MemoryFile &file, unsigned long &value) {
     std::uint32_t stored;
-    file.readValue<4>(V_MemoryFile::BT_ULONG, &stored);
+    file.readValue<4, 1>(V_MemoryFile::BT_ULONG, &stored);
     value = stored;
     return file;
 }
 
 inline V_MemoryFile &operator<<(V_MemoryFile &file, const bool &value) {
     const unsigned char stored = value ? 1 : 0;
-    file.writeValue<1>(V_MemoryFile::BT_BOOL, &stored);
+    file.writeValue<1, 1>(V_MemoryFile::BT_BOOL, &stored);
     return file;
 }
 inline V_MemoryFile &operator>>(V_MemoryFile &file, bool &value) {
     unsigned char stored;
-    file.readValue<1>(V_MemoryFile::BT_BOOL, &stored);
+    file.readValue<1, 1>(V_MemoryFile::BT_BOOL, &stored);
     value = stored != 0;
     return file;
 }
@@ -292,6 +334,3 @@ inline V_MemoryFile &operator<<(V_MemoryFile &file, const char *text) {
 /// Any other pointer would be taken for a bool.
 template <class T, std::enable_if_t<!std::is_convertible<T *, const char *>::value, int> = 0>
 V_MemoryFile &operator<<(V_MemoryFile &file, T *pointer) = delete;
-
-#undef VL_MEMORY_FILE_PLAIN_VALUES
-#undef VL_MEMORY_FILE_OTHER_VALUES

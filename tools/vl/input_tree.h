@@ -41,8 +41,8 @@ struct InputTree {
 /// hold: names that differ only in case, paths beyond 254 characters, names with a backslash, more than 99999
 /// directories, files of 4 GiB.
 InputTree listInput(const std::filesystem::path &root, const std::vector<std::string> &exclude,
-                      V_File::Method defaultMethod, const std::vector<MethodRule> &rules,
-                      const std::filesystem::path &output);
+                    V_File::Method defaultMethod, const std::vector<MethodRule> &rules,
+                    const std::filesystem::path &output);
 
 /// Whether a path below a tree, with slashes, matches a pattern as MethodRule tells.
 bool matchesPath(const std::string &pattern, const std::string &path);

@@ -16,8 +16,10 @@ class Path {
     Path() { m_strText[0] = 0; }
     Path(const Path &other) { *this = other; }
     Path &operator=(const Path &other) {
-        m_uLength = other.m_uLength;
-        std::memmove(m_strText, other.m_strText, m_uLength + 1);
+        if (this != &other) {
+            m_uLength = other.m_uLength;
+            std::memcpy(m_strText, other.m_strText, m_uLength + 1);
+        }
         return *this;
     }
 

@@ -346,7 +346,7 @@ class VL_API V_FileDirectoryChange {
   private:
     V_FileDirectoryChange(const V_FileDirectoryChange &) = delete;
     V_FileDirectoryChange &operator=(const V_FileDirectoryChange &) = delete;
-    void initializeMembers();
+    VL_LOCAL void initializeMembers();
 
     V_String m_strPrevious;
     bool m_bConstructed;

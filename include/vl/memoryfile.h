@@ -250,19 +250,19 @@ class VL_API V_MemoryFile {
     class Streamed;
 
     // Construction (memoryfile/construction.cpp)
-    void startOver();
-    void become(const Kind &kind);
-    void loadFile(AccessMethod method);
-    bool ownsBytes(const void *data) const;
-    void constructRegion(const V_FileStream &stream, unsigned int offset, unsigned int size);
+    VL_LOCAL void startOver();
+    VL_LOCAL void become(const Kind &kind);
+    VL_LOCAL void loadFile(AccessMethod method);
+    VL_LOCAL bool ownsBytes(const void *data) const;
+    VL_LOCAL void constructRegion(const V_FileStream &stream, unsigned int offset, unsigned int size);
 
     // Bytes (memoryfile/memoryfile.cpp)
     [[noreturn]] void refuse(const char *action) const;
     void writeTogether(const void *head, unsigned int headSize, const void *data, unsigned int size);
-    void put(const void *head, unsigned int headSize, const void *data, unsigned int size);
-    void grow(std::uint64_t size);
-    void updateRoom();
-    const void *allBytes(const char *action) const;
+    VL_LOCAL void put(const void *head, unsigned int headSize, const void *data, unsigned int size);
+    VL_LOCAL void grow(std::uint64_t size);
+    VL_LOCAL void updateRoom();
+    VL_LOCAL const void *allBytes(const char *action) const;
 
     // Tagged values (memoryfile/tagged_values.cpp)
     void writeIntegerSlowly(unsigned int value, unsigned int extraBytes, unsigned int tag);
@@ -271,9 +271,9 @@ class VL_API V_MemoryFile {
     unsigned int readTextLength();
 
     // Chunks (memoryfile/chunks.cpp)
-    bool readChunkHeader(ChunkHeader &header, bool required);
-    bool chunkReachesBeyondEnd(const ChunkHeader &header) const;
-    void buildChunk(Chunk &chunk, const ChunkHeader &header);
+    VL_LOCAL bool readChunkHeader(ChunkHeader &header, bool required);
+    VL_LOCAL bool chunkReachesBeyondEnd(const ChunkHeader &header) const;
+    VL_LOCAL void buildChunk(Chunk &chunk, const ChunkHeader &header);
 
     // The short way of the operators (vl/memoryfile/operators.h): straight to the window.
     bool hasRoomFor(unsigned int count) const;
@@ -354,11 +354,11 @@ class VL_API V_MemoryFile::Chunk {
   private:
     friend class V_MemoryFile;
 
-    void construct(const void *data, unsigned int size, const ChunkHeader &header);
-    void construct(const V_FileStream &stream, unsigned int offset, unsigned int size,
-                   const ChunkHeader &header);
-    void take(const ChunkHeader &header);
-    void reset();
+    VL_LOCAL void construct(const void *data, unsigned int size, const ChunkHeader &header);
+    VL_LOCAL void construct(const V_FileStream &stream, unsigned int offset, unsigned int size,
+                            const ChunkHeader &header);
+    VL_LOCAL void take(const ChunkHeader &header);
+    VL_LOCAL void reset();
 
     unsigned int m_uID = 0;
     unsigned int m_uVersion = 0;

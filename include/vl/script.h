@@ -206,19 +206,19 @@ class VL_API V_Script {
     V_Script(const V_Script &) = delete;
     V_Script &operator=(const V_Script &) = delete;
 
-    static bool lwrstrequal(const char *scriptText, const char *name);
-    static bool blkstrequal(const char *blockName, const char *pattern);
-    ScriptBlock *findBlock(unsigned int index) const;
-    ScriptBlock *findNthBlock(const char *name, unsigned int index) const;
+    VL_LOCAL static bool lwrstrequal(const char *scriptText, const char *name);
+    VL_LOCAL static bool blkstrequal(const char *blockName, const char *pattern);
+    VL_LOCAL ScriptBlock *findBlock(unsigned int index) const;
+    VL_LOCAL ScriptBlock *findNthBlock(const char *name, unsigned int index) const;
 
-    bool isNumber(char c) const;
-    bool isText(char c) const;
-    bool isFloat(char c) const;
-    bool isHex(char c) const;
-    bool convert(const char *text, const Format &format, void *destination) const;
-    bool convertInteger(const char *&text, char letter, void *destination) const;
-    bool convertHex(const char *&text, void *destination) const;
-    bool convertFloat(const char *&text, void *destination) const;
+    VL_LOCAL bool isNumber(char c) const;
+    VL_LOCAL bool isText(char c) const;
+    VL_LOCAL bool isFloat(char c) const;
+    VL_LOCAL bool isHex(char c) const;
+    VL_LOCAL bool convert(const char *text, const Format &format, void *destination) const;
+    VL_LOCAL bool convertInteger(const char *&text, char letter, void *destination) const;
+    VL_LOCAL bool convertHex(const char *&text, void *destination) const;
+    VL_LOCAL bool convertFloat(const char *&text, void *destination) const;
 
     static bool sm_bIgnoreUnknownVariables;
 

@@ -172,42 +172,42 @@ class VL_API V_Profile {
 
   protected:
     /// The first entry of a name, null when there is none.
-    static V_PENTRY *find(const char *name);
+    VL_LOCAL static V_PENTRY *find(const char *name);
 
     /// Finds or creates an entry and opens an instance of it. Throws V_MemoryException_Allocation.
-    static V_PENTRY *insert(const char *name);
+    VL_LOCAL static V_PENTRY *insert(const char *name);
 
     /// Computes the figures of the record that depend on the frame's length; nothing while a frame runs.
-    static void calcPercentage(V_PENTRY *entry);
-    static void clearEntry(V_PENTRY *entry);
+    VL_LOCAL static void calcPercentage(V_PENTRY *entry);
+    VL_LOCAL static void clearEntry(V_PENTRY *entry);
 
     /// Total inclusive time of a section in ticks; 0 when there is none.
     static double getCycleCount(const char *name);
 
     /// The two clocks: the time-stamp counter, and the age of the system object for processors without one
     /// (0 without the system object). calcDiff is end - start; calcCycles is a difference as a number.
-    static void readTickCount(V_PTICK *tick);
-    static void readCyrixCount(V_PTICK *tick);
-    static void calcDiff(V_PTICK *result, V_PTICK *start, V_PTICK *end);
-    static void calcCyrixDiff(V_PTICK *result, V_PTICK *start, V_PTICK *end);
-    static double calcCycles(V_PTICK *tick);
-    static double calcCyrixCycles(V_PTICK *tick);
+    VL_LOCAL static void readTickCount(V_PTICK *tick);
+    VL_LOCAL static void readCyrixCount(V_PTICK *tick);
+    VL_LOCAL static void calcDiff(V_PTICK *result, V_PTICK *start, V_PTICK *end);
+    VL_LOCAL static void calcCyrixDiff(V_PTICK *result, V_PTICK *start, V_PTICK *end);
+    VL_LOCAL static double calcCycles(V_PTICK *tick);
+    VL_LOCAL static double calcCyrixCycles(V_PTICK *tick);
 
   private:
     friend class V_System;
     friend class V_ProfileTrace;
     friend VL_API void V_writeProfileTable(std::ostream &out);
 
-    static void readClock(V_PTICK *tick);
-    static double takeDifference(V_PTICK *result, V_PTICK *start, V_PTICK *end);
-    static double ticksBetween(V_PTICK *start, V_PTICK *end);
-    static double ticksPerSecond(); ///< 0 while the clock rate is not measured
+    VL_LOCAL static void readClock(V_PTICK *tick);
+    VL_LOCAL static double takeDifference(V_PTICK *result, V_PTICK *start, V_PTICK *end);
+    VL_LOCAL static double ticksBetween(V_PTICK *start, V_PTICK *end);
+    VL_LOCAL static double ticksPerSecond(); ///< 0 while the clock rate is not measured
 
-    static V_PENTRY *create(const char *name);
+    VL_LOCAL static V_PENTRY *create(const char *name);
     void begin(const char *name);
     void end() noexcept;
-    void record(double ticks, int allocations, int releases) noexcept;
-    static void discardOpenInstances();
+    VL_LOCAL void record(double ticks, int allocations, int releases) noexcept;
+    VL_LOCAL static void discardOpenInstances();
 
     V_PENTRY *m_pParent = nullptr; ///< innermost open entry when this one began, may be null
     V_PENTRY *m_pEntry = nullptr;

@@ -180,16 +180,16 @@ class VL_API V_System {
     explicit V_System(const char *verboseFileName);
     ~V_System();
 
-    void deinits();
-    void free(DEINIT *record);
-    void fixVerboseFile();
-    [[noreturn]] void terminate();
+    VL_LOCAL void deinits();
+    VL_LOCAL void free(DEINIT *record);
+    VL_LOCAL void fixVerboseFile();
+    [[noreturn]] VL_LOCAL void terminate();
 
-    void determineProcessorCaps();
-    void determineProcessorSpeed();
-    double processorSpeedTest();
+    VL_LOCAL void determineProcessorCaps();
+    VL_LOCAL void determineProcessorSpeed();
+    VL_LOCAL double processorSpeedTest();
     int processorSpeedDetermined() const { return m_bProcessorSpeedDetermined; }
-    void startPerformanceTimer();
+    VL_LOCAL void startPerformanceTimer();
 
     std::mutex m_hMutex; ///< serialises V_STR
     std::ofstream m_verboseStream;

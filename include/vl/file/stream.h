@@ -113,24 +113,24 @@ class VL_API V_FileStream {
     V_FileStream() = default;
 
     /// Opens a file that was looked up, as the public constructor does it. Throws the same.
-    V_FileStream(const char *name, const vl::Lookup &lookup, vl::FoundFile &&found, int bufferSize);
+    VL_LOCAL V_FileStream(const char *name, const vl::Lookup &lookup, vl::FoundFile &&found, int bufferSize);
 
     /// Whether it reads a compressed entry of an archive.
     bool isCompressed() const { return shared && shared->compressed; }
 
     /// Delivers all of a compressed entry, wherever the stream stands, and leaves it there. Throws as read.
-    void readWhole(void *out);
+    VL_LOCAL void readWhole(void *out);
 
     /// The position that a seek leads to, cut to the stream.
-    unsigned int target(unsigned int offset, SeekMode mode) const;
+    VL_LOCAL unsigned int target(unsigned int offset, SeekMode mode) const;
     /// Covers a region of `source`, cut to it.
-    void cover(const V_FileStream &source, int offset, int size);
-    void cover(const V_FileStream &source, Region region);
-    void release();
+    VL_LOCAL void cover(const V_FileStream &source, int offset, int size);
+    VL_LOCAL void cover(const V_FileStream &source, Region region);
+    VL_LOCAL void release();
 
     /// Making and freeing what the streams over one file share.
-    static Shared *newShared(const char *name, const char *sourcePath);
-    static void deleteShared(Shared *state);
+    VL_LOCAL static Shared *newShared(const char *name, const char *sourcePath);
+    VL_LOCAL static void deleteShared(Shared *state);
 
     unsigned int start = 0;    ///< where in the file the stream begins
     unsigned int position = 0; ///< where in the file it stands
@@ -138,14 +138,14 @@ class VL_API V_FileStream {
     Shared *shared = nullptr;  ///< null while it covers nothing
 
   private:
-    void open(const char *name, const vl::Lookup &lookup, vl::FoundFile &&found, int bufferSize);
-    void openEntry(const vl::FoundFile &found, unsigned int bufferSize);
-    void allocateBuffer(unsigned int size);
-    void share(const V_FileStream &source);
+    VL_LOCAL void open(const char *name, const vl::Lookup &lookup, vl::FoundFile &&found, int bufferSize);
+    VL_LOCAL void openEntry(const vl::FoundFile &found, unsigned int bufferSize);
+    VL_LOCAL void allocateBuffer(unsigned int size);
+    VL_LOCAL void share(const V_FileStream &source);
     unsigned int readSlowly(void *out, unsigned int n);
-    void takeOver();
-    void pointInto(unsigned int place);
-    void fill();
+    VL_LOCAL void takeOver();
+    VL_LOCAL void pointInto(unsigned int place);
+    VL_LOCAL void fill();
 };
 
 /// Reads whole sectors past the system's cache: a file on disk, or an archive entry that is stored as it is.
@@ -169,9 +169,9 @@ class VL_API V_UnbufferedFileStream : public V_FileStream {
 
   private:
     V_UnbufferedFileStream() = default;
-    void openEntry(const char *name, vl::Lookup &lookup);
-    void allocateBlock();
-    void moveTo(unsigned int newPosition);
+    VL_LOCAL void openEntry(const char *name, vl::Lookup &lookup);
+    VL_LOCAL void allocateBlock();
+    VL_LOCAL void moveTo(unsigned int newPosition);
 
     vl::platform::UnbufferedFile *handle = nullptr;
     unsigned int sectorSize = 0;

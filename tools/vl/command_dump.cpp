@@ -4,8 +4,7 @@
 //
 //   chunk    offset, chunk, version, size, items
 //   value    offset, type, value: what is printed, as JSON has it; numbers in the fewest digits that read
-//   back
-//            as the same value of their type, what is not finite as "nan", "inf" or "-inf"
+//            back as the same value of their type, what is not finite as "nan", "inf" or "-inf"
 //   bytes    offset, bytes (as hex), untagged or (below damage) rest
 //   damage   offset, damage: what is wrong there
 //
@@ -32,6 +31,7 @@
 #include <iterator>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 
 using json = nlohmann::ordered_json;
 
@@ -39,7 +39,7 @@ namespace {
 
 /// Chunks nested deeper are not looked into; no writer nests so deep, but a damaged file might.
 constexpr int deepest = 100;
-constexpr unsigned int chunkHeaderSize = 13;
+constexpr unsigned int chunkHeaderSize = V_MemoryFile::CHUNK_HEADER_SIZE;
 
 struct DumpOptions {
     std::string file, archive;
@@ -88,9 +88,10 @@ class Dumper {
     static constexpr const char *noTag = "no tag of a value";
 
     unsigned char byteAt(unsigned int offset) const { return static_cast<unsigned char>(m_bytes[offset]); }
-    unsigned int fieldAt(unsigned int offset) const {
-        return byteAt(offset) | byteAt(offset + 1) << 8 | byteAt(offset + 2) << 16 |
-               static_cast<unsigned int>(byteAt(offset + 3)) << 24;
+    V_MemoryFile::ChunkHeader headerAt(unsigned int offset) const {
+        V_MemoryFile::ChunkHeader header;
+        vl::copyLittleEndian<4, 3>(&header, m_bytes.data() + offset + 1);
+        return header;
     }
 
     std::string hex(unsigned int begin, unsigned int end) const {
@@ -110,10 +111,12 @@ class Dumper {
 
     /// Without tags a marker alone says little; a size that fits as well decides.
     bool looksLikeChunk(unsigned int position, unsigned int end) const {
-        if (!m_bUntagged)
+        if (byteAt(position) != V_MemoryFile::BT_CHUNK || !m_bUntagged)
             return byteAt(position) == V_MemoryFile::BT_CHUNK;
-        return byteAt(position) == V_MemoryFile::BT_CHUNK && end - position >= chunkHeaderSize &&
-               fieldAt(position + 9) >= chunkHeaderSize && fieldAt(position + 9) <= end - position;
+        return end - position >= chunkHeaderSize && sizeFits(headerAt(position), position, end);
+    }
+    static bool sizeFits(const V_MemoryFile::ChunkHeader &header, unsigned int position, unsigned int end) {
+        return header.size >= chunkHeaderSize && header.size <= end - position;
     }
 
     /// Adds the chunk at `position` and returns where it ends.
@@ -123,19 +126,19 @@ class Dumper {
             result.push_back({{"offset", position}, {"bytes", hex(position, end)}, {"rest", true}});
             return end;
         }
-        const unsigned int size = fieldAt(position + 9);
-        unsigned int chunkEnd = position + size;
+        const V_MemoryFile::ChunkHeader header = headerAt(position);
+        const unsigned int payload = position + chunkHeaderSize;
+        unsigned int chunkEnd = position + header.size;
         json chunk = {{"offset", position},
-                      {"chunk", fieldAt(position + 1)},
-                      {"version", fieldAt(position + 5)},
-                      {"size", size}};
-        if (size < chunkHeaderSize || size > end - position) {
+                      {"chunk", header.identifier},
+                      {"version", header.version},
+                      {"size", header.size}};
+        if (!sizeFits(header, position, end)) {
             // Whatever its size should be, its payload begins behind the header and ends with its parent.
-            addDamage(result, position + 9,
-                      size == 0 ? "chunk that was never closed" : "chunk size that does not fit");
+            addDamage(result, payload - 4,
+                      header.size == 0 ? "chunk that was never closed" : "chunk size that does not fit");
             chunkEnd = end;
         }
-        const unsigned int payload = position + chunkHeaderSize;
         if (depth == deepest) {
             addDamage(result, position, "chunks nested too deep");
             chunk["items"] =
@@ -183,70 +186,38 @@ class Dumper {
         return text.find_first_of(".e") == text.npos ? text + ".0" : text; // never taken for an integer
     }
 
-    template <class Block>
-    static std::string floats(V_MemoryFile &file) {
-        const Block block = read<Block>(file);
-        float values[sizeof(Block) / sizeof(float)];
-        std::memcpy(values, &block, sizeof block);
-        std::string result;
-        for (const float value : values)
-            result += (result.empty() ? "[" : ",") + number(value);
-        return result + "]";
+    template <class T>
+    static std::string shown(const T &value) {
+        if constexpr (std::is_same_v<T, bool>) {
+            return value ? "true" : "false";
+        } else if constexpr (std::is_integral_v<T>) {
+            return std::to_string(value);
+        } else if constexpr (std::is_floating_point_v<T>) {
+            return number(value);
+        } else if constexpr (std::is_same_v<T, M_Float16>) {
+            return number(static_cast<float>(value));
+        } else if constexpr (std::is_same_v<T, V_String>) {
+            return compact(std::string(value.data(), value.size()));
+        } else { // a block of floats
+            float floats[sizeof value / sizeof(float)];
+            std::memcpy(floats, &value, sizeof value);
+            std::string result;
+            for (const float each : floats)
+                result += (result.empty() ? "[" : ",") + number(each);
+            return result + "]";
+        }
     }
 
     /// The value at the position, and the name of its type; no type when the tag is none of a value.
     static std::string readValue(V_MemoryFile &file, unsigned char tag, const char *&type) {
         switch (tag) {
-        case V_MemoryFile::BT_LONG:
-            return type = "long", std::to_string(read<long>(file));
-        case V_MemoryFile::BT_ULONG:
-            return type = "unsigned long", std::to_string(read<unsigned long>(file));
-        case V_MemoryFile::BT_INT:
-        case V_MemoryFile::BT_INT24:
-        case V_MemoryFile::BT_INT16:
-        case V_MemoryFile::BT_INT8:
-            return type = "int", std::to_string(read<int>(file));
-        case V_MemoryFile::BT_UINT:
-        case V_MemoryFile::BT_UINT24:
-        case V_MemoryFile::BT_UINT16:
-        case V_MemoryFile::BT_UINT8:
-            return type = "unsigned int", std::to_string(read<unsigned int>(file));
-        case V_MemoryFile::BT_SHORT:
-            return type = "short", std::to_string(read<short>(file));
-        case V_MemoryFile::BT_USHORT:
-            return type = "unsigned short", std::to_string(read<unsigned short>(file));
-        case V_MemoryFile::BT_CHAR:
-            return type = "char", std::to_string(read<char>(file));
-        case V_MemoryFile::BT_SCHAR:
-            return type = "signed char", std::to_string(read<signed char>(file));
-        case V_MemoryFile::BT_UCHAR:
-            return type = "unsigned char", std::to_string(read<unsigned char>(file));
-        case V_MemoryFile::BT_FLOAT:
-            return type = "float", number(read<float>(file));
-        case V_MemoryFile::BT_DOUBLE:
-            return type = "double", number(read<double>(file));
-        case V_MemoryFile::BT_STRING: {
-            const V_String text = read<V_String>(file);
-            return type = "string", compact(std::string(text.data(), text.size()));
-        }
-        case V_MemoryFile::BT_BOOL:
-            return type = "bool", read<bool>(file) ? "true" : "false";
-        case V_MemoryFile::BT_VECTOR2:
-            return type = "vector2", floats<M_Vector2Template<float>>(file);
-        case V_MemoryFile::BT_VECTOR3:
-            return type = "vector3", floats<M_Vector3Template<float>>(file);
-        case V_MemoryFile::BT_VECTOR4:
-            return type = "vector4", floats<M_Vector4Template<float>>(file);
-        case V_MemoryFile::BT_MATRIX2:
-            return type = "matrix2", floats<M_Matrix2Template<float>>(file);
-        case V_MemoryFile::BT_MATRIX3:
-            return type = "matrix3", floats<M_Matrix3Template<float>>(file);
-        case V_MemoryFile::BT_MATRIX4X3:
-            return type = "matrix4x3", floats<M_Matrix4x3Template<float>>(file);
-        case V_MemoryFile::BT_MATRIX4:
-            return type = "matrix4", floats<M_Matrix4Template<float>>(file);
-        case V_MemoryFile::BT_FLOAT16:
-            return type = "float16", number(static_cast<float>(read<M_Float16>(file)));
+#define VL_VALUE(tag, byte, name, Type, ...)                                                                 \
+    case byte:                                                                                               \
+        return type = name, shown(read<Type>(file));
+#define VL_NO_VALUE(tag, byte)
+            VL_MEMORY_FILE_TAGS(VL_VALUE, VL_VALUE, VL_NO_VALUE)
+#undef VL_VALUE
+#undef VL_NO_VALUE
         default:
             return {};
         }

@@ -66,7 +66,7 @@ V_MemoryFile::~V_MemoryFile() { destruct(); }
 void V_MemoryFile::initializeMembers() {
     m_bConstructed = false;
     m_bOwnsData = false;
-    m_pData = nullptr;
+    setWindow(nullptr, 0, 0);
     m_uSize = 0;
     m_uCapacity = 0;
     m_iAllocated = 0;
@@ -76,8 +76,6 @@ void V_MemoryFile::initializeMembers() {
     m_pStream = nullptr;
     m_uPosition = 0;
     m_pOutFile = nullptr;
-    m_uFlushed = 0;
-    m_uReadEnd = 0;
     m_uRoomEnd = 0;
     m_pKind = &Unbuilt::kind;
     m_chunkStack.clear();
@@ -172,9 +170,8 @@ void V_MemoryFile::loadFile(AccessMethod method) {
         return;
     }
     const vl::WholeFile file(std::move(found), lookup.path());
-    m_pData = vl::newBlock(m_uSize).release();
+    setWindow(vl::newBlock(m_uSize).release(), 0, m_uSize);
     m_iAllocated = static_cast<int>(m_uSize);
-    m_uReadEnd = m_uSize;
     if (!file.read(m_pData, m_uSize))
         V_throw(V_FileException_UnableToReadData(lookup.diskPath()));
 }
@@ -191,9 +188,9 @@ void V_MemoryFile::construct(const void *data, unsigned int size, bool copy) {
     startOver();
     become(Held::kind);
     m_bOwnsData = block != nullptr;
-    m_pData = block ? block.release() : static_cast<unsigned char *>(const_cast<void *>(data));
+    setWindow(block ? block.release() : static_cast<unsigned char *>(const_cast<void *>(data)), 0, size);
     m_iAllocated = static_cast<int>(std::clamp(size, 1u, vl::largestBlock));
-    m_uSize = m_uReadEnd = size;
+    m_uSize = size;
 }
 
 void V_MemoryFile::construct(const V_FileStream &stream, int offset, int size) {
@@ -246,11 +243,10 @@ void V_MemoryFile::construct(const V_MemoryFile &other) {
     m_bTagsEnabled = other.m_bTagsEnabled;
     if (stream) {
         m_pStream = stream.release();
-        m_uFlushed = m_uReadEnd = m_uPosition;
+        setWindow(nullptr, m_uPosition, m_uPosition);
     } else {
         m_iAllocated = block ? static_cast<int>(m_uSize) : other.m_iAllocated;
-        m_pData = block ? block.release() : other.m_pData;
-        m_uReadEnd = m_uSize;
+        setWindow(block ? block.release() : other.m_pData, 0, m_uSize);
         m_uRoomEnd = std::min(other.m_uRoomEnd, m_uSize);
     }
 }

@@ -111,6 +111,7 @@ class V_MemoryFile::WrittenThrough final : public Kind {
   private:
     static void writePiece(V_MemoryFile &file, const void *data, unsigned int size);
     static void flush(V_MemoryFile &file);
+    static void emptyWindow(V_MemoryFile &file);
     static void writeToDisk(V_MemoryFile &file, const void *data, unsigned int count);
     [[noreturn]] static void fail(V_MemoryFile &file);
 };

@@ -47,9 +47,8 @@ void V_MemoryFile::read(void *destination, int count) {
     if (count < 0)
         refuse("read a negative number of bytes from");
     const auto size = static_cast<unsigned int>(count);
-    const unsigned char *const bytes = size == 0 ? nullptr : bytesAhead(size);
-    if (bytes) {
-        std::memmove(destination, bytes, size);
+    if (size != 0 && isAhead(size)) {
+        std::memmove(destination, windowAhead(), size);
         m_uPosition += size;
     } else {
         m_pKind->read(*this, destination, size);
@@ -82,6 +81,14 @@ void V_MemoryFile::put(const void *head, unsigned int headSize, const void *data
     m_uPosition += headSize + size;
 }
 
+/// The window begins at the position `begin`, which lies at `data`, and is read up to `readEnd`.
+void V_MemoryFile::setWindow(unsigned char *data, unsigned int begin, unsigned int readEnd) {
+    m_pData = data;
+    m_uOrigin = reinterpret_cast<std::uintptr_t>(data) - begin;
+    m_uFlushed = begin;
+    m_uReadEnd = readEnd;
+}
+
 /// Enlarges the buffer to at least `size` bytes, doubling the capacity.
 void V_MemoryFile::grow(std::uint64_t size) {
     if (size > vl::largestBlock)
@@ -90,7 +97,8 @@ void V_MemoryFile::grow(std::uint64_t size) {
     while (capacity < size)
         capacity *= 2;
     capacity = std::min<std::uint64_t>(capacity, vl::largestBlock);
-    m_pData = static_cast<unsigned char *>(V_REALLOCATE(m_pData, m_iAllocated, static_cast<int>(capacity)));
+    void *const data = V_REALLOCATE(m_pData, m_iAllocated, static_cast<int>(capacity));
+    setWindow(static_cast<unsigned char *>(data), m_uFlushed, m_uReadEnd);
     m_iAllocated = static_cast<int>(capacity);
     m_uCapacity = static_cast<unsigned int>(capacity);
     updateRoom();

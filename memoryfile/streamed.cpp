@@ -17,7 +17,7 @@ constexpr unsigned int windowSize = 16384;
 
 void V_MemoryFile::Streamed::moveTo(V_MemoryFile &file, unsigned int place) const {
     if (place < file.m_uFlushed || place > file.m_uReadEnd)
-        file.m_uFlushed = file.m_uReadEnd = place;
+        file.setWindow(file.m_pData, place, place);
     file.m_uPosition = place;
 }
 
@@ -40,7 +40,7 @@ void V_MemoryFile::Streamed::read(V_MemoryFile &file, void *destination, unsigne
         const unsigned int held = file.m_uReadEnd - file.m_uPosition;
         file.m_pStream->read(to + held, count - held);
         V_Memory::copy(to, file.windowAhead(), held);
-        file.m_uFlushed = file.m_uReadEnd = file.m_uPosition + count;
+        file.setWindow(file.m_pData, file.m_uPosition + count, file.m_uPosition + count);
     }
     file.m_uPosition += count;
 }
@@ -48,13 +48,15 @@ void V_MemoryFile::Streamed::read(V_MemoryFile &file, void *destination, unsigne
 /// Moves the window to the position; what it held from there on stays in it.
 void V_MemoryFile::Streamed::fill(V_MemoryFile &file) {
     const unsigned int room = std::min(windowSize, file.m_uSize);
-    if (!file.m_pData) {
-        file.m_pData = vl::newBlock(room).release();
-        file.m_iAllocated = static_cast<int>(room);
-    }
     const unsigned int held = file.m_uReadEnd - file.m_uPosition;
-    std::memmove(file.m_pData, file.windowAhead(), held);
-    file.m_uFlushed = file.m_uPosition;
+    unsigned char *data = file.m_pData;
+    if (!data) {
+        data = vl::newBlock(room).release();
+        file.m_iAllocated = static_cast<int>(room);
+    } else if (held != 0) {
+        std::memmove(data, file.windowAhead(), held);
+    }
+    file.setWindow(data, file.m_uPosition, file.m_uReadEnd);
     file.m_uReadEnd += file.m_pStream->read(file.m_pData + held, room - held);
 }
 
@@ -65,10 +67,8 @@ void V_MemoryFile::Streamed::loadWhole(V_MemoryFile &file) {
     vl::deleteCounted(file.m_pStream);
     V_REALLOCATE_DELETE(file.m_pData);
     file.m_pStream = nullptr;
-    file.m_pData = block.release();
+    file.setWindow(block.release(), 0, file.m_uSize);
     file.m_iAllocated = static_cast<int>(file.m_uSize);
-    file.m_uFlushed = 0;
-    file.m_uReadEnd = file.m_uSize;
     file.m_eAccessMethod = AM_MEMORY;
     file.m_pKind = &Held::kind;
 }

@@ -50,14 +50,18 @@ void V_MemoryFile::WrittenThrough::writePiece(V_MemoryFile &file, const void *da
     } else {
         writeToDisk(file, data, size);
         file.m_uPosition += size;
-        file.m_uFlushed = file.m_uPosition;
-        file.updateRoom();
+        emptyWindow(file);
     }
 }
 
 void V_MemoryFile::WrittenThrough::flush(V_MemoryFile &file) {
     writeToDisk(file, file.m_pData, file.m_uPosition - file.m_uFlushed);
-    file.m_uFlushed = file.m_uPosition;
+    emptyWindow(file);
+}
+
+/// All before the position is on disk.
+void V_MemoryFile::WrittenThrough::emptyWindow(V_MemoryFile &file) {
+    file.setWindow(file.m_pData, file.m_uPosition, 0);
     file.updateRoom();
 }
 

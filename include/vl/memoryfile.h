@@ -260,6 +260,7 @@ class VL_API V_MemoryFile {
     [[noreturn]] void refuse(const char *action) const;
     void writeTogether(const void *head, unsigned int headSize, const void *data, unsigned int size);
     VL_LOCAL void put(const void *head, unsigned int headSize, const void *data, unsigned int size);
+    VL_LOCAL void setWindow(unsigned char *data, unsigned int begin, unsigned int readEnd);
     VL_LOCAL void grow(std::uint64_t size);
     VL_LOCAL void updateRoom();
     VL_LOCAL const void *allBytes(const char *action) const;
@@ -277,12 +278,13 @@ class VL_API V_MemoryFile {
 
     // The short way of the operators (vl/memoryfile/operators.h): straight to the window.
     bool hasRoomFor(unsigned int count) const;
-    unsigned char *windowAhead() const { return m_pData + (m_uPosition - m_uFlushed); }
-    const unsigned char *bytesAhead(unsigned int count) const;
+    unsigned char *windowAhead() const { return reinterpret_cast<unsigned char *>(m_uOrigin + m_uPosition); }
+    bool isAhead(unsigned int count) const;
     template <unsigned int UNIT, unsigned int COUNT>
     void writeValue(BasicType type, const void *data);
     template <unsigned int UNIT, unsigned int COUNT>
     void readValue(BasicType type, void *data);
+    static constexpr unsigned int SHORT_TEXT_TAGS = BT_STRING | BT_INT8 << 8; ///< low byte first
     template <unsigned int SHIFT>
     static unsigned int extraBytesOf(unsigned int magnitude);
     template <unsigned int SHIFT>
@@ -290,6 +292,8 @@ class VL_API V_MemoryFile {
                       unsigned int compactBase);
     template <class Integer>
     void readInteger(Integer &value, BasicType longTag, unsigned int compactBase);
+    template <bool TAGS>
+    void writeText(const char *text, std::size_t length, std::size_t readable);
     void writeText(const char *text, std::size_t length, std::size_t readable);
     template <class String>
     void writeString(const String &text);
@@ -315,8 +319,9 @@ class VL_API V_MemoryFile {
     unsigned int m_uFlushed; ///< the position at which the window begins; 0 for a file in memory
     std::vector<unsigned int, V_Allocator<unsigned int>> m_chunkStack; ///< starts of the open chunks
     bool m_bWriteFailed = false;
-    unsigned int m_uReadEnd; ///< the position up to which the window is read
-    unsigned int m_uRoomEnd; ///< the position up to which the window takes what is written
+    std::uintptr_t m_uOrigin; ///< the address of position 0, were all bytes before the window there, too
+    unsigned int m_uReadEnd;  ///< the position up to which the window is read
+    unsigned int m_uRoomEnd;  ///< the position up to which the window takes what is written
     const Kind *m_pKind;
 
     static AccessMethod sm_eDefaultAccessMethod;

@@ -207,7 +207,7 @@ class Dumper {
 
     /// The value at the position, and the name of its type; no type when the tag is none of a value.
     static std::string readValue(V_MemoryFile &file, unsigned char tag, const char *&type) {
-        switch (tag) {
+        switch (tag) { // NOLINT(bugprone-branch-clone): several tags are forms of one type
 #define VALUE(tag, byte, name, Type, ...)                                                                    \
     case byte:                                                                                               \
         return type = name, shown(read<Type>(file));

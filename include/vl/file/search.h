@@ -32,30 +32,39 @@ class VL_API V_FileSearch {
     /// places is given for each. Valid until the next call. Throws V_MemoryException_Allocation.
     const char *next();
 
-    /// Goes over the names that next has not given yet.
+    /// Goes over the names that next has not given yet: an input iterator.
     class Iterator {
       public:
+        /// What the standard library asks of an iterator.
         using iterator_category = std::input_iterator_tag;
-        using value_type = const char *;
-        using difference_type = std::ptrdiff_t;
-        using pointer = const value_type *;
-        using reference = value_type;
+        using value_type = const char *;        ///< a name
+        using difference_type = std::ptrdiff_t; ///< of no use
+        using pointer = const value_type *;     ///< likewise
+        using reference = value_type;           ///< a name
 
-        Iterator() = default; ///< the end
+        /// The end.
+        Iterator() = default;
+        /// The next name of a search.
         explicit Iterator(V_FileSearch &search) : m_pSearch(&search), m_pName(search.next()) {}
+        /// The name, valid until the iterator moves on.
         const char *operator*() const { return m_pName; }
+        /// Moves on to the next name. Throws as next.
         Iterator &operator++() {
             m_pName = m_pSearch->next();
             return *this;
         }
+        /// Equal at the end, or at the same name of the same search.
         bool operator==(const Iterator &other) const { return m_pName == other.m_pName; }
+        /// The reverse.
         bool operator!=(const Iterator &other) const { return m_pName != other.m_pName; }
 
       private:
         V_FileSearch *m_pSearch = nullptr;
         const char *m_pName = nullptr;
     };
+    /// For range-for: from the next name on, to the last. Throws as next.
     Iterator begin() { return Iterator(*this); }
+    /// The end.
     Iterator end() { return {}; }
 
   private:

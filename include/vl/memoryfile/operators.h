@@ -63,9 +63,9 @@ inline bool V_MemoryFile::hasRoomFor(unsigned int count) const {
     return std::uint64_t{m_uPosition} + count <= m_uRoomEnd;
 }
 
-/// The `count` bytes at the position; null when they are not all in the window.
-inline const unsigned char *V_MemoryFile::bytesAhead(unsigned int count) const {
-    return std::uint64_t{m_uPosition} + count <= m_uReadEnd ? windowAhead() : nullptr;
+/// Whether the window holds the `count` bytes at the position.
+inline bool V_MemoryFile::isAhead(unsigned int count) const {
+    return std::uint64_t{m_uPosition} + count <= m_uReadEnd;
 }
 
 template <unsigned int UNIT, unsigned int COUNT>
@@ -92,15 +92,17 @@ template <unsigned int UNIT, unsigned int COUNT>
 void V_MemoryFile::readValue(BasicType type, void *data) {
     constexpr unsigned int size = UNIT * COUNT;
     const unsigned int tagSize = m_bTagsEnabled ? 1 : 0;
-    const unsigned char *bytes = bytesAhead(tagSize + size);
-    if (bytes && (tagSize == 0 || bytes[0] == type)) {
+    const unsigned char *bytes = windowAhead();
+    unsigned int position = m_uPosition + tagSize + size;
+    if (isAhead(tagSize + size) && (tagSize == 0 || bytes[0] == type)) {
         vl::copyLittleEndian<UNIT, COUNT>(data, bytes + tagSize);
-        m_uPosition += tagSize + size;
-        return;
+    } else {
+        unsigned char copy[size];
+        readTagged(type, copy, size);
+        vl::copyLittleEndian<UNIT, COUNT>(data, copy);
+        position = m_uPosition;
     }
-    unsigned char copy[size];
-    readTagged(type, copy, size);
-    vl::copyLittleEndian<UNIT, COUNT>(data, copy);
+    m_uPosition = position; // on both ways, as above
 }
 
 /// The bytes beyond the first that a magnitude needs, of which the first byte holds SHIFT bits.
@@ -136,58 +138,64 @@ void V_MemoryFile::writeInteger(unsigned int value, unsigned int magnitude, Basi
 template <class Integer>
 void V_MemoryFile::readInteger(Integer &value, BasicType longTag, unsigned int compactBase) {
     constexpr bool isSigned = std::is_signed<Integer>::value;
+    std::uint32_t word = 0;
     if (!m_bTagsEnabled) {
-        std::uint32_t word = 0;
         value = 0; // should the reading fail
         readValue<4, 1>(longTag, &word);
         value = static_cast<Integer>(word);
         return;
     }
-    if (const unsigned char *bytes = bytesAhead(5)) {
-        // No branch depends on which of the four forms it is: that could not be predicted.
-        const unsigned int tag = bytes[0];
-        const std::uint32_t validTags = 1u << longTag | 7u << (compactBase - 3);
-        if (tag < 32 && (validTags >> tag & 1) != 0) {
-            const unsigned int size = std::min(compactBase - tag, 4u);
-            const unsigned int unused = 32 - 8 * size;
-            std::uint32_t word;
-            vl::copyLittleEndian<4>(&word, bytes + 1);
-            m_uPosition += 1 + size;
-            value = static_cast<Integer>(word << unused) >> unused; // extends the sign of an int
-            return;
-        }
+    // No branch depends on which of the four forms it is: that could not be predicted.
+    const std::uint32_t validTags = 1u << longTag | 7u << (compactBase - 3);
+    const unsigned char *bytes = windowAhead();
+    const unsigned int tag = isAhead(5) ? bytes[0] : 32;
+    unsigned int position;
+    if (tag < 32 && (validTags >> tag & 1) != 0) {
+        const unsigned int size = std::min(compactBase - tag, 4u);
+        const unsigned int unused = 32 - 8 * size;
+        vl::copyLittleEndian<4>(&word, bytes + 1);
+        position = m_uPosition + 1 + size;
+        value = static_cast<Integer>(word << unused) >> unused; // extends the sign of an int
+    } else {
+        value = 0;
+        value = static_cast<Integer>(readIntegerSlowly(longTag, compactBase, isSigned));
+        position = m_uPosition;
     }
-    value = 0;
-    value = static_cast<Integer>(readIntegerSlowly(longTag, compactBase, isSigned));
+    m_uPosition = position; // on both ways, as above
 }
 
 /// Writes a string; a short one, as most are, straight to the window. From `text` on, `readable` bytes may be
 /// read, whatever they hold.
-inline void V_MemoryFile::writeText(const char *text, std::size_t length, std::size_t readable) {
+template <bool TAGS>
+void V_MemoryFile::writeText(const char *text, std::size_t length, std::size_t readable) {
     // A copy of fixed size has no branches to miss, but needs a place where it overwrites nothing.
-    constexpr unsigned int blockSize = 16;
+    constexpr unsigned int blockSize = 16, headSize = TAGS ? 3 : 4;
     const bool asBlock = length <= blockSize && readable >= blockSize && m_uPosition >= m_uSize;
-    const bool tags = m_bTagsEnabled;
-    const unsigned int headSize = tags ? 3 : 4;
-    const auto shortLength = static_cast<unsigned int>(length);
-    if (length >= 128 || !hasRoomFor(headSize + (asBlock ? blockSize : shortLength))) {
+    const auto size = static_cast<unsigned int>(length);
+    if (length >= 128 || !hasRoomFor(headSize + (asBlock ? blockSize : size))) {
         writeTextSlowly(text, length);
         return;
     }
     unsigned char *room = windowAhead();
-    const unsigned int end = m_uPosition + headSize + shortLength;
-    if (asBlock)
+    const unsigned int end = m_uPosition + headSize + size;
+    const unsigned int head = TAGS ? SHORT_TEXT_TAGS | size << 16 : size;
+    if (asBlock) {
+        vl::copyLittleEndian<4>(room, &head);
         std::memcpy(room + headSize, text, blockSize);
-    else
-        std::memmove(room + headSize, text, length); // which may lie in this buffer
-    if (tags) {
-        room[0] = BT_STRING;
-        room[1] = BT_INT8;
-        room[2] = static_cast<unsigned char>(length);
     } else {
-        vl::copyLittleEndian<4>(room, &shortLength);
+        unsigned char bytes[4];
+        vl::copyLittleEndian<4>(bytes, &head);
+        std::memmove(room + headSize, text, length); // which may lie in this buffer
+        std::memcpy(room, bytes, headSize);
     }
     m_uPosition = end;
+}
+
+inline void V_MemoryFile::writeText(const char *text, std::size_t length, std::size_t readable) {
+    if (m_bTagsEnabled)
+        writeText<true>(text, length, readable);
+    else
+        writeText<false>(text, length, readable);
 }
 
 template <class String>
@@ -203,15 +211,16 @@ template <class String>
 void V_MemoryFile::readText(String &text) {
     text.clear();
     const unsigned int headSize = m_bTagsEnabled ? 3 : 4;
-    if (const unsigned char *bytes = bytesAhead(headSize)) {
-        unsigned int length = 128;
-        if (headSize == 4)
-            vl::copyLittleEndian<4>(&length, bytes);
-        else if (bytes[0] == BT_STRING && bytes[1] == BT_INT8)
-            length = bytes[2];
-        if (length < 128 && bytesAhead(headSize + length)) {
+    if (isAhead(4)) {
+        const unsigned char *bytes = windowAhead();
+        unsigned int head;
+        vl::copyLittleEndian<4>(&head, bytes);
+        unsigned int length = head;
+        if (headSize == 3)
+            length = (head & 0xFFFF) == SHORT_TEXT_TAGS ? head >> 16 & 0xFF : 128;
+        if (length < 128 && isAhead(headSize + length)) {
             const auto *characters = reinterpret_cast<const char *>(bytes + headSize);
-            if (length <= 15 && bytesAhead(headSize + 15)) {
+            if (length <= 15 && isAhead(headSize + 15)) {
                 // A copy of fixed length, cut afterwards, has no branches to miss.
                 text.assign(characters, 15);
                 text.resize(length);

@@ -33,7 +33,7 @@ Block copyOf(const void *data, unsigned int size, unsigned int blockSize);
 } // namespace vl
 
 /// What files in memory do; the kinds override where they differ.
-class V_MemoryFile::Kind {
+class VL_LOCAL V_MemoryFile::Kind {
   public:
     /// Throws V_MemoryFileException_IllegalCall when files of this kind are not read.
     virtual void requireReading(const V_MemoryFile &) const {}
@@ -72,19 +72,19 @@ class V_MemoryFile::Kind {
     ~Kind() = default;
 };
 
-class V_MemoryFile::Unbuilt final : public Kind {
+class VL_LOCAL V_MemoryFile::Unbuilt final : public Kind {
   public:
     static const Unbuilt kind;
     constexpr Unbuilt() : Kind(MODE_NONE, AM_DEFAULT) {}
 };
 
-class V_MemoryFile::Held final : public Kind {
+class VL_LOCAL V_MemoryFile::Held final : public Kind {
   public:
     static const Held kind;
     constexpr Held() : Kind(MODE_READ, AM_MEMORY) {}
 };
 
-class V_MemoryFile::Growing final : public Kind {
+class VL_LOCAL V_MemoryFile::Growing final : public Kind {
   public:
     static const Growing kind;
     constexpr Growing() : Kind(MODE_WRITE, AM_MEMORY) {}
@@ -93,7 +93,7 @@ class V_MemoryFile::Growing final : public Kind {
                unsigned int size) const override;
 };
 
-class V_MemoryFile::WrittenThrough final : public Kind {
+class VL_LOCAL V_MemoryFile::WrittenThrough final : public Kind {
   public:
     static const WrittenThrough kind;
     constexpr WrittenThrough() : Kind(MODE_WRITE, AM_STREAM) {}
@@ -116,7 +116,7 @@ class V_MemoryFile::WrittenThrough final : public Kind {
     [[noreturn]] static void fail(V_MemoryFile &file);
 };
 
-class V_MemoryFile::Streamed final : public Kind {
+class VL_LOCAL V_MemoryFile::Streamed final : public Kind {
   public:
     static const Streamed kind;
     constexpr Streamed() : Kind(MODE_READ, AM_STREAM) {}

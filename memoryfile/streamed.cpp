@@ -35,7 +35,7 @@ void V_MemoryFile::Streamed::read(V_MemoryFile &file, void *destination, unsigne
     auto *const to = static_cast<unsigned char *>(destination);
     if (count < windowSize) {
         fill(file);
-        std::memcpy(to, file.windowAhead(), count);
+        V_Memory::copy(to, file.windowAhead(), count);
     } else {
         const unsigned int held = file.m_uReadEnd - file.m_uPosition;
         file.m_pStream->read(to + held, count - held);

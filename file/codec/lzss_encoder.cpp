@@ -52,7 +52,7 @@ class MatchTree {
 
     void deleteNode(unsigned int p);
 
-    std::uint8_t text_buf[lzssRingSize + lzssLongestMatch - 1]; ///< positions 4096 on mirror 0 to 16
+    std::uint8_t m_textBuf[lzssRingSize + lzssLongestMatch - 1]; ///< positions 4096 on mirror 0 to 16
 
   private:
     /// A string on its way down.
@@ -77,26 +77,26 @@ class MatchTree {
     static constexpr unsigned int left(unsigned int p) { return 2 * p; }
     static constexpr unsigned int right(unsigned int p) { return 2 * p + 1; }
     void setLink(unsigned int slot, Link link) {
-        sons[slot] = link;
-        dad[node(link)] = static_cast<std::uint16_t>(slot);
+        m_sons[slot] = link;
+        m_dad[node(link)] = static_cast<std::uint16_t>(slot);
     }
 
     static constexpr std::uint16_t noLink = 0xFFFF;
 
-    Link sons[roots + 256];
-    std::uint16_t dad[lzssRingSize + 1]; ///< number of the link that leads to each node; noLink outside
+    Link m_sons[roots + 256];
+    std::uint16_t m_dad[lzssRingSize + 1]; ///< number of the link that leads to each node; noLink outside
 };
 
 void MatchTree::initTree() {
-    std::fill(sons + left(nil), sons + roots + 256, nilLink);
-    std::fill(dad, dad + lzssRingSize, noLink);
+    std::fill(m_sons + left(nil), m_sons + roots + 256, nilLink);
+    std::fill(m_dad, m_dad + lzssRingSize, noLink);
 }
 
 inline MatchTree::Descent MatchTree::start(unsigned int r) {
-    const std::uint8_t *const key = text_buf + r;
+    const std::uint8_t *const key = m_textBuf + r;
     const unsigned int slot = roots + key[0];
-    sons[left(r)] = sons[right(r)] = nilLink;
-    return {key, (loadBe64(key + 1) & ~Link{0xFFFF}) | r, slot, sons[slot],
+    m_sons[left(r)] = m_sons[right(r)] = nilLink;
+    return {key, (loadBe64(key + 1) & ~Link{0xFFFF}) | r, slot, m_sons[slot],
             0,   std::uint64_t{lzssRingSize} << 16};
 }
 
@@ -114,7 +114,7 @@ inline MatchTree::Descent MatchTree::start(unsigned int r) {
             return false;
         unsigned int length = 1 + static_cast<unsigned int>(std::countl_zero(difference)) / 8;
         if (length > 6) {
-            const std::uint8_t *const text = text_buf + p;
+            const std::uint8_t *const text = m_textBuf + p;
             std::uint64_t keyTail = loadBe64(descent.key + 7);
             std::uint64_t textTail = loadBe64(text + 7);
             length = 7;
@@ -127,9 +127,9 @@ inline MatchTree::Descent MatchTree::start(unsigned int r) {
             goRight = keyTail > textTail;
             if (length == lzssLongestMatch) {
                 const unsigned int r = node(descent.own);
-                setLink(left(r), sons[left(p)]);
-                setLink(right(r), sons[right(p)]);
-                dad[p] = noLink;
+                setLink(left(r), m_sons[left(p)]);
+                setLink(right(r), m_sons[right(p)]);
+                m_dad[p] = noLink;
                 descent.longest = (std::uint64_t{length} << 32) + p;
                 descent.link = nilLink;
                 return false;
@@ -139,7 +139,7 @@ inline MatchTree::Descent MatchTree::start(unsigned int r) {
         descent.nearness -= 1 << 16;
     }
     const unsigned int child = 2 * p + goRight;
-    descent.link = sons[child];
+    descent.link = m_sons[child];
     descent.slot = going ? child : descent.slot;
     return going;
 }
@@ -167,21 +167,21 @@ void MatchTree::insertNodes(unsigned int r, Match (&matches)[Count]) {
 }
 
 void MatchTree::deleteNode(unsigned int p) {
-    const unsigned int slot = dad[p];
+    const unsigned int slot = m_dad[p];
     if (slot == noLink)
         return;
-    const Link smaller = sons[left(p)];
-    const Link greater = sons[right(p)];
+    const Link smaller = m_sons[left(p)];
+    const Link greater = m_sons[right(p)];
     Link q = node(smaller) == nil ? greater : smaller;
     if (node(smaller) != nil && node(greater) != nil) {
-        for (Link next; node(next = sons[right(node(q))]) != nil;)
+        for (Link next; node(next = m_sons[right(node(q))]) != nil;)
             q = next;
-        setLink(dad[node(q)], sons[left(node(q))]);
-        setLink(left(node(q)), sons[left(p)]); // no longer `smaller` if that was q
+        setLink(m_dad[node(q)], m_sons[left(node(q))]);
+        setLink(left(node(q)), m_sons[left(p)]); // no longer `smaller` if that was q
         setLink(right(node(q)), greater);
     }
     setLink(slot, q);
-    dad[p] = noLink;
+    m_dad[p] = noLink;
 }
 
 /// Turns one match per position into items.
@@ -237,24 +237,24 @@ class LzssEncoder::State {
     }
 
     void deleteOldest() {
-        tree.deleteNode(s);
-        s = after(s, 1);
+        m_tree.deleteNode(m_oldest);
+        m_oldest = after(m_oldest, 1);
     }
     bool independent(unsigned int count) const;
     template <unsigned int Count>
     void advance(const std::uint8_t *data, ItemWriter &writer);
 
-    MatchTree tree;
-    unsigned int s; ///< the oldest position: leaves the window, takes the byte that enters the look-ahead
-    unsigned int r; ///< the position last inserted; r + 18 is s
+    MatchTree m_tree;
+    unsigned int m_oldest; ///< the position that leaves the window, takes the byte that enters the look-ahead
+    unsigned int m_last;   ///< the position last inserted; m_last + 18 is m_oldest
 };
 
 /// Whether the next `count` positions can be inserted at once. The trees grow and shrink in the same order
 /// whatever items are written, and trees of different first bytes have nothing to do with each other: so they
 /// can if every string goes into a tree of its own, and into none that a deletion due after it would change.
 bool LzssEncoder::State::independent(unsigned int count) const {
-    const std::uint8_t *const inserted = tree.text_buf + after(r, 1);
-    const std::uint8_t *const deleted = tree.text_buf + s;
+    const std::uint8_t *const inserted = m_tree.m_textBuf + after(m_last, 1);
+    const std::uint8_t *const deleted = m_tree.m_textBuf + m_oldest;
     bool result = true;
     for (unsigned int later = 1; later < count; ++later)
         for (unsigned int i = 0; i < later; ++i)
@@ -266,16 +266,16 @@ bool LzssEncoder::State::independent(unsigned int count) const {
 template <unsigned int Count>
 void LzssEncoder::State::advance(const std::uint8_t *data, ItemWriter &writer) {
     for (unsigned int i = 0; i < Count; ++i) {
-        tree.text_buf[s] = data[i];
-        if (s < lzssLongestMatch - 1)
-            tree.text_buf[s + lzssRingSize] = data[i];
+        m_tree.m_textBuf[m_oldest] = data[i];
+        if (m_oldest < lzssLongestMatch - 1)
+            m_tree.m_textBuf[m_oldest + lzssRingSize] = data[i];
         deleteOldest();
     }
     Match matches[Count];
-    tree.insertNodes(after(r, 1), matches);
+    m_tree.insertNodes(after(m_last, 1), matches);
     for (const Match &match : matches) {
-        r = after(r, 1);
-        writer.position(tree.text_buf[r], match, lzssLongestMatch);
+        m_last = after(m_last, 1);
+        writer.position(m_tree.m_textBuf[m_last], match, lzssLongestMatch);
     }
 }
 
@@ -284,18 +284,18 @@ std::uint64_t LzssEncoder::State::encode(const std::uint8_t *data, std::uint32_t
     if (ahead == 0)
         return 0;
     const std::uint8_t *const end = data + size;
-    s = 0;
-    r = lzssFirstPosition;
-    tree.initTree();
-    std::fill(std::begin(tree.text_buf), std::end(tree.text_buf), lzssInitialFill);
-    std::memcpy(tree.text_buf + r, data, ahead);
+    m_oldest = 0;
+    m_last = lzssFirstPosition;
+    m_tree.initTree();
+    std::fill(std::begin(m_tree.m_textBuf), std::end(m_tree.m_textBuf), lzssInitialFill);
+    std::memcpy(m_tree.m_textBuf + m_last, data, ahead);
     data += ahead;
     Match match[1];
     for (unsigned int i = 1; i <= lzssLongestMatch; ++i)
-        tree.insertNodes(r - i, match);
-    tree.insertNodes(r, match);
+        m_tree.insertNodes(m_last - i, match);
+    m_tree.insertNodes(m_last, match);
     ItemWriter writer(out);
-    writer.position(tree.text_buf[r], match[0], ahead);
+    writer.position(m_tree.m_textBuf[m_last], match[0], ahead);
 
     while (data != end) {
         const std::ptrdiff_t left = end - data;
@@ -312,9 +312,9 @@ std::uint64_t LzssEncoder::State::encode(const std::uint8_t *data, std::uint32_t
     }
     while (--ahead > 0) {
         deleteOldest();
-        r = after(r, 1);
-        tree.insertNodes(r, match);
-        writer.position(tree.text_buf[r], match[0], ahead);
+        m_last = after(m_last, 1);
+        m_tree.insertNodes(m_last, match);
+        writer.position(m_tree.m_textBuf[m_last], match[0], ahead);
     }
     return static_cast<std::uint64_t>(writer.end() - out);
 }

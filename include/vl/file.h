@@ -313,8 +313,8 @@ class VL_API V_File {
     friend class V_VantorInit;
     friend class vl::FileSystem;
 
-    V_File();
-    ~V_File();
+    VL_LOCAL V_File();
+    VL_LOCAL ~V_File();
     V_File(const V_File &) = delete;
     V_File &operator=(const V_File &) = delete;
 

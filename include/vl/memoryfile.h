@@ -242,12 +242,12 @@ class VL_API V_MemoryFile {
     friend V_MemoryFile &operator<<(V_MemoryFile &file, const char *text);
 
     // What differs between the kinds of file (memoryfile/kinds.h)
-    class Kind;
-    class Unbuilt;
-    class Held;
-    class Growing;
-    class WrittenThrough;
-    class Streamed;
+    class VL_LOCAL Kind;
+    class VL_LOCAL Unbuilt;
+    class VL_LOCAL Held;
+    class VL_LOCAL Growing;
+    class VL_LOCAL WrittenThrough;
+    class VL_LOCAL Streamed;
 
     // Construction (memoryfile/construction.cpp)
     VL_LOCAL void startOver();
@@ -278,7 +278,11 @@ class VL_API V_MemoryFile {
 
     // The short way of the operators (vl/memoryfile/operators.h): straight to the window.
     bool hasRoomFor(unsigned int count) const;
-    unsigned char *windowAhead() const { return reinterpret_cast<unsigned char *>(m_uOrigin + m_uPosition); }
+    unsigned char *windowAhead() const {
+        // The origin may lie outside of the buffer, where a pointer must not be; and one sum is the fastest.
+        // NOLINTNEXTLINE(performance-no-int-to-ptr)
+        return reinterpret_cast<unsigned char *>(m_uOrigin + m_uPosition);
+    }
     bool isAhead(unsigned int count) const;
     template <unsigned int UNIT, unsigned int COUNT>
     void writeValue(BasicType type, const void *data);

@@ -207,11 +207,12 @@ class Dumper {
 
     /// The value at the position, and the name of its type; no type when the tag is none of a value.
     static std::string readValue(V_MemoryFile &file, unsigned char tag, const char *&type) {
-        switch (tag) { // NOLINT(bugprone-branch-clone): several tags are forms of one type
+        switch (tag) {
 #define VALUE(tag, byte, name, Type, ...)                                                                    \
     case byte:                                                                                               \
         return type = name, shown(read<Type>(file));
 #define NO_VALUE(tag, byte)
+            // NOLINTNEXTLINE(bugprone-branch-clone): several tags are forms of one type
             VL_MEMORY_FILE_TAGS(VALUE, VALUE, NO_VALUE)
 #undef VALUE
 #undef NO_VALUE

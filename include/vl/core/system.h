@@ -177,8 +177,8 @@ class VL_API V_System {
     friend class vl::CheckFailure;
     friend VL_API const char *V_STR(const char *format, ...);
 
-    explicit V_System(const char *verboseFileName);
-    ~V_System();
+    VL_LOCAL explicit V_System(const char *verboseFileName);
+    VL_LOCAL ~V_System();
 
     VL_LOCAL void deinits();
     VL_LOCAL void free(DEINIT *record);

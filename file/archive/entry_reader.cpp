@@ -12,25 +12,33 @@
 
 namespace vl {
 
+namespace {
+
+bool isAllIn(std::uint64_t length, const V_File::VASFileEntry &entry) {
+    return std::uint64_t{entry.offset} + entry.storedSize <= length;
+}
+
+} // namespace
+
+void checkEntry(const Archive &archive, const V_File::VASFileEntry &entry,
+                const platform::FileIdentity &opened, const char *name) {
+    if (isAllIn(opened.length, entry) && opened != archive.identity)
+        V_throw(V_FileException_ArchiveCorrupted(archive.archivePath));
+    if (!sizesAgree(entry))
+        V_throw(V_FileException_FileCorrupted(name));
+}
+
 EntryReader::EntryReader(const Archive &archive, const V_File::VASFileEntry &entry, const char *name)
     : m_file(ReadFile::reopen(archive.archivePath)), m_entry(entry), m_strName(name) {
     if (!m_file)
         V_throw(V_FileException_ArchiveNotFound(archive.archivePath));
     if (isCompressed())
         expectAll();
-    // One that was cut short tells so where it ends.
-    if (isAllThere() && m_file.identity() != archive.identity)
-        V_throw(V_FileException_ArchiveCorrupted(archive.archivePath));
-    if (!sizesAgree(m_entry))
-        corrupted();
-}
-
-bool EntryReader::isAllThere() const {
-    return std::uint64_t{m_entry.offset} + m_entry.storedSize <= m_file.length();
+    checkEntry(archive, m_entry, m_file.identity(), name);
 }
 
 void EntryReader::expectAll() const {
-    if (!isAllThere())
+    if (!isAllIn(m_file.length(), m_entry))
         V_throw(V_FileException_UnableToReadData(m_strName));
 }
 

@@ -16,6 +16,12 @@
 
 namespace vl {
 
+/// Checks, of an archive that was just opened, that it is still the file that was loaded and that the entry's
+/// sizes agree. `name` is what messages call the entry. One that was cut short passes: it tells so where it
+/// ends. Throws V_FileException_ArchiveCorrupted and V_FileException_FileCorrupted.
+void checkEntry(const Archive &archive, const V_File::VASFileEntry &entry,
+                const platform::FileIdentity &opened, const char *name);
+
 class EntryReader {
   public:
     /// Opens the archive. `name` is what messages call the entry; it must live as long as the reader. Throws
@@ -49,7 +55,6 @@ class EntryReader {
   private:
     friend class EntryPieces;
 
-    bool isAllThere() const;
     bool isScrambled() const { return m_entry.method == V_File::METHOD_LZSS_SCRAMBLED; }
     void readAt(std::uint32_t position, std::uint8_t *out, std::uint32_t count) const;
     [[noreturn]] void corrupted() const { V_throw(V_FileException_FileCorrupted(m_strName)); }

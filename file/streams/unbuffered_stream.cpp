@@ -4,7 +4,7 @@
 
 #include "core/counted.h"
 #include "file/archive/archive.h"
-#include "file/archive/archive_format.h"
+#include "file/archive/entry_reader.h"
 #include "file/places/lookup.h"
 #include "file/streams/back_end.h"
 #include "platform/platform.h"
@@ -53,8 +53,6 @@ void V_UnbufferedFileStream::openEntry(const char *name, vl::Lookup &lookup) {
     const V_File::VASFileEntry &entry = *found.file;
     if (entry.method != V_File::METHOD_STORED)
         V_throw(V_FileException_FileNotAStream(lookup.path()));
-    if (!vl::sizesAgree(entry))
-        V_throw(V_FileException_FileCorrupted(lookup.path()));
     const auto &archive = static_cast<const vl::Archive &>(*found.archive);
     vl::platform::FileIdentity identity;
     handle = openPastCache(archive.archivePath, identity);
@@ -62,9 +60,7 @@ void V_UnbufferedFileStream::openEntry(const char *name, vl::Lookup &lookup) {
         V_throw(V_FileException_ArchiveNotFound(archive.archivePath));
     start = position = entry.offset;
     end = start + entry.size;
-    // One that was cut short is noticed where the reading ends.
-    if (identity.length >= end && identity != archive.identity)
-        V_throw(V_FileException_ArchiveCorrupted(archive.archivePath));
+    vl::checkEntry(archive, entry, identity, lookup.path());
     shared = newShared(name, archive.archivePath);
 }
 

@@ -66,3 +66,11 @@ V_FileException_ArchiveVersionConflict::V_FileException_ArchiveVersionConflict(c
 V_FileException_FilenameTooLong::V_FileException_FilenameTooLong(const char *name, int limit) {
     setError("File name \"%s\" (excluding path) exceeds %i characters", name, limit);
 }
+
+V_FileException_OutsideWriteDirectory::V_FileException_OutsideWriteDirectory(const char *name) {
+    setError("File %s leads out of the write directory", name);
+}
+
+V_FileException_NoSuchPlace::V_FileException_NoSuchPlace(unsigned int id) {
+    setError("There is no place %u", id);
+}

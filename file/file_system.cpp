@@ -1,5 +1,5 @@
-// The file system's root and its archives: loading, unloading, the priority archive and the secondary
-// directory.
+// The file system's root and the archives that stand from the start: loading, unloading, the priority archive
+// and the secondary directory. (The places that clients add: places/changes.cpp.)
 
 #include "file/file_system.h"
 
@@ -11,6 +11,9 @@
 #include <utility>
 
 namespace vl {
+
+using Origin = V_FilePlace::Origin;
+
 namespace {
 
 /// The directory that a program lies in.
@@ -30,7 +33,10 @@ using OpenEnumeration = std::unique_ptr<platform::Enumeration, EndEnumeration>;
 
 } // namespace
 
-FileSystem::FileSystem() : m_places(newCounted<PlaceList>()), m_none(m_places) {
+FileSystem::FileSystem() {
+    PlaceList::Places root;
+    root.push_back(newPlace({}, {}, Origin::ORIGIN_LOCAL_ROOT));
+    m_diskAlone = m_places = Ref<const PlaceList>(newCounted<PlaceList>(std::move(root)));
     startupDirectory.set(platform::currentDirectory); // the process's business; nothing here depends on it
     const char *const program = platform::executablePath();
     if (!program)
@@ -73,13 +79,13 @@ bool FileSystem::setSecondaryDirectory(const char *dir) {
 bool FileSystem::loadArchives() {
     names.setMode(V_File::AH_ARCHIVES);
     search.reset();
-    loadArchivesOf("", Place::Origin::LocalRoot);
+    loadArchivesOf("", Origin::ORIGIN_ROOT);
     return m_secondaryDirectory.length() != 0 &&
-           loadArchivesOf(m_secondaryDirectory.text(), Place::Origin::SecondaryDirectory);
+           loadArchivesOf(m_secondaryDirectory.text(), Origin::ORIGIN_SECONDARY);
 }
 
 /// Loads the archives of a directory behind those that are there. Returns whether there are any.
-bool FileSystem::loadArchivesOf(const char *directory, Place::Origin origin) {
+bool FileSystem::loadArchivesOf(const char *directory, Origin origin) {
     const Path place = *directory ? belowRoot(directory) : names.root;
     char pattern[sizeof(platform::PathBuffer) + sizeof "\\*.VAS"];
     std::strcpy(pattern, place.text());
@@ -93,7 +99,7 @@ bool FileSystem::loadArchivesOf(const char *directory, Place::Origin origin) {
         Path path;
         path.append(directory, name);
         path.append(name, name);
-        m_places = m_places->withLast({loadArchive(path.text()), origin});
+        m_places = m_places->with(m_places->endOfStanding(), newPlace(loadArchive(path.text()), {}, origin));
         any = true;
     }
     return any;
@@ -102,17 +108,22 @@ bool FileSystem::loadArchivesOf(const char *directory, Place::Origin origin) {
 void FileSystem::unloadArchives() {
     if (names.areVirtual()) {
         search.reset(); // a search of its own ends here
-        m_places = m_none;
+        m_places = m_places->withoutStandingArchives();
     }
 }
 
 /// Loads an archive by a name that is relative to the root.
 Ref<Archive> FileSystem::loadArchive(const char *name) const {
-    const Path below = belowRoot(name);
     Path path;
-    if (!path.set([&](platform::PathBuffer &out) { return platform::fullPath(out, below.text()); }))
+    if (!expand(path, name))
         V_throw(V_FileException_ArchiveNotFound(name)); // another drive
     return Archive::load(path.text());
+}
+
+/// The absolute form of a path that is relative to the root, if to anything. False when it names nothing.
+bool FileSystem::expand(Path &out, const char *path) const {
+    const Path below = belowRoot(path);
+    return out.set([&](platform::PathBuffer &buffer) { return platform::fullPath(buffer, below.text()); });
 }
 
 /// A path that is relative to the root, if to anything, without need of the process's current directory.
@@ -137,15 +148,15 @@ void FileSystem::enablePriorityArchive(const char *name) {
     m_priorityName = copy;
     if (copy.length() == 0)
         V_throw(V_FileException_ArchiveNotFound(name));
-    m_places = m_places->withFirst({loadArchive(m_priorityName.text()), Place::Origin::Priority});
+    m_places = m_places->with(m_places->positionOf(Origin::ORIGIN_LOCAL_ROOT) + 1,
+                              newPlace(loadArchive(m_priorityName.text()), {}, Origin::ORIGIN_PRIORITY));
     m_bPriorityEnabled = true;
 }
 
 void FileSystem::disablePriorityArchive() {
-    if (m_bPriorityEnabled) {
-        Ref<const PlaceList> rest = m_places->withoutPriority();
-        m_places = rest->begin() == rest->end() ? m_none : std::move(rest);
-    }
+    const std::size_t position = m_places->positionOf(Origin::ORIGIN_PRIORITY);
+    if (m_bPriorityEnabled && position != m_places->size())
+        m_places = m_places->without(position);
     m_bPriorityEnabled = false;
 }
 

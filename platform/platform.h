@@ -56,6 +56,10 @@ FileKind fileKind(std::string_view path);
 /// any spelling).
 bool createDirectory(const char *path);
 
+/// Whether `path`, which lies below `directory` by its text, lies there in fact, with all links followed: what
+/// exists of it, and what a link at its end would have created.
+bool staysWithin(const char *directory, const char *path);
+
 /// Deletes a file (never a directory), in whatever spelling it is there. False when nothing was deleted.
 bool removeFile(const char *path);
 
@@ -95,6 +99,9 @@ enum class OpenAs {
     Known  ///< a file was found under it before
 };
 
+/// As fileKind, and tells what lies there; of a directory that is when its names last changed.
+FileKind fileStatus(std::string_view path, FileIdentity &identity);
+
 /// Opens an existing regular file for reading and tells what it is. noFile, and nothing told, when there is
 /// none that can be read; nothing else ever opens, and a pipe is refused rather than waited for. Programs
 /// started later do not inherit it.
@@ -105,6 +112,12 @@ FileHandle openForReading(const char *path, FileIdentity &identity, OpenAs as);
 std::uint32_t readAt(FileHandle file, std::uint64_t position, void *buffer, std::uint32_t count);
 
 void closeFile(FileHandle file);
+
+/// The same open file once more, with what it is now; noFile when the process cannot open another.
+FileHandle duplicate(FileHandle file, FileIdentity &identity);
+
+/// Whether an open file may be kept for long: not when half of the files that the process may open are open.
+bool mayStayOpen(FileHandle file);
 
 /// A point in time in calendar form, UTC. Months 1-12, days 1-31, Sunday is day of week 0.
 struct CalendarTime {
@@ -141,6 +154,8 @@ class UnbufferedFile;
 /// Opens an existing regular file; where the file system offers no unbuffered reading, ordinary reads serve.
 /// Tells what it is. Null on failure; `outOfMemory`, where given, tells whether that was for want of memory.
 UnbufferedFile *openUnbuffered(const char *path, FileIdentity &identity, bool *outOfMemory = nullptr);
+/// The same of a file that is open already, whatever has become of its path.
+UnbufferedFile *openUnbuffered(FileHandle file, FileIdentity &identity, bool *outOfMemory = nullptr);
 void closeUnbuffered(UnbufferedFile *file);
 
 /// Bytes per sector: positions, counts and buffer addresses of readUnbuffered are multiples of it. A power of

@@ -46,12 +46,12 @@ class ArchiveReader {
     }
 
     const platform::FileIdentity &identity() const { return m_file.identity(); }
+    ReadFile takeFile() && { return std::move(m_file); }
 
     [[noreturn]] void corrupted() const { V_throw(V_FileException_ArchiveCorrupted(m_strPath)); }
-
-  private:
     [[noreturn]] void unableToRead() const { V_throw(V_FileException_UnableToReadData(m_strPath)); }
 
+  private:
     const char *m_strPath;
     ReadFile m_file;
     std::uint64_t m_uPosition = 0;
@@ -149,9 +149,10 @@ bool countsFit(const V_File::VASHeader &header) {
            std::uint64_t{header.dirCount} * (archiveDirectoryFieldsSize + 1) <= header.dirInfoSize;
 }
 
-/// Turns offsets into the data region into positions in the file. What the file itself lacks is noticed when
-/// it is read.
-void placeFiles(const ArchiveReader &reader, V_File::VASFileEntry *files, const V_File::VASHeader &header) {
+/// Turns offsets into the data region into positions in the file, and returns where the data ends. What the
+/// file itself lacks is noticed when it is read.
+std::uint64_t placeFiles(const ArchiveReader &reader, V_File::VASFileEntry *files,
+                         const V_File::VASHeader &header) {
     std::uint64_t offset = std::uint64_t{archiveHeaderSize} + header.fileInfoSize + header.dirInfoSize;
     // The entries still stand in the order of their records.
     for (std::uint32_t i = 0; i < header.fileCount; ++i) {
@@ -160,11 +161,16 @@ void placeFiles(const ArchiveReader &reader, V_File::VASFileEntry *files, const 
         if (offset > std::numeric_limits<std::uint32_t>::max())
             reader.corrupted();
     }
+    return offset;
 }
 
 } // namespace
 
-Ref<Archive> Archive::load(const char *path) {
+Ref<Archive> Archive::load(const char *path) { return load(path, false); }
+
+Ref<Archive> Archive::loadAndHold(const char *path) { return load(path, true); }
+
+Ref<Archive> Archive::load(const char *path, bool hold) {
     ArchiveReader reader(path);
     std::uint8_t headerBytes[archiveHeaderSize];
     reader.read(headerBytes, sizeof headerBytes);
@@ -192,10 +198,14 @@ Ref<Archive> Archive::load(const char *path) {
     archive->dirs = dirs.entries.release();
     archive->dirNames = dirs.names.release();
 
-    placeFiles(reader, archive->files, header);
+    const std::uint64_t end = placeFiles(reader, archive->files, header);
+    if (hold && end > archive->identity.length)
+        reader.unableToRead();
     sortTable(archive->files, header.fileCount);
     sortTable(archive->dirs, header.dirCount);
     archive->index = buildArchiveIndex(*archive);
+    if (hold)
+        archive->m_held = std::move(reader).takeFile().keptOpen();
     return archive;
 }
 

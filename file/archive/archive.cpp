@@ -62,6 +62,7 @@ template <class Entry>
 struct Table {
     CountedArray<Entry> entries;
     CountedArray<char> names;
+    bool plainNames = true;
 };
 
 /// The next of a table's records, with `left` more to come behind it. What those take at least is kept from
@@ -93,6 +94,15 @@ void sortTable(Entry *entries, std::uint32_t count) {
         std::sort(entries, entries + count, precedes);
 }
 
+/// Whether no key of a block ends in a dot, or holds two of them side by side or a slash.
+bool arePlain(const char *keys, std::size_t size) {
+    unsigned char special = 0; // written for the compiler to take many characters at a time
+    for (std::size_t i = 0; i + 1 < size; ++i)
+        special |= static_cast<unsigned char>(
+            ((keys[i] == '.') & ((keys[i + 1] == '.') | (keys[i + 1] == 0))) | (keys[i] == '/'));
+    return special == 0;
+}
+
 Table<V_File::VASFileEntry> loadFileTable(ArchiveReader &reader, const V_File::VASHeader &header) {
     const Bytes region = reader.readTable(header.fileInfoSize, header.seed, header.fileInfoCRC);
     const std::uint8_t *position = region.get();
@@ -116,7 +126,9 @@ Table<V_File::VASFileEntry> loadFileTable(ArchiveReader &reader, const V_File::V
         entry.key = names;
         putArchiveKeyDigits(names, entry.dirIndex);
         names = putName(names + archiveKeyDigits, record);
+        table.plainNames &= record.nameLength != 0 && record.nameLength <= platform::maxPath;
     }
+    table.plainNames &= arePlain(table.names.get(), static_cast<std::size_t>(names - table.names.get()));
     return table;
 }
 
@@ -194,6 +206,7 @@ Ref<Archive> Archive::load(const char *path, bool hold) {
     Table<V_File::VASFileEntry> files = loadFileTable(reader, header);
     archive->files = files.entries.release();
     archive->fileNames = files.names.release();
+    archive->hasPlainNames = files.plainNames;
     Table<V_File::VASDirectoryEntry> dirs = loadDirectoryTable(reader, header);
     archive->dirs = dirs.entries.release();
     archive->dirNames = dirs.names.release();

@@ -81,7 +81,10 @@ const V_File::VASFileEntry *ArchiveListing::nextFile() {
             break;
         ++m_uNextFile;
         const char *const name = nameOfArchiveFile(entry);
-        if (matchesWildcards(m_pPattern, name) && isNameable(name, false, m_bWholeElements))
+        if (!matchesWildcards(m_pPattern, name))
+            continue;
+        m_fileName = name;
+        if (m_pArchive->hasPlainNames || isNameable(m_fileName, false, m_bWholeElements))
             return &entry;
     }
     return nullptr;

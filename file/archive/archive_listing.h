@@ -21,6 +21,8 @@ class ArchiveListing {
     const char *nextDirectory();
     /// The next file; null at the end.
     const V_File::VASFileEntry *nextFile();
+    /// Its name.
+    std::string_view fileName() const { return m_fileName; }
 
   private:
     const Archive *m_pArchive;
@@ -31,6 +33,7 @@ class ArchiveListing {
     char m_strDirKey[archiveKeyDigits]; ///< what the keys of its files begin with
     unsigned int m_uNextDirectory = 0;  ///< of the table; 0 before the first
     unsigned int m_uNextFile = 0;       ///< likewise
+    std::string_view m_fileName;
     platform::PathBuffer m_strName;
 };
 

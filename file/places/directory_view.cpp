@@ -7,7 +7,6 @@
 #include "file/places/directory_view.h"
 
 #include "base/text.h"
-#include "file/archive/archive_index.h"
 #include "file/archive/archive_listing.h"
 #include "file/file_system.h"
 #include "file/places/description.h"
@@ -85,7 +84,7 @@ class Collection {
         ArchiveListing listing(*place.archive, m_pattern.directory.view().substr(offset),
                                m_pattern.names.text(), m_pattern.wholeElements);
         while (const V_File::VASFileEntry *file = listing.nextFile())
-            add(nameOfArchiveFile(*file), rank, false, file);
+            add(listing.fileName(), rank, false, file);
         while (const char *name = listing.nextDirectory())
             add(name, rank, true, nullptr);
     }

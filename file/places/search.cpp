@@ -2,8 +2,9 @@
 
 #include "file/places/search.h"
 
-#include "file/archive/archive_index.h"
 #include "file/file_system.h"
+
+#include <cstring>
 
 namespace vl {
 
@@ -55,8 +56,8 @@ const char *Search::nextInArchives() {
             if (m_eStage == Stage::Directories) {
                 if (const char *name = m_inArchive->nextDirectory())
                     return give(name);
-            } else if (const V_File::VASFileEntry *file = m_inArchive->nextFile()) {
-                return give(nameOfArchiveFile(*file));
+            } else if (m_inArchive->nextFile()) {
+                return give(m_inArchive->fileName());
             }
         }
         m_inArchive.reset();
@@ -77,13 +78,14 @@ const char *Search::nextInArchives() {
 /// The virtual directory that leads to a place; null when none does from here, or it does not match.
 const char *Search::nameAbove(const Place &place) {
     const std::string_view name = m_pattern.nameOnTheWayTo(place);
-    return !name.empty() && m_pattern.matches(give(name)) ? m_result.text() : nullptr;
+    return !name.empty() && m_pattern.matches(give(name)) ? m_strResult : nullptr;
 }
 
 const char *Search::give(std::string_view name) {
-    m_result.cutTo(0);
-    m_result.tryAppend(name);
-    return m_result.text();
+    // Not memcpy, which GCC turns into a string instruction here that takes long to start.
+    std::memmove(m_strResult, name.data(), name.size());
+    m_strResult[name.size()] = 0;
+    return m_strResult;
 }
 
 } // namespace vl

@@ -38,7 +38,7 @@ class Search {
     std::size_t m_uPlace = 0; ///< of the directories in the stage of the disk, else of all
     DirectoryNames m_onDisk;
     std::optional<ArchiveListing> m_inArchive;
-    Path m_result; ///< a copy: what it comes from may be unloaded while the client looks at it
+    platform::PathBuffer m_strResult; ///< a copy: what it is of may be unloaded while the client looks at it
 };
 
 } // namespace vl

@@ -74,3 +74,8 @@ V_FileException_OutsideWriteDirectory::V_FileException_OutsideWriteDirectory(con
 V_FileException_NoSuchPlace::V_FileException_NoSuchPlace(unsigned int id) {
     setError("There is no place %u", id);
 }
+
+V_FileException_OperationFailed::V_FileException_OperationFailed(const char *action, const char *name,
+                                                                 const char *reason) {
+    setError("Unable to %s \"%s\": %s", action, name, reason);
+}

@@ -20,8 +20,10 @@
 #include "vl/core/string.h"
 #include "vl/file/exception.h"
 #include "vl/file/places.h"
+#include "vl/file/reader.h"
 #include "vl/file/search.h"
 #include "vl/file/stream.h"
+#include "vl/file/writer.h"
 
 namespace vl {
 struct ArchiveIndexSlot;
@@ -234,6 +236,33 @@ class VL_API V_File {
 
     /// Whether save replaces existing files (non-zero).
     void setOverride(int override);
+
+    // The functions from here to getUserDirectory tell what fails with V_FileException_OperationFailed. They
+    // change what lies in the write directory, or else below the local root, as save does, and throw
+    // V_FileException_OutsideWriteDirectory likewise.
+
+    /// Writes a file, creating directories as save does, so that it can never be lost: the old file stays
+    /// until the new one is whole and on the disk itself. As V_FileWriter::REPLACE and commit, which say
+    /// more.
+    void saveAtomically(const char *name, const void *data, unsigned int size);
+
+    /// Writes a copy of a file, wherever it is read from, as saveAtomically does it. Throws what V_FileReader
+    /// throws, too.
+    void copy(const char *from, const char *to);
+
+    /// Renames a file or a directory, or moves it; a file that is called `to` is replaced.
+    void rename(const char *from, const char *to);
+
+    /// Creates a directory with all that lead to it; one that is there will do.
+    void createDirectory(const char *name);
+
+    /// Removes a directory that holds nothing.
+    void removeDirectory(const char *name);
+
+    /// Sets `out` to the directory for what a program keeps of its user's (saved games, settings), an
+    /// operating-system path, for setWriteDirectory for example, and creates it: `maker` and `program` below
+    /// $XDG_DATA_HOME, or ~/.local/share without that. Both must be plain names.
+    void getUserDirectory(const char *maker, const char *program, V_String &out);
 
     /// Time of the last write, UTC, as a number that orders times but is no count of seconds:
     /// (((((year - 1995) * 12 + month) * 31 + day) * 24 + hour) * 60 + minute) * 60 + second, modulo 2^32.

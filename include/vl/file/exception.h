@@ -48,6 +48,14 @@ VL_FILE_EXCEPTION(V_FileException_OutsideWriteDirectory);
 
 #undef VL_FILE_EXCEPTION
 
+/// "Unable to %s \"%s\": %s": what was to be done with the file or directory, its name as it was given, and
+/// the system's reason.
+class VL_API V_FileException_OperationFailed : public V_FileException {
+  public:
+    /// With what the message names.
+    V_FileException_OperationFailed(const char *action, const char *name, const char *reason);
+};
+
 /// "There is no place %u": see V_File::addPlace.
 class VL_API V_FileException_NoSuchPlace : public V_FileException {
   public:

@@ -5,8 +5,10 @@
 #include "file/names/name_rules.h"
 #include "file/places/place_list.h"
 #include "file/places/search.h"
+#include "vl/core/startup.h"
 #include "vl/file.h"
 
+#include <cstdio>
 #include <optional>
 
 namespace vl {
@@ -16,8 +18,17 @@ class FileSystem {
     /// What `File` holds; there must be one.
     static FileSystem &get() { return *File->m_pSystem; }
 
-    /// Enters the executable's directory, as V_File::setFileSystemRoot does it.
-    FileSystem();
+    /// Enters the directory that the settings (which must outlive this) tell, as V_File::setFileSystemRoot
+    /// does it.
+    explicit FileSystem(const V_StartSettings &settings);
+
+    /// The root that a start with these settings has, by the name that the system gives it. Throws
+    /// V_FileException_DirectoryNotFound, V_FileException_PathTooLong and V_MemoryException_Allocation.
+    static Path rootOf(const V_StartSettings &settings);
+
+    /// Opens a file by an operating-system path, as platform::openFile does: relative to the process's
+    /// current directory, or to the root where that is left alone. May be called without a started library.
+    static std::FILE *openGiven(const char *path, const char *mode);
 
     NameRules names;
     Path startupDirectory;
@@ -42,10 +53,12 @@ class FileSystem {
     void enterDirectory(const char *dir);
     bool loadArchives();
     bool loadArchivesOf(const char *directory, Place::Origin origin);
+    bool loadFound(const char *directory, const char *name, Place::Origin origin);
     void unloadArchives();
     Ref<Archive> loadArchive(const char *name) const;
     Path belowRoot(const char *path) const;
 
+    const V_StartSettings &m_settings;
     Ref<const PlaceList> m_places; ///< parked while names are operating-system paths
     Ref<const PlaceList> m_none;
     bool m_bPriorityEnabled = false; ///< stays when archives are loaded anew, though the archive does not

@@ -22,6 +22,7 @@
 #include "vl/file/search.h"
 #include "vl/file/stream.h"
 
+struct V_StartSettings;
 namespace vl {
 struct ArchiveIndexSlot;
 class FileSystem;
@@ -313,7 +314,7 @@ class VL_API V_File {
     friend class V_VantorInit;
     friend class vl::FileSystem;
 
-    VL_LOCAL V_File();
+    VL_LOCAL explicit V_File(const V_StartSettings &settings);
     VL_LOCAL ~V_File();
     V_File(const V_File &) = delete;
     V_File &operator=(const V_File &) = delete;

@@ -49,6 +49,10 @@ void V_Exception::clearLocalizationCallback() { m_pfLocalizationCallback = nullp
 
 V_MemoryException_Allocation::V_MemoryException_Allocation() { setError("Out of system memory resources"); }
 
+V_StartUpException_AlreadyStarted::V_StartUpException_AlreadyStarted() {
+    setError("The library has been started already");
+}
+
 V_DebugException_MacroFailed::V_DebugException_MacroFailed(const char *report) { setError("%s", report); }
 
 V_DebugException_Assert::V_DebugException_Assert(const char *report) {

@@ -10,7 +10,7 @@
 
 V_File *File = nullptr;
 
-V_File::V_File() : m_pSystem(vl::newCounted<vl::FileSystem>()) {}
+V_File::V_File(const V_StartSettings &settings) : m_pSystem(vl::newCounted<vl::FileSystem>(settings)) {}
 
 V_File::~V_File() { vl::deleteCounted(m_pSystem); }
 

@@ -5,6 +5,7 @@
 
 #include "core/counted.h"
 #include "platform/platform.h"
+#include "vl/core/system.h"
 
 #include <cstring>
 #include <memory>
@@ -26,6 +27,29 @@ Path directoryOf(const char *program) {
     return path;
 }
 
+/// A directory by the name that the system gives it. `dir` is what messages call it.
+Path realDirectory(const Path &path, const char *dir) {
+    if (platform::fileKind(path.view()) != platform::FileKind::Directory)
+        V_throw(V_FileException_DirectoryNotFound(dir));
+    Path real;
+    if (!real.set([&](auto &out) { return platform::realDirectory(out, path.text()); }))
+        V_throw(V_FileException_PathTooLong(dir));
+    return real;
+}
+
+/// The directory that the settings tell, as they tell it.
+Path givenRoot(const V_StartSettings &settings) {
+    Path root;
+    if (settings.root) {
+        root.append(settings.root, settings.root);
+        return root;
+    }
+    const char *const program = platform::executablePath();
+    if (!program)
+        V_throw(V_MemoryException_Allocation());
+    return directoryOf(program);
+}
+
 struct EndEnumeration {
     void operator()(platform::Enumeration *enumeration) const { platform::endEnumeration(enumeration); }
 };
@@ -33,16 +57,21 @@ using OpenEnumeration = std::unique_ptr<platform::Enumeration, EndEnumeration>;
 
 } // namespace
 
-FileSystem::FileSystem() {
+FileSystem::FileSystem(const V_StartSettings &settings) : m_settings(settings) {
     PlaceList::Places root;
     root.push_back(newPlace({}, {}, Origin::ORIGIN_LOCAL_ROOT));
     m_diskAlone = m_places = Ref<const PlaceList>(newCounted<PlaceList>(std::move(root)));
     startupDirectory.set(platform::currentDirectory); // the process's business; nothing here depends on it
-    const char *const program = platform::executablePath();
-    if (!program)
-        V_throw(V_MemoryException_Allocation());
-    enterDirectory(directoryOf(program).text());
+    if (settings.leaveDirectoryAlone)
+        names.root = rootOf(settings);
+    else
+        enterDirectory(givenRoot(settings).text());
     loadArchives();
+}
+
+Path FileSystem::rootOf(const V_StartSettings &settings) {
+    const Path given = givenRoot(settings);
+    return realDirectory(given, given.text());
 }
 
 // ---- The local root and its archives -------------------------------------------------------------------
@@ -53,8 +82,12 @@ void FileSystem::setRoot(const char *dir) {
     loadArchives();
 }
 
-/// Makes a directory the process's current directory and, by the name that the system gives it, the root.
+/// Makes a directory the root, by the name that the system gives it, and the process's current directory.
 void FileSystem::enterDirectory(const char *dir) {
+    if (m_settings.leaveDirectoryAlone) {
+        names.root = realDirectory(belowRoot(dir), dir);
+        return;
+    }
     if (!platform::setCurrentDirectory(dir))
         V_throw(V_FileException_DirectoryNotFound(dir));
     Path entered;
@@ -79,7 +112,8 @@ bool FileSystem::setSecondaryDirectory(const char *dir) {
 bool FileSystem::loadArchives() {
     names.setMode(V_File::AH_ARCHIVES);
     search.reset();
-    loadArchivesOf("", Origin::ORIGIN_ROOT);
+    if (m_settings.loadArchives)
+        loadArchivesOf("", Origin::ORIGIN_ROOT);
     return m_secondaryDirectory.length() != 0 &&
            loadArchivesOf(m_secondaryDirectory.text(), Origin::ORIGIN_SECONDARY);
 }
@@ -95,14 +129,28 @@ bool FileSystem::loadArchivesOf(const char *directory, Origin origin) {
     if (outOfMemory)
         V_throw(V_MemoryException_Allocation());
     bool any = false;
-    while (const char *name = found ? platform::nextName(found.get()) : nullptr) {
+    while (const char *name = found ? platform::nextName(found.get()) : nullptr)
+        any |= loadFound(directory, name, origin);
+    return any;
+}
+
+/// Loads an archive that an enumeration has found. False when the settings leave it out.
+bool FileSystem::loadFound(const char *directory, const char *name, Origin origin) {
+    try {
         Path path;
         path.append(directory, name);
         path.append(name, name);
+        if (m_settings.passOverOddArchives &&
+            platform::fileKind(belowRoot(path.text()).view()) != platform::FileKind::File)
+            return false;
         m_places = m_places->with(m_places->endOfStanding(), newPlace(loadArchive(path.text()), {}, origin));
-        any = true;
+        return true;
+    } catch (const V_FileException *failure) {
+        if (m_settings.badArchives == V_StartSettings::BA_THROW)
+            throw;
+        Sys->verbose("%s\n", failure->getErrorMessage());
+        return false;
     }
-    return any;
 }
 
 void FileSystem::unloadArchives() {
@@ -128,15 +176,18 @@ bool FileSystem::expand(Path &out, const char *path) const {
 
 /// A path that is relative to the root, if to anything, without need of the process's current directory.
 Path FileSystem::belowRoot(const char *path) const {
-    const bool absolute = path[0] == '\\' || path[0] == '/' || (path[0] && path[1] == ':');
     Path result;
-    if (!absolute) {
-        result = names.root;
-        if (!result.endsWithBackslash())
-            result.append("\\", path);
-    }
-    result.append(path, path);
+    if (!makeAbsolute(result, path, names.root))
+        V_throw(V_FileException_PathTooLong(path));
     return result;
+}
+
+std::FILE *FileSystem::openGiven(const char *path, const char *mode) {
+    if (!File || !get().m_settings.leaveDirectoryAlone)
+        return platform::openFile(path, mode);
+    Path absolute;
+    return makeAbsolute(absolute, path, get().names.root) ? platform::openFile(absolute.text(), mode)
+                                                          : nullptr;
 }
 
 // ---- The priority archive ------------------------------------------------------------------------------

@@ -6,8 +6,10 @@
 #include "file/names/name_rules.h"
 #include "file/places/place_list.h"
 #include "file/places/search.h"
+#include "vl/core/startup.h"
 #include "vl/file.h"
 
+#include <cstdio>
 #include <optional>
 
 namespace vl {
@@ -17,8 +19,17 @@ class FileSystem {
     /// What `File` holds; there must be one.
     static FileSystem &get() { return *File->m_pSystem; }
 
-    /// Enters the executable's directory, as V_File::setFileSystemRoot does it.
-    FileSystem();
+    /// Enters the directory that the settings (which must outlive this) tell, as V_File::setFileSystemRoot
+    /// does it.
+    explicit FileSystem(const V_StartSettings &settings);
+
+    /// The root that a start with these settings has, by the name that the system gives it. Throws
+    /// V_FileException_DirectoryNotFound, V_FileException_PathTooLong and V_MemoryException_Allocation.
+    static Path rootOf(const V_StartSettings &settings);
+
+    /// Opens a file by an operating-system path, as platform::openFile does: relative to the process's
+    /// current directory, or to the root where that is left alone. May be called without a started library.
+    static std::FILE *openGiven(const char *path, const char *mode);
 
     NameRules names;
     Path startupDirectory;
@@ -53,6 +64,7 @@ class FileSystem {
     void enterDirectory(const char *dir);
     bool loadArchives();
     bool loadArchivesOf(const char *directory, V_FilePlace::Origin origin);
+    bool loadFound(const char *directory, const char *name, V_FilePlace::Origin origin);
     void unloadArchives();
     Ref<Archive> loadArchive(const char *name) const;
     Path belowRoot(const char *path) const;
@@ -62,6 +74,7 @@ class FileSystem {
         return {std::move(archive), std::move(placing), origin, m_uNextId++};
     }
 
+    const V_StartSettings &m_settings;
     unsigned int m_uNextId = 1;
     Ref<const PlaceList> m_diskAlone; ///< the local root
     Ref<const PlaceList> m_places;    ///< parked while names are operating-system paths

@@ -3,9 +3,9 @@
 #include "vl/memoryfile.h"
 
 #include "core/counted.h"
+#include "file/file_system.h"
 #include "file/whole_file.h"
 #include "memoryfile/kinds.h"
-#include "platform/platform.h"
 #include "vl/file.h"
 
 #include <algorithm>
@@ -129,7 +129,7 @@ void V_MemoryFile::construct(unsigned int capacity, const char *fileName) {
         V_String name(textOrEmpty(fileName));
         startOver();
         m_strFilename.swap(name);
-        m_pOutFile = vl::platform::openFile(getFilename(), "wb");
+        m_pOutFile = vl::FileSystem::openGiven(getFilename(), "wb");
         if (!m_pOutFile)
             V_throw(V_MemoryFileException_UnableToOpenFileForWrite(getFilename()));
     } catch (...) {

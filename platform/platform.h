@@ -46,6 +46,13 @@ bool setCurrentDirectory(const char *path);
 /// or `path` is empty, on another drive or on the network.
 bool fullPath(PathBuffer &out, const char *path);
 
+/// The path by which currentDirectory would tell the directory `path` once it were entered: absolute, as the
+/// system spells it, links followed. False when it is no directory, or does not fit.
+bool realDirectory(PathBuffer &out, const char *path);
+
+/// A path as the system itself writes it: `/home/u/a.txt` for `C:\home\u\a.txt`. False where fullPath is.
+bool systemPath(PathBuffer &out, const char *path);
+
 enum class FileKind { None, File, Directory };
 
 /// What lies at `path`: nothing that can be found, a file (anything that is not a directory), or a directory.
@@ -261,6 +268,9 @@ std::uint32_t milliseconds();
 
 /// Whether the operating system saves the SSE registers of a thread.
 bool savesSseState();
+
+/// Writes a line on standard error, where there is one, and waits for nobody. Takes no memory.
+void printError(const char *text);
 
 /// Tells the user of a fatal failure and, where the system has a message box, waits until it is closed; on
 /// POSIX title and text go to standard error. Null counts as an empty text.

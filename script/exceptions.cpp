@@ -2,6 +2,10 @@
 
 #include "vl/script/exception.h"
 
+#include "file/shown_path.h"
+
+using vl::ShownPath;
+
 #define VL_LOADER_MESSAGE(Case, parameters, ...)                                                             \
     V_ScriptLoaderException_##Case::V_ScriptLoaderException_##Case parameters { setError(__VA_ARGS__); }
 #define VL_SCRIPT_MESSAGE(Case, parameters, ...)                                                             \
@@ -9,51 +13,55 @@
 
 VL_LOADER_MESSAGE(BlockComment, (unsigned int line, const char *file),
                   "V_ScriptLoader: Block comment /*...*/ starting\nin line %u of \"%s\" doesn't end!", line,
-                  file)
+                  ShownPath(file).text())
 VL_LOADER_MESSAGE(
     NoOpeningBracket, (char closer, unsigned int line, const char *file),
     "V_ScriptLoader: Closing bracket \"%c\" in line %u\nof \"%s\" found without opening bracket!", closer,
-    line, file)
+    line, ShownPath(file).text())
 VL_LOADER_MESSAGE(
     BracketIncompatible,
     (char closer, unsigned int line, const char *file, unsigned int openLine, char expectedCloser),
     "V_ScriptLoader: Closing bracket \"%c\" in line %u of\n\"%s\" doesn't fit bracket in line %u "
     "(expected: \"%c\")!",
-    closer, line, file, openLine, expectedCloser)
+    closer, line, ShownPath(file).text(), openLine, expectedCloser)
 VL_LOADER_MESSAGE(EndlessString, (unsigned int line, const char *file),
                   "V_ScriptLoader: String marking \"...\" starting\nin line %u of \"%s\" doesn't end!", line,
-                  file)
+                  ShownPath(file).text())
 VL_LOADER_MESSAGE(BracketedInclude, (unsigned int line, const char *file, unsigned int openLine),
                   "V_ScriptLoader: #include directive in line %u of \"%s\"\ncan't be used inside a bracketed "
                   "block (starts in line %u)!",
-                  line, file, openLine)
+                  line, ShownPath(file).text(), openLine)
 VL_LOADER_MESSAGE(IncludeSyntax, (unsigned int line, const char *file),
-                  "V_ScriptLoader: Syntax error in #include\ndirective in line %u of \"%s\"!", line, file)
+                  "V_ScriptLoader: Syntax error in #include\ndirective in line %u of \"%s\"!", line,
+                  ShownPath(file).text())
 VL_LOADER_MESSAGE(MultipleInclusion, (const char *name, unsigned int line, const char *file),
                   "V_ScriptLoader: Attempt to include file \"%s\" again in\nline%u of \"%s\" (recursion "
                   "problem)!",
-                  name, line, file)
+                  name, line, ShownPath(file).text())
 VL_LOADER_MESSAGE(BracketedDefine, (unsigned int line, const char *file, unsigned int openLine),
                   "V_ScriptLoader: #define directive in line %u of \"%s\"\ncan't be used inside a bracketed "
                   "block (starts in line %u)!",
-                  line, file, openLine)
+                  line, ShownPath(file).text(), openLine)
 VL_LOADER_MESSAGE(
     DefineTooLong, (unsigned int line, const char *file, int limit),
     "V_ScriptLoader: #define directive in line %u of \"%s\"\ncan't assign #define's longer than "
     "%d characters!",
-    line, file, limit)
+    line, ShownPath(file).text(), limit)
 VL_LOADER_MESSAGE(DefineSyntax, (unsigned int line, const char *file),
-                  "V_ScriptLoader: Syntax error in #define\ndirective in line %u of \"%s\"!", line, file)
+                  "V_ScriptLoader: Syntax error in #define\ndirective in line %u of \"%s\"!", line,
+                  ShownPath(file).text())
 VL_LOADER_MESSAGE(
     ReDefinition,
     (const char *name, const char *oldValue, const char *newValue, unsigned int line, const char *file),
     "V_ScriptLoader: Attempt to re-#define \"%s\"\n(originally \"%s\")\nas \"%s\" in line %u of "
     "\"%s\"!",
-    name, oldValue, newValue, line, file)
+    name, oldValue, newValue, line, ShownPath(file).text())
 VL_LOADER_MESSAGE(UnknownDirective, (unsigned int line, const char *file),
-                  "V_ScriptLoader: Unknown preprocessor directive\nin line %u of \"%s\"!", line, file)
+                  "V_ScriptLoader: Unknown preprocessor directive\nin line %u of \"%s\"!", line,
+                  ShownPath(file).text())
 VL_LOADER_MESSAGE(NoClosingBracket, (const char *file, unsigned int openLine),
-                  "V_ScriptLoader: File \"%s\" ends with\nopened bracket from line %u!", file, openLine)
+                  "V_ScriptLoader: File \"%s\" ends with\nopened bracket from line %u!",
+                  ShownPath(file).text(), openLine)
 
 VL_LOADER_MESSAGE(EmptyTag, (const char *nesting),
                   "V_ScriptLoader: Tag brackets [ ] cannot\nbe empty: block [%s]!", nesting)

@@ -102,7 +102,7 @@ std::size_t joinElements(Path &path, std::string_view name, const char *asGiven)
     return std::min(kept, path.length());
 }
 
-bool hasDrive(const char *path) { return path[0] && path[1] == ':'; }
+bool hasDrive(std::string_view path) { return path.size() >= 2 && path[1] == ':'; }
 
 } // namespace
 
@@ -115,7 +115,7 @@ Path NameRules::resolve(const char *name, std::size_t *kept) const {
     const bool fromRoot = text[0] == '\\';
     bool full = false; // an operating-system path that needs nothing in front of it
     if (mode == V_File::AH_DIRECTORIES)
-        full = hasDrive(text) || (fromRoot && text[1] == '\\');
+        full = hasDrive(normalised.view()) || (fromRoot && text[1] == '\\');
     else if (!areVirtual())
         full = std::V_CTrI::compare(text, current.text(), 3) == 0; // drive and backslash
 
@@ -144,8 +144,7 @@ Path NameRules::resolveVirtual(const char *name) const {
 bool NameRules::toDiskPath(Path &out, std::string_view resolved) const {
     if (areVirtual())
         return joinDiskPath(out, root, resolved);
-    out.cutTo(0);
-    return out.tryAppend(resolved);
+    return makeAbsolute(out, resolved, root);
 }
 
 void NameRules::setMode(int newMode) {
@@ -166,6 +165,26 @@ bool joinDiskPath(Path &out, const Path &directory, std::string_view rest) {
     if (rest.ends_with('\\'))
         rest.remove_suffix(1);
     if (out.tryAppend(rest))
+        return true;
+    out.cutTo(0);
+    return false;
+}
+
+bool makeAbsolute(Path &out, std::string_view path, const Path &root) {
+    const std::string_view drive = path.substr(0, hasDrive(path) ? 2 : 0);
+    const std::string_view rest = path.substr(drive.size());
+    const bool fromTop = !rest.empty() && isSeparator(rest[0]);
+    const bool network = drive.empty() && fromTop && rest.size() > 1 && isSeparator(rest[1]);
+    const bool otherDrive = !drive.empty() && upper(drive[0]) != upper(root.text()[0]);
+
+    std::string_view front = root.view();
+    if (network)
+        front = {};
+    else if (fromTop || otherDrive)
+        front = drive.empty() ? front.substr(0, 2) : drive;
+    const bool separated = fromTop || front.ends_with('\\');
+    out.cutTo(0);
+    if (out.tryAppend(front) && (separated || out.tryAppend("\\")) && out.tryAppend(rest))
         return true;
     out.cutTo(0);
     return false;

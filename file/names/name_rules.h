@@ -44,6 +44,10 @@ bool joinDiskPath(Path &out, const Path &directory, std::string_view rest);
 /// them unless elements are whole.
 bool hasInnerDots(std::string_view name);
 
+/// Makes an operating-system path absolute: what it does not say itself, a drive or a directory, it takes
+/// from `root`, which is absolute; never from the process. False, and an empty path, when that does not fit.
+bool makeAbsolute(Path &out, std::string_view path, const Path &root);
+
 /// Whether a name of an archive's tables can be told by a path. A client that walks a tree must not meet ".."
 /// or what resolves to something else: two dots anywhere, a slash, and a dot at the end of a directory's
 /// name; where elements are whole, only "." and ".." themselves and a slash.

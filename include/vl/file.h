@@ -25,6 +25,7 @@
 #include "vl/file/stream.h"
 #include "vl/file/writer.h"
 
+struct V_StartSettings;
 namespace vl {
 struct ArchiveIndexSlot;
 class FileSystem;
@@ -396,7 +397,7 @@ class VL_API V_File {
     friend class V_VantorInit;
     friend class vl::FileSystem;
 
-    VL_LOCAL V_File();
+    VL_LOCAL explicit V_File(const V_StartSettings &settings);
     VL_LOCAL ~V_File();
     V_File(const V_File &) = delete;
     V_File &operator=(const V_File &) = delete;

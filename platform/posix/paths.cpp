@@ -8,7 +8,10 @@
 #include "platform/posix/directory_cache.h"
 #include "platform/posix/spelling.h"
 
+#include <climits>
+#include <cstdlib>
 #include <cstring>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace vl::platform {
@@ -156,6 +159,24 @@ bool fullPath(PathBuffer &out, const char *path) {
     std::memcpy(both + length + 1, system.text, system.length);
     return toSystemPath(system, {both, length + 1 + system.length}) &&
            toEnginePath(out, {system.text, system.length});
+}
+
+bool realDirectory(PathBuffer &out, const char *path) {
+    SystemPath system;
+    char resolved[PATH_MAX];
+    const auto resolve = [&](const char *text) { return realpath(text, resolved) != nullptr; };
+    struct stat info;
+    return toSystemPath(system, path) && withSpelling(system, resolve) == Spelling::Found &&
+           stat(resolved, &info) == 0 && S_ISDIR(info.st_mode) && toEnginePath(out, resolved);
+}
+
+bool systemPath(PathBuffer &out, const char *path) {
+    PathBuffer full;
+    SystemPath system;
+    if (!fullPath(full, path) || !toSystemPath(system, full))
+        return false;
+    std::memcpy(out, system.text, system.length + 1);
+    return true;
 }
 
 } // namespace vl::platform

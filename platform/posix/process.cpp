@@ -110,6 +110,8 @@ void restorePriority(const Priority &saved) {
 // Every kernel that runs programs of today's C++ runtime does.
 bool savesSseState() { return true; }
 
+void printError(const char *text) { std::fprintf(stderr, "%s\n", text); }
+
 void messageBox(const char *title, const char *text) {
     std::fprintf(stderr, "%s\n%s\n", title ? title : "", text ? text : "");
 }

@@ -1,9 +1,10 @@
-// Exceptions: the root class, how every failure of the library is thrown, and the two areas that belong to no
-// subsystem (memory and failed checks).
+// Exceptions: the root class, how every failure of the library is thrown, and the three areas that belong to
+// no subsystem (memory, start-up and failed checks).
 //
-// The tree: V_Exception; below it one class per area (V_MemoryException, V_DebugException, V_FileException,
-// V_MemoryFileException, V_ScriptException, and V_ScriptLoaderException below V_ScriptException); below each
-// area its leaf classes, named V_<Area>Exception_<Case>. Only leaves are thrown, always as a pointer:
+// The tree: V_Exception; below it one class per area (V_MemoryException, V_StartUpException,
+// V_DebugException, V_FileException, V_MemoryFileException, V_ScriptException, and V_ScriptLoaderException
+// below V_ScriptException); below each area its leaf classes, named V_<Area>Exception_<Case>. Only leaves are
+// thrown, always as a pointer:
 //
 //     try {
 //         char *data = File->load("config.txt", V_File::WHOLE_FILE);
@@ -72,6 +73,15 @@ class VL_API V_MemoryException : public V_Exception {};
 class VL_API V_MemoryException_Allocation : public V_MemoryException {
   public:
     V_MemoryException_Allocation();
+};
+
+/// Area: start-up.
+class VL_API V_StartUpException : public V_Exception {};
+
+/// "The library has been started already": V_VantorInit::settings was called too late.
+class VL_API V_StartUpException_AlreadyStarted : public V_StartUpException {
+  public:
+    V_StartUpException_AlreadyStarted();
 };
 
 /// Area: failed checks (see vl/core/check.h).

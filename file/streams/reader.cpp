@@ -14,7 +14,7 @@ namespace vl {
 
 /// What is read from, and the window on it.
 struct ReadSource {
-    static constexpr unsigned int windowSize = 65536;
+    static constexpr unsigned int windowSize = 131072;
 
     V_String name;
     ReadFile file;                    ///< of a loose or stored file

@@ -10,7 +10,7 @@ struct ReadSource;
 }
 
 /// A file of the name space, loose or archived, stored or compressed, that is read and sought in alike. A
-/// loose or stored file is read through a window of 64 KiB; of a compressed one all is unpacked at the first
+/// loose or stored file is read through a window of 128 KiB; of a compressed one all is unpacked at the first
 /// read, since its bytes can only be told in order, and lies in memory as long as the reader. It goes on
 /// reading when the archive is unloaded. V_FileStream, beside it, decodes compressed files as they are read
 /// and refuses to seek in them.

@@ -87,7 +87,7 @@ V_VantorInit::V_VantorInit() {
         if (settingsOfStart.noLog)
             Sys->ceaseVerbose(0);
         File = vl::constructCounted<V_File>([](void *block) { return new (block) V_File(settingsOfStart); });
-    } catch (const V_Exception *failure) {
+    } catch (V_Exception *failure) {
         tell(*failure);
         stop();
         throw;

@@ -140,7 +140,7 @@ bool FileSystem::loadFound(const char *directory, const char *name, Place::Origi
             return false;
         m_places = m_places->withLast({loadArchive(path.text()), origin});
         return true;
-    } catch (const V_FileException *failure) {
+    } catch (V_FileException *failure) {
         if (m_settings.badArchives == V_StartSettings::BA_THROW)
             throw;
         Sys->verbose("%s\n", failure->getErrorMessage());

@@ -97,6 +97,8 @@ TEST_F(StartSettings, LeftAloneItsDirectoryIsTheProgramsAlone) {
 
     File->setArchiveHandling(V_File::AH_DIRECTORIES);
     EXPECT_EQ(File->save("C:colon.txt", "c", 1), 1); // relative, on this drive
+    EXPECT_EQ(File->save("1:digit.txt", "1", 1), 1);
+    EXPECT_EQ(File->save("D:colon.txt", "d", 1), 0); // no such drive
     EXPECT_EQ(File->save("plain/p.txt", "p", 1), 1);
     File->setArchiveHandling(V_File::AH_ARCHIVES);
 
@@ -110,8 +112,9 @@ TEST_F(StartSettings, LeftAloneItsDirectoryIsTheProgramsAlone) {
 
     EXPECT_EQ(fs::current_path(), wandered.path());
     EXPECT_TRUE(fs::is_empty(wandered.path()));
-    EXPECT_EQ(files(), "(log) A.vas colon.txt log log/appended.txt new new/a.txt new/held.dat plain "
-                       "plain/p.txt through.dat ");
+    EXPECT_EQ(files(),
+              "(log) 1:digit.txt A.vas colon.txt log log/appended.txt new new/a.txt new/held.dat plain "
+              "plain/p.txt through.dat ");
     fs::current_path(m_elsewhere.path());
 }
 

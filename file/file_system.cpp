@@ -29,7 +29,7 @@ Path realDirectory(const Path &path, const char *dir) {
     if (platform::fileKind(path.view()) != platform::FileKind::Directory)
         V_throw(V_FileException_DirectoryNotFound(dir));
     Path real;
-    if (!real.set([&](auto &out) { return platform::realDirectory(out, path.text()); }))
+    if (!real.set([&](platform::PathBuffer &out) { return platform::realDirectory(out, path.text()); }))
         V_throw(V_FileException_PathTooLong(dir));
     return real;
 }

@@ -43,7 +43,9 @@ vl::Path logName() {
     if (settingsOfStart.logFile)
         name.append(settingsOfStart.logFile, settingsOfStart.logFile);
     else if (vl::platform::computerName(computer))
-        name.set([&](auto &out) { return std::snprintf(out, sizeof out, "verbose_%s.txt", computer) > 0; });
+        name.set([&](vl::platform::PathBuffer &out) {
+            return std::snprintf(out, sizeof out, "verbose_%s.txt", computer) > 0;
+        });
     else
         name.append("verbose.txt", "");
     if (!settingsOfStart.logFile && !settingsOfStart.leaveDirectoryAlone)
@@ -51,7 +53,8 @@ vl::Path logName() {
 
     vl::Path below, shown;
     if (!vl::makeAbsolute(below, name.view(), vl::FileSystem::rootOf(settingsOfStart)) ||
-        !shown.set([&](auto &out) { return vl::platform::systemPath(out, below.text()); }))
+        !shown.set(
+            [&](vl::platform::PathBuffer &out) { return vl::platform::systemPath(out, below.text()); }))
         V_throw(V_FileException_PathTooLong(name.text()));
     return shown;
 }
@@ -87,7 +90,7 @@ V_VantorInit::V_VantorInit() {
         if (settingsOfStart.noLog)
             Sys->ceaseVerbose(0);
         File = vl::constructCounted<V_File>([](void *block) { return new (block) V_File(settingsOfStart); });
-    } catch (const V_Exception *failure) {
+    } catch (V_Exception *failure) {
         tell(*failure);
         stop();
         throw;

@@ -13,6 +13,8 @@
 
 V_System *Sys = nullptr;
 
+V_System *V_getSystem() { return Sys; }
+
 bool V_System::m_bErrorCreatesException = false;
 bool V_System::m_bAssertionCreatesException = false;
 bool V_System::m_bSuppressErrors = false;

@@ -10,6 +10,8 @@
 
 V_File *File = nullptr;
 
+V_File *V_getFile() { return File; }
+
 V_File::V_File(const V_StartSettings &settings) : m_pSystem(vl::newCounted<vl::FileSystem>(settings)) {}
 
 V_File::~V_File() { vl::deleteCounted(m_pSystem); }

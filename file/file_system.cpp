@@ -32,7 +32,7 @@ Path realDirectory(const Path &path, const char *dir) {
     if (platform::fileKind(path.view()) != platform::FileKind::Directory)
         V_throw(V_FileException_DirectoryNotFound(dir));
     Path real;
-    if (!real.set([&](auto &out) { return platform::realDirectory(out, path.text()); }))
+    if (!real.set([&](platform::PathBuffer &out) { return platform::realDirectory(out, path.text()); }))
         V_throw(V_FileException_PathTooLong(dir));
     return real;
 }
@@ -145,7 +145,7 @@ bool FileSystem::loadFound(const char *directory, const char *name, Origin origi
             return false;
         m_places = m_places->with(m_places->endOfStanding(), newPlace(loadArchive(path.text()), {}, origin));
         return true;
-    } catch (const V_FileException *failure) {
+    } catch (V_FileException *failure) {
         if (m_settings.badArchives == V_StartSettings::BA_THROW)
             throw;
         Sys->verbose("%s\n", failure->getErrorMessage());

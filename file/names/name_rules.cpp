@@ -171,17 +171,19 @@ bool joinDiskPath(Path &out, const Path &directory, std::string_view rest) {
 }
 
 bool makeAbsolute(Path &out, std::string_view path, const Path &root) {
-    const std::string_view drive = path.substr(0, hasDrive(path) ? 2 : 0);
+    // A digit in front of a colon begins a name like any other where the system has no drives.
+    const bool ofDrive = hasDrive(path) && upper(path[0]) >= 'A' && upper(path[0]) <= 'Z';
+    const std::string_view drive = path.substr(0, ofDrive ? 2 : 0);
     const std::string_view rest = path.substr(drive.size());
     const bool fromTop = !rest.empty() && isSeparator(rest[0]);
-    const bool network = drive.empty() && fromTop && rest.size() > 1 && isSeparator(rest[1]);
-    const bool otherDrive = !drive.empty() && upper(drive[0]) != upper(root.text()[0]);
+    const bool network = !ofDrive && fromTop && rest.size() > 1 && isSeparator(rest[1]);
+    const bool otherDrive = ofDrive && upper(drive[0]) != upper(root.text()[0]);
 
     std::string_view front = root.view();
     if (network)
         front = {};
     else if (fromTop || otherDrive)
-        front = drive.empty() ? front.substr(0, 2) : drive;
+        front = ofDrive ? drive : front.substr(0, 2);
     const bool separated = fromTop || front.ends_with('\\');
     out.cutTo(0);
     if (out.tryAppend(front) && (separated || out.tryAppend("\\")) && out.tryAppend(rest))

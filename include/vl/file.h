@@ -405,8 +405,14 @@ class VL_API V_File {
     vl::FileSystem *m_pSystem; ///< all that it holds, owned
 };
 
-/// The file system; null before start-up and after shutdown.
+#ifndef VL_NO_GLOBAL_NAMES
+/// The file system; null before start-up and after shutdown. A program that has another `File` defines
+/// VL_NO_GLOBAL_NAMES before it includes the library and asks V_getFile.
 extern VL_API V_File *File;
+#endif
+
+/// What `File` points to.
+VL_API V_File *V_getFile();
 
 /// Changes the library's current directory for the length of a scope.
 class VL_API V_FileDirectoryChange {

@@ -1,7 +1,7 @@
 # Makes one source of all the code in the guide: what declares something stands by itself, any other piece becomes a
 # function's body. The names that a piece takes from what is told around it are parameters.
 BEGIN {
-    print "#include \"vl/vl.h\"\n#include \"vl/math_types.h\"\n#include <cstdio>\n#include <iostream>\n#include <vector>"
+    print "#include \"vl/vl.h\"\n#include \"vl/math_types.h\"\n#include \"vl/std.h\"\n#include <cstdio>\n#include <iostream>\n#include <vector>"
 }
 /^```cpp/ { inside = 1; body = ""; declares = 0; next }
 /^```/ && inside {

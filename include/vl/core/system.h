@@ -222,8 +222,14 @@ class VL_API V_System {
     std::int64_t m_iLastCounter = 0;
 };
 
-/// The system object; null before start-up and after shutdown.
+#ifndef VL_NO_GLOBAL_NAMES
+/// The system object; null before start-up and after shutdown. A program that has another `Sys` defines
+/// VL_NO_GLOBAL_NAMES before it includes the library and asks V_getSystem.
 extern VL_API V_System *Sys;
+#endif
+
+/// What `Sys` points to.
+VL_API V_System *V_getSystem();
 
 /// Formats printf-style into the next of 32 buffers, with at most 2047 characters (a longer result is cut).
 /// The result stays valid until the 32nd further call. Safe to call from several threads once the library has

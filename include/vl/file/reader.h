@@ -49,7 +49,7 @@ class VL_API V_FileReader {
     const char *getName() const;
 
   private:
-    VL_LOCAL unsigned int readSlowly(void *out, unsigned int count);
+    unsigned int readSlowly(void *out, unsigned int count);
     VL_LOCAL void show(unsigned int start, unsigned int position, unsigned int size);
 
     vl::ReadSource *m_pSource; ///< owned

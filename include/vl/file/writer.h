@@ -74,7 +74,7 @@ class VL_API V_FileWriter {
     void close();
 
   private:
-    VL_LOCAL void writeSlowly(const void *data, unsigned int size);
+    void writeSlowly(const void *data, unsigned int size);
     VL_LOCAL void requireOpen(const char *action) const;
     VL_LOCAL unsigned int held() const;
     VL_LOCAL void restart(unsigned int heldBytes);

@@ -3,11 +3,13 @@
 // A name is resolved against the library's own current directory, then looked up on disk, then in the active
 // archives. In the usual mode, AH_ARCHIVES, names are virtual paths below the local root (the executable's
 // directory): `\data\car.txt` is, on disk, the local root followed by that path, and in an archive the file
-// car.txt of the directory `\data\`. A file on disk hides an archived one of the same name.
+// car.txt of the directory `\data\`. A file on disk hides an archived one of the same name. Programs may add
+// directories and archives to the places where names are looked for, and write to a directory of its own.
 //
 // Names and paths are zero-terminated, hold at most 255 characters, use the backslash (slashes are taken
 // alike) and ignore the case of A-Z. Resolving a name removes `.\` elements, lets `..` remove the element
-// before it (above the root it stays at the root) and refuses what grows too long with
+// before it (above the root it stays at the root), ALSO WHERE IT STANDS INSIDE A NAME (`com_11..bvr` is `vr`,
+// unless setWholeElements is on), and refuses what grows too long with
 // V_FileException_PathTooLong. Every function that takes a name may throw that, and
 // V_FileException_FilenameTooLong when that limit is enabled. Sizes and offsets are in bytes and 32 bits
 // wide; larger files are refused with V_FileException_FileTooLarge. Exhausted memory throws

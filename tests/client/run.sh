@@ -16,7 +16,8 @@ for compiler in g++ clang++; do
         -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$flags" >/dev/null
     cmake --build "$work/$compiler" -- --quiet
     for client in "$work/$compiler"/client_*; do
-        [ "$("$client")" = 'File \NO SUCH FILE not found' ] || { echo "$client failed"; exit 1; }
+        said=$("$client") || { echo "$client failed: $said"; exit 1; }
+        [ "${said^^}" = 'FILE \NO SUCH FILE NOT FOUND' ] || { echo "$client failed: $said"; exit 1; }
     done
     # What the guide shows, a reader must be able to write.
     awk -f "$source/guide.awk" "$source/../../docs/guide.md" >"$work/guide.cpp"

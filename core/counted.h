@@ -6,6 +6,7 @@
 #include "vl/core/memory.h"
 
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <utility>
@@ -59,6 +60,14 @@ T *allocateArray(std::uint64_t count) {
     if (T *const elements = tryAllocateArray<T>(count))
         return elements;
     V_throw(V_MemoryException_Allocation());
+}
+
+/// A counted copy of a text. Throws V_MemoryException_Allocation.
+inline CountedArray<char> copyOfText(const char *text) {
+    const std::size_t size = std::strlen(text) + 1;
+    CountedArray<char> copy(allocateArray<char>(size));
+    std::memcpy(copy.get(), text, size);
+    return copy;
 }
 
 /// Counted allocation for the containers of the standard library.

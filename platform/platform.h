@@ -169,9 +169,9 @@ bool createDirectories(const char *path);
 class Replacement;
 
 /// Makes a file of a name of its own in the directory of `path`, or of what a link there leads to. It has the
-/// access rights of the file that it will replace. Null on failure. The caller gives the result to one of the
-/// two functions behind it.
-Replacement *beginReplacement(const char *path);
+/// access rights of the file that it will replace. Null on failure; `outOfMemory` tells whether that was for
+/// want of memory. The caller gives the result to one of the two functions behind it.
+Replacement *beginReplacement(const char *path, bool *outOfMemory);
 FileHandle fileOf(const Replacement *replacement);
 
 /// Hands the new file to the disk and puts it in the place of the old one in one step: whoever looks, also

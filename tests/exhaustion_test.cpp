@@ -155,4 +155,23 @@ TEST_F(Exhaustion, OfPlaces) {
               15);
 }
 
+TEST_F(Exhaustion, OfWritersAndReaders) {
+    const char *content = loadArchive();
+    std::filesystem::create_directories(root() / "kept");
+    EXPECT_GT(failEachOf([&] {
+                  for (const char *name : {"1", "2", "sub\\3"}) {
+                      File->copy(name, "kept\\a file with a name that does not fit the string itself");
+                      V_FileReader reader("kept\\a file with a name that does not fit the string itself");
+                      char read[50];
+                      EXPECT_EQ(reader.read(read, 50), 44u);
+                      EXPECT_EQ(std::memcmp(read, content, 44), 0);
+                  }
+              }),
+              15);
+    // Of what did not become whole nothing is left.
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(root() / "kept"),
+                            std::filesystem::directory_iterator()),
+              1);
+}
+
 } // namespace

@@ -16,7 +16,7 @@ namespace vl {
 struct ReadSource {
     static constexpr unsigned int windowSize = 131072;
 
-    V_String name;
+    CountedArray<char> name;
     ReadFile file;                    ///< of a loose or stored file
     std::uint64_t begin = 0;          ///< of a stored one, in its archive
     std::optional<EntryReader> entry; ///< of a compressed file, until it is unpacked
@@ -30,7 +30,7 @@ struct ReadSource {
 
     void readAt(unsigned int position, void *out, unsigned int count) const {
         if (!file.read(begin + position, out, count))
-            V_throw(V_FileException_UnableToReadData(name.c_str()));
+            V_throw(V_FileException_UnableToReadData(name.get()));
     }
 };
 
@@ -44,7 +44,7 @@ V_FileReader::V_FileReader(const char *name) {
     if (!found)
         V_throw(V_FileException_FileNotFound(lookup.path()));
     vl::CountedObject<ReadSource> source(vl::newCounted<ReadSource>());
-    source->name = name;
+    source->name = vl::copyOfText(name);
     source->size = found.size(lookup.diskPath());
     if (found.onDisk) {
         source->file = std::move(found.onDisk);
@@ -77,7 +77,7 @@ unsigned int V_FileReader::getPosition() const { return m_pSource->start + m_pSo
 
 unsigned int V_FileReader::getSize() const { return m_pSource->size; }
 
-const char *V_FileReader::getName() const { return m_pSource->name.c_str(); }
+const char *V_FileReader::getName() const { return m_pSource->name.get(); }
 
 void V_FileReader::seek(unsigned int position) {
     const ReadSource &source = *m_pSource;

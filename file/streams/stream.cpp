@@ -21,11 +21,6 @@ namespace {
 /// From this size on a read costs less when it skips the buffer.
 constexpr unsigned int largeRead = 32768;
 
-char *copyOf(const char *text) {
-    const std::size_t size = std::strlen(text) + 1;
-    return static_cast<char *>(std::memcpy(vl::allocateArray<char>(size), text, size));
-}
-
 /// A file on disk, or an archive that holds an entry as it is.
 class PlainBytes final : public vl::StreamBackEnd {
   public:
@@ -61,8 +56,8 @@ class DecodedEntry final : public vl::StreamBackEnd {
 V_FileStream::Shared *V_FileStream::newShared(const char *name, const char *sourcePath) {
     std::unique_ptr<Shared, void (*)(Shared *)> state(vl::newCounted<Shared>(), deleteShared);
     state->refCount = 1;
-    state->name = copyOf(name);
-    state->sourcePath = copyOf(sourcePath);
+    state->name = vl::copyOfText(name).release();
+    state->sourcePath = vl::copyOfText(sourcePath).release();
     return state.release();
 }
 

@@ -19,7 +19,7 @@ using platform::FileHandle;
 struct WrittenFile {
     static constexpr unsigned int capacity = 65536;
 
-    V_String name;
+    CountedArray<char> name;
     FileHandle handle = platform::noFile;
     platform::Replacement *replacement = nullptr; ///< whose file the handle is
     bool willReplace = false;
@@ -28,13 +28,13 @@ struct WrittenFile {
     CountedArray<unsigned char> buffer;
 
     [[noreturn]] void fail(const char *action) const {
-        V_throw(V_FileException_OperationFailed(action, name.c_str(), platform::lastFailure()));
+        V_throw(V_FileException_OperationFailed(action, name.get(), platform::lastFailure()));
     }
 
     /// Where the bytes held end. Throws V_FileException_FileTooLarge when positions cannot tell that.
     void requireSize(std::uint64_t end) const {
         if (end > std::numeric_limits<unsigned int>::max())
-            V_throw(V_FileException_FileTooLarge(name.c_str()));
+            V_throw(V_FileException_FileTooLarge(name.get()));
     }
 
     /// Writes at the start of what is held, which moves on, and returns how many bytes were written.
@@ -66,13 +66,16 @@ V_FileWriter::V_FileWriter(const char *name, Mode mode) {
     vl::Lookup lookup(name);
     const char *const path = lookup.pathForWriting();
     vl::CountedObject<WrittenFile> file(vl::newCounted<WrittenFile>());
-    file->name = name;
+    file->name = vl::copyOfText(name);
     file->buffer.reset(vl::allocateArray<unsigned char>(WrittenFile::capacity));
     if (mode != UPDATE)
         lookup.createParent();
     if (mode == REPLACE) {
         file->willReplace = true;
-        file->replacement = vl::platform::beginReplacement(path);
+        bool outOfMemory = false;
+        file->replacement = vl::platform::beginReplacement(path, &outOfMemory);
+        if (outOfMemory)
+            V_throw(V_MemoryException_Allocation());
         if (file->replacement)
             file->handle = vl::platform::fileOf(file->replacement);
     } else {
@@ -105,7 +108,7 @@ V_FileWriter::~V_FileWriter() {
 
 void V_FileWriter::requireOpen(const char *action) const {
     if (m_pFile->handle == vl::platform::noFile)
-        V_throw(V_FileException_OperationFailed(action, m_pFile->name.c_str(), "the file is closed"));
+        V_throw(V_FileException_OperationFailed(action, m_pFile->name.get(), "the file is closed"));
 }
 
 /// Bytes in the buffer.

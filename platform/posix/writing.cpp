@@ -208,7 +208,8 @@ bool createDirectories(const char *path) {
 
 // ---- A file in the place of another --------------------------------------------------------------------
 
-Replacement *beginReplacement(const char *path) {
+Replacement *beginReplacement(const char *path, bool *outOfMemory) {
+    *outOfMemory = false;
     SystemPath system;
     if (!toWritable(system, path))
         return nullptr;
@@ -218,6 +219,7 @@ Replacement *beginReplacement(const char *path) {
     }
     auto *const replacement = new (std::nothrow) Replacement;
     if (!replacement) {
+        *outOfMemory = true;
         failed(ENOMEM);
         return nullptr;
     }

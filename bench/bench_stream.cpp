@@ -1,5 +1,6 @@
 // Streams: an archive entry stored as it is, read in blocks of 64 KiB and of 16 bytes, beside fread of the
-// same bytes in a plain file; and compressed entries decoded as they are read, beside loading them at once.
+// same bytes in a plain file; compressed entries decoded as they are read, beside loading them at once; the
+// reader of every kind of file in pieces of 4 KiB, beside the allocating load; the writer beside fwrite.
 
 #include "bench/sample_data.h"
 #include "tests/support/archive_builder.h"
@@ -111,6 +112,69 @@ void loadWhole(benchmark::State &state, const char *name) {
     }
     count(state);
 }
+
+void readPieces(benchmark::State &state, const char *name) {
+    fixture();
+    char piece[4096];
+    for (auto _ : state) {
+        V_FileReader reader(name);
+        std::size_t total = 0;
+        while (const unsigned int read = reader.read(piece, sizeof piece)) {
+            total += read;
+            benchmark::DoNotOptimize(piece);
+        }
+        expectAll(total);
+    }
+    count(state);
+}
+
+void loadBlock(benchmark::State &state, const char *name) {
+    fixture();
+    for (auto _ : state) {
+        char *const block = File->load(name, V_File::WHOLE_FILE);
+        benchmark::DoNotOptimize(block);
+        File->free(block);
+    }
+    count(state);
+}
+
+constexpr int singleBytes = 300'000;
+
+void writeBytes(benchmark::State &state) {
+    fixture();
+    for (auto _ : state) {
+        V_FileWriter writer("written");
+        for (int i = 0; i < singleBytes; ++i) {
+            const char byte = static_cast<char>(i);
+            writer.write(&byte, 1);
+        }
+        writer.close();
+    }
+    state.SetBytesProcessed(state.iterations() * singleBytes);
+}
+
+void writeBytesPlain(benchmark::State &state) {
+    const std::string name = fixture().directory.path() / "plainly";
+    for (auto _ : state) {
+        std::FILE *const file = std::fopen(name.c_str(), "wb");
+        for (int i = 0; i < singleBytes; ++i) {
+            const char byte = static_cast<char>(i);
+            std::fwrite(&byte, 1, 1, file);
+        }
+        std::fclose(file);
+    }
+    state.SetBytesProcessed(state.iterations() * singleBytes);
+}
+
+BENCHMARK(writeBytes)->Unit(benchmark::kMillisecond);
+BENCHMARK(writeBytesPlain)->Unit(benchmark::kMillisecond);
+#define VL_PIECES(kind, name)                                                                                \
+    BENCHMARK_CAPTURE(readPieces, kind, name)->Unit(benchmark::kMillisecond);                                \
+    BENCHMARK_CAPTURE(loadBlock, kind, name)->Unit(benchmark::kMillisecond)
+VL_PIECES(loose, "plain.dat");
+VL_PIECES(stored, "stored");
+VL_PIECES(text, "text");
+VL_PIECES(program, "program");
 
 BENCHMARK_CAPTURE(readStream, blocks_64K, "\\stored", largeBlock, largeBlock)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(readPlain, blocks_64K, largeBlock, largeBlock)->Unit(benchmark::kMillisecond);

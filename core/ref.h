@@ -49,6 +49,14 @@ class Ref {
             deleteCounted(const_cast<std::remove_const_t<T> *>(m_pObject));
     }
 
+    /// Hands the reference over to who keeps it by hand, and takes such a one back.
+    T *release() { return std::exchange(m_pObject, nullptr); }
+    static Ref adopt(T *object) {
+        Ref result;
+        result.m_pObject = object;
+        return result;
+    }
+
     T *get() const { return m_pObject; }
     T *operator->() const { return m_pObject; }
     T &operator*() const { return *m_pObject; }

@@ -84,3 +84,16 @@ V_FileException_ArchiveVersionConflict::V_FileException_ArchiveVersionConflict(c
 V_FileException_FilenameTooLong::V_FileException_FilenameTooLong(const char *name, int limit) {
     setError("File name \"%s\" (excluding path) exceeds %i characters", ShownPath(name).text(), limit);
 }
+
+V_FileException_OutsideWriteDirectory::V_FileException_OutsideWriteDirectory(const char *name) {
+    setError("File %s leads out of the write directory", name);
+}
+
+V_FileException_NoSuchPlace::V_FileException_NoSuchPlace(unsigned int id) {
+    setError("There is no place %u", id);
+}
+
+V_FileException_OperationFailed::V_FileException_OperationFailed(const char *action, const char *name,
+                                                                 const char *reason) {
+    setError("Unable to %s \"%s\": %s", action, name, reason);
+}

@@ -67,6 +67,30 @@ int V_File::exists(const char *name) { return where(name) != LOC_NONE; }
 
 int V_File::isDirectory(const char *name) { return vl::Lookup(name, *m_pSystem).isDirectory(); }
 
+bool V_File::find(const char *name, V_FileInfo &info) { return vl::Lookup(name, *m_pSystem).find(info); }
+
+std::size_t V_File::findAll(const char *name, V_FileInfo *infos, std::size_t room) {
+    return vl::Lookup(name, *m_pSystem).findAll(infos, room);
+}
+
+void V_File::setWholeElements(bool enable) { m_pSystem->names.wholeElements = enable; }
+
+bool V_File::hasWholeElements() const { return m_pSystem->names.wholeElements; }
+
+// ---- Places --------------------------------------------------------------------------------------------
+
+unsigned int V_File::addPlace(const char *path, PlaceOrder order, const char *at, unsigned int beside) {
+    return m_pSystem->addPlace(path, order, at, beside);
+}
+
+bool V_File::removePlace(unsigned int id) { return m_pSystem->removePlace(id); }
+
+bool V_File::movePlace(unsigned int id, PlaceOrder order, unsigned int beside) {
+    return m_pSystem->movePlace(id, order, beside);
+}
+
+void V_File::setWriteDirectory(const char *dir) { m_pSystem->setWriteDirectory(dir); }
+
 // ---- Searches ------------------------------------------------------------------------------------------
 
 const char *V_File::findFirst(const char *pattern) {
@@ -111,6 +135,6 @@ const char *V_File::getSecondaryArchiveSearchPath() const { return m_pSystem->se
 
 void V_File::verifyArchiverID(int id) const {
     for (const vl::Place &place : *m_pSystem->activePlaces())
-        if (place.archive->header.archiverID != static_cast<unsigned int>(id))
+        if (place.archive && place.archive->header.archiverID != static_cast<unsigned int>(id))
             V_throw(V_FileException_IncompatibleArchiverID(place.archive->archivePath));
 }

@@ -1,5 +1,5 @@
-// The file system's root and its archives: loading, unloading, the priority archive and the secondary
-// directory.
+// The file system's root and the archives that stand from the start: loading, unloading, the priority archive
+// and the secondary directory. (The places that clients add: places/changes.cpp.)
 
 #include "file/file_system.h"
 
@@ -12,6 +12,9 @@
 #include <utility>
 
 namespace vl {
+
+using Origin = V_FilePlace::Origin;
+
 namespace {
 
 /// The directory that a program lies in.
@@ -54,8 +57,10 @@ using OpenEnumeration = std::unique_ptr<platform::Enumeration, EndEnumeration>;
 
 } // namespace
 
-FileSystem::FileSystem(const V_StartSettings &settings)
-    : m_settings(settings), m_places(newCounted<PlaceList>()), m_none(m_places) {
+FileSystem::FileSystem(const V_StartSettings &settings) : m_settings(settings) {
+    PlaceList::Places root;
+    root.push_back(newPlace({}, {}, Origin::ORIGIN_LOCAL_ROOT));
+    m_diskAlone = m_places = Ref<const PlaceList>(newCounted<PlaceList>(std::move(root)));
     startupDirectory.set(platform::currentDirectory); // the process's business; nothing here depends on it
     if (settings.leaveDirectoryAlone)
         names.root = rootOf(settings);
@@ -108,13 +113,13 @@ bool FileSystem::loadArchives() {
     names.setMode(V_File::AH_ARCHIVES);
     search.reset();
     if (m_settings.loadArchives)
-        loadArchivesOf("", Place::Origin::LocalRoot);
+        loadArchivesOf("", Origin::ORIGIN_ROOT);
     return m_secondaryDirectory.length() != 0 &&
-           loadArchivesOf(m_secondaryDirectory.text(), Place::Origin::SecondaryDirectory);
+           loadArchivesOf(m_secondaryDirectory.text(), Origin::ORIGIN_SECONDARY);
 }
 
 /// Loads the archives of a directory behind those that are there. Returns whether there are any.
-bool FileSystem::loadArchivesOf(const char *directory, Place::Origin origin) {
+bool FileSystem::loadArchivesOf(const char *directory, Origin origin) {
     const Path place = *directory ? belowRoot(directory) : names.root;
     char pattern[sizeof(platform::PathBuffer) + sizeof "\\*.VAS"];
     std::strcpy(pattern, place.text());
@@ -130,7 +135,7 @@ bool FileSystem::loadArchivesOf(const char *directory, Place::Origin origin) {
 }
 
 /// Loads an archive that an enumeration has found. False when the settings leave it out.
-bool FileSystem::loadFound(const char *directory, const char *name, Place::Origin origin) {
+bool FileSystem::loadFound(const char *directory, const char *name, Origin origin) {
     try {
         Path path;
         path.append(directory, name);
@@ -138,7 +143,7 @@ bool FileSystem::loadFound(const char *directory, const char *name, Place::Origi
         if (m_settings.passOverOddArchives &&
             platform::fileKind(belowRoot(path.text()).view()) != platform::FileKind::File)
             return false;
-        m_places = m_places->withLast({loadArchive(path.text()), origin});
+        m_places = m_places->with(m_places->endOfStanding(), newPlace(loadArchive(path.text()), {}, origin));
         return true;
     } catch (V_FileException *failure) {
         if (m_settings.badArchives == V_StartSettings::BA_THROW)
@@ -151,17 +156,22 @@ bool FileSystem::loadFound(const char *directory, const char *name, Place::Origi
 void FileSystem::unloadArchives() {
     if (names.areVirtual()) {
         search.reset(); // a search of its own ends here
-        m_places = m_none;
+        m_places = m_places->withoutStandingArchives();
     }
 }
 
 /// Loads an archive by a name that is relative to the root.
 Ref<Archive> FileSystem::loadArchive(const char *name) const {
-    const Path below = belowRoot(name);
     Path path;
-    if (!path.set([&](platform::PathBuffer &out) { return platform::fullPath(out, below.text()); }))
+    if (!expand(path, name))
         V_throw(V_FileException_ArchiveNotFound(name)); // another drive
     return Archive::load(path.text());
+}
+
+/// The absolute form of a path that is relative to the root, if to anything. False when it names nothing.
+bool FileSystem::expand(Path &out, const char *path) const {
+    const Path below = belowRoot(path);
+    return out.set([&](platform::PathBuffer &buffer) { return platform::fullPath(buffer, below.text()); });
 }
 
 /// A path that is relative to the root, if to anything, without need of the process's current directory.
@@ -189,15 +199,15 @@ void FileSystem::enablePriorityArchive(const char *name) {
     m_priorityName = copy;
     if (copy.length() == 0)
         V_throw(V_FileException_ArchiveNotFound(name));
-    m_places = m_places->withFirst({loadArchive(m_priorityName.text()), Place::Origin::Priority});
+    m_places = m_places->with(m_places->positionOf(Origin::ORIGIN_LOCAL_ROOT) + 1,
+                              newPlace(loadArchive(m_priorityName.text()), {}, Origin::ORIGIN_PRIORITY));
     m_bPriorityEnabled = true;
 }
 
 void FileSystem::disablePriorityArchive() {
-    if (m_bPriorityEnabled) {
-        Ref<const PlaceList> rest = m_places->withoutPriority();
-        m_places = rest->begin() == rest->end() ? m_none : std::move(rest);
-    }
+    const std::size_t position = m_places->positionOf(Origin::ORIGIN_PRIORITY);
+    if (m_bPriorityEnabled && position != m_places->size())
+        m_places = m_places->without(position);
     m_bPriorityEnabled = false;
 }
 

@@ -1,4 +1,5 @@
-// What the one V_File holds: how names become paths, the archives, and the search of findFirst.
+// What the one V_File holds: how names become paths, the places that names are looked for in, and the search
+// of findFirst.
 #pragma once
 
 #include "core/ref.h"
@@ -36,8 +37,18 @@ class FileSystem {
     bool overrides = true;        ///< whether save replaces files
     std::optional<Search> search; ///< of findFirst
 
-    /// The archives that take part in lookups: none while names are operating-system paths.
-    const Ref<const PlaceList> &activePlaces() const { return names.areVirtual() ? m_places : m_none; }
+    /// The places that take part in lookups: the disk alone while names are operating-system paths.
+    const Ref<const PlaceList> &activePlaces() const { return names.areVirtual() ? m_places : m_diskAlone; }
+    /// All of them, also while they are parked.
+    const Ref<const PlaceList> &places() const { return m_places; }
+
+    /// As V_File::addPlace and its neighbours.
+    unsigned int addPlace(const char *path, V_File::PlaceOrder order, const char *at, unsigned int beside);
+    bool removePlace(unsigned int id);
+    bool movePlace(unsigned int id, V_File::PlaceOrder order, unsigned int beside);
+    void setWriteDirectory(const char *dir);
+    /// The directory that files are written to, if it is one apart and takes part; null for the local root.
+    const Placing *writeDirectory() const;
 
     /// Makes `dir` the local root and loads its archives instead of the active ones.
     void setRoot(const char *dir);
@@ -52,15 +63,21 @@ class FileSystem {
   private:
     void enterDirectory(const char *dir);
     bool loadArchives();
-    bool loadArchivesOf(const char *directory, Place::Origin origin);
-    bool loadFound(const char *directory, const char *name, Place::Origin origin);
+    bool loadArchivesOf(const char *directory, V_FilePlace::Origin origin);
+    bool loadFound(const char *directory, const char *name, V_FilePlace::Origin origin);
     void unloadArchives();
     Ref<Archive> loadArchive(const char *name) const;
     Path belowRoot(const char *path) const;
+    bool expand(Path &out, const char *path) const;
+    std::size_t positionFor(const PlaceList &places, V_File::PlaceOrder order, unsigned int beside) const;
+    Place newPlace(Ref<Archive> archive, Ref<const Placing> placing, V_FilePlace::Origin origin) {
+        return {std::move(archive), std::move(placing), origin, m_uNextId++};
+    }
 
     const V_StartSettings &m_settings;
-    Ref<const PlaceList> m_places; ///< parked while names are operating-system paths
-    Ref<const PlaceList> m_none;
+    unsigned int m_uNextId = 1;
+    Ref<const PlaceList> m_diskAlone; ///< the local root
+    Ref<const PlaceList> m_places;    ///< parked while names are operating-system paths
     bool m_bPriorityEnabled = false; ///< stays when archives are loaded anew, though the archive does not
     Path m_priorityName;             ///< as the client gave it
     Path m_secondaryDirectory;       ///< empty, or ending with a backslash

@@ -4,6 +4,7 @@
 
 #include "file/archive/entry_reader.h"
 #include "file/file_system.h"
+#include "file/places/description.h"
 #include "file/places/lookup.h"
 #include "file/whole_file.h"
 #include "platform/platform.h"
@@ -21,15 +22,6 @@ struct CloseFile {
     void operator()(std::FILE *file) const { std::fclose(file); }
 };
 using OpenFile = std::unique_ptr<std::FILE, CloseFile>;
-
-template <class Time>
-unsigned int stampOf(const Time &time) {
-    unsigned int stamp = (time.year - 1995u) * 12 + time.month;
-    stamp = stamp * 31 + time.day;
-    stamp = stamp * 24 + time.hour;
-    stamp = stamp * 60 + time.minute;
-    return stamp * 60 + time.second;
-}
 
 /// Writes with one transfer of the caller's own block, which standard I/O need not buffer. False when the
 /// file cannot be opened.
@@ -78,46 +70,46 @@ char *V_File::load(const char *name, unsigned int size) { return load("Vantor Li
 void V_File::free(char *buffer) { V_Memory::freeCounted(buffer); }
 
 unsigned int V_File::timeStamp(const char *name) {
-    Lookup lookup(name, *m_pSystem);
-    const FoundFile found = lookup.open();
-    vl::platform::CalendarTime time;
+    const FoundFile found = Lookup(name, *m_pSystem).open();
     if (found.onDisk)
-        return vl::platform::toCalendar(found.onDisk.identity(), time) ? stampOf(time) : 0;
+        return vl::stampOf(found.onDisk.identity());
     // What is there on disk, though it cannot be read, hides what is archived.
-    const bool archived = found.archived.file && lookup.kindOnDisk() == vl::platform::FileKind::None;
-    return archived ? stampOf(found.archived.file->time) : 0;
+    return found.archived.file && where(name) == LOC_ARCHIVE ? vl::stampOf(found.archived.file->time) : 0;
 }
 
 int V_File::getMethod(const char *name) {
     Lookup lookup(name, *m_pSystem);
-    if (lookup.kindOnDisk() != vl::platform::FileKind::None)
-        return METHOD_STORED;
-    const V_VASFind found = lookup.archivedFile();
-    return found.file ? static_cast<int>(found.file->method) : -1;
+    bool isOnDisk = false;
+    const V_VASFind found = lookup.firstFile([&](const vl::Place &) {
+        return isOnDisk = vl::platform::fileKind(lookup.diskPath()) != vl::platform::FileKind::None;
+    });
+    return isOnDisk ? METHOD_STORED : found.file ? static_cast<int>(found.file->method) : -1;
 }
 
 // ---- Writing -------------------------------------------------------------------------------------------
 
 int V_File::save(const char *name, const void *data, unsigned int size) {
-    const Lookup lookup(name, *m_pSystem);
+    Lookup lookup(name, *m_pSystem);
     const char *const path = lookup.pathForWriting();
     lookup.createParent();
     if (m_pSystem->overrides)
         vl::platform::removeFile(path);
-    if (lookup.kindOnDisk() != vl::platform::FileKind::None)
+    if (vl::platform::fileKind(path) != vl::platform::FileKind::None)
         return 0;
     return writeTo(path, "wb", data, size);
 }
 
 int V_File::append(const char *name, const void *data, unsigned int size) {
-    const Lookup lookup(name, *m_pSystem);
+    Lookup lookup(name, *m_pSystem);
     const char *const path = lookup.pathForWriting();
     lookup.createParent();
     // The mode itself writes behind the end.
     return writeTo(path, "a+b", data, size) ? 1 : save(name, data, size);
 }
 
-int V_File::del(const char *name) { return vl::platform::removeFile(Lookup(name, *m_pSystem).diskPath()); }
+int V_File::del(const char *name) {
+    return vl::platform::removeFile(Lookup(name, *m_pSystem).tryPathForWriting());
+}
 
 void V_File::setOverride(int override) { m_pSystem->overrides = override != 0; }
 
@@ -130,7 +122,7 @@ int V_File::tmpName(char *out, const char *format) {
     write(0);
     vl::Path first;
     first.append(out, format);
-    for (int number = 1; where(out) == LOC_DISK; ++number) {
+    for (int number = 1; Lookup(out, *m_pSystem).isOnDisk(); ++number) {
         write(number);
         if (first.view() == out) {
             out[0] = 0;

@@ -18,6 +18,15 @@ class ReadFile {
     /// Opens a file that was found under this very path before.
     static ReadFile reopen(const char *path) { return ReadFile(path, platform::OpenAs::Known); }
 
+    /// The same open file, whatever has become of its path; false when the process has too many open.
+    ReadFile again() const {
+        ReadFile result;
+        result.m_handle = platform::duplicate(m_handle, result.m_identity);
+        return result;
+    }
+    /// This file, or none when the process should not keep so many open.
+    ReadFile keptOpen() && { return platform::mayStayOpen(m_handle) ? std::move(*this) : ReadFile(); }
+
     ReadFile(ReadFile &&other) noexcept
         : m_identity(other.m_identity), m_handle(std::exchange(other.m_handle, platform::noFile)) {}
     ReadFile &operator=(ReadFile &&other) noexcept {
@@ -32,6 +41,7 @@ class ReadFile {
 
     explicit operator bool() const { return m_handle != platform::noFile; }
 
+    platform::FileHandle handle() const { return m_handle; }
     /// What the file was when it was opened.
     const platform::FileIdentity &identity() const { return m_identity; }
     std::uint64_t length() const { return m_identity.length; }

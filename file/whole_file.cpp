@@ -33,7 +33,7 @@ CountedArray<char> loadWhole(const char *name, unsigned int &size, const FileSys
             size = found.size(lookup.diskPath());
     }
     if (size == 0) {
-        if (found.archived.file || lookup.archivedFile().file)
+        if (found.archived.file || lookup.firstFile([](const Place &) { return false; }).file)
             V_throw(V_FileException_FileCorrupted(lookup.path()));
         Path upperCased;
         upperCased.append(name, name);
@@ -46,11 +46,8 @@ CountedArray<char> loadWhole(const char *name, unsigned int &size, const FileSys
         entryName = lookup.upperCasedName();
     const WholeFile file(std::move(found), entryName.text());
     CountedArray<char> block(allocateArray<char>(size));
-    if (!file.read(block.get(), size)) {
-        Path diskPath;
-        system.names.toDiskPath(diskPath, lookup.upperCasedName().view());
-        V_throw(V_FileException_UnableToReadData(diskPath.text()));
-    }
+    if (!file.read(block.get(), size))
+        V_throw(V_FileException_UnableToReadData(lookup.upperCasedDiskPath().text()));
     return block;
 }
 

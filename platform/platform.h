@@ -63,6 +63,10 @@ FileKind fileKind(std::string_view path);
 /// any spelling).
 bool createDirectory(const char *path);
 
+/// Whether `path`, which lies below `directory` by its text, lies there in fact, with all links followed:
+/// what exists of it, and what a link at its end would have created.
+bool staysWithin(const char *directory, const char *path);
+
 /// Deletes a file (never a directory), in whatever spelling it is there. False when nothing was deleted.
 bool removeFile(const char *path);
 
@@ -102,6 +106,9 @@ enum class OpenAs {
     Known  ///< a file was found under it before
 };
 
+/// As fileKind, and tells what lies there; of a directory that is when its names last changed.
+FileKind fileStatus(std::string_view path, FileIdentity &identity);
+
 /// Opens an existing regular file for reading and tells what it is. noFile, and nothing told, when there is
 /// none that can be read; nothing else ever opens, and a pipe is refused rather than waited for. Programs
 /// started later do not inherit it.
@@ -112,6 +119,70 @@ FileHandle openForReading(const char *path, FileIdentity &identity, OpenAs as);
 std::uint32_t readAt(FileHandle file, std::uint64_t position, void *buffer, std::uint32_t count);
 
 void closeFile(FileHandle file);
+
+/// The same open file once more, with what it is now; noFile when the process cannot open another.
+FileHandle duplicate(FileHandle file, FileIdentity &identity);
+
+/// Whether an open file may be kept for long: not when half of the files that the process may open are open.
+bool mayStayOpen(FileHandle file);
+
+// ---- Writing -------------------------------------------------------------------------------------------
+//
+// What fails here leaves a reason, which lastFailure tells until the next failure of one of these functions
+// on the same thread.
+
+/// Why the last of these functions failed on this thread, in the system's words; "" when none has.
+const char *lastFailure();
+
+enum class WriteMode {
+    Replace, ///< an existing file is emptied, a missing one made
+    Keep,    ///< what an existing file holds stays, a missing one is made
+    Existing ///< what the file holds stays; there must be one
+};
+
+/// Opens a file for writing at any position and tells what it is. Names are taken as openFile takes them.
+/// noFile on failure; a directory never opens, and nothing but a regular file does.
+FileHandle openForWriting(const char *path, WriteMode mode, FileIdentity &identity);
+
+/// Writes `count` bytes at `position`. Returns the bytes written: fewer on failure alone.
+std::uint32_t writeAt(FileHandle file, std::uint64_t position, const void *data, std::uint32_t count);
+
+/// Cuts a file, or makes it longer with zeros.
+bool resizeFile(FileHandle file, std::uint64_t length);
+
+/// Hands what was written to the disk itself.
+bool flushToDisk(FileHandle file);
+
+/// Closes a file that was written to: some systems tell only here that something was not.
+bool closeWritten(FileHandle file);
+
+/// Renames a file or directory; a file at the new name, in whatever spelling, is replaced.
+bool rename(const char *from, const char *to);
+
+/// Removes a directory that holds nothing.
+bool removeDirectory(const char *path);
+
+/// Creates a directory with all that lead to it; one that is there already will do.
+bool createDirectories(const char *path);
+
+/// A new file that is to take the place of another one when it is whole.
+class Replacement;
+
+/// Makes a file of a name of its own in the directory of `path`, or of what a link there leads to. It has the
+/// access rights of the file that it will replace. Null on failure. The caller gives the result to one of the
+/// two functions behind it.
+Replacement *beginReplacement(const char *path);
+FileHandle fileOf(const Replacement *replacement);
+
+/// Hands the new file to the disk and puts it in the place of the old one in one step: whoever looks, also
+/// after a crash, finds the one or the other. On failure the old one stays and the new one is removed.
+bool finishReplacement(Replacement *replacement);
+/// Removes the new file; null is ignored.
+void dropReplacement(Replacement *replacement);
+
+/// The directory where the user's programs keep their data, in the layer's form. False when there is none or
+/// it does not fit.
+bool userDataDirectory(PathBuffer &out);
 
 /// A point in time in calendar form, UTC. Months 1-12, days 1-31, Sunday is day of week 0.
 struct CalendarTime {
@@ -148,6 +219,8 @@ class UnbufferedFile;
 /// Opens an existing regular file; where the file system offers no unbuffered reading, ordinary reads serve.
 /// Tells what it is. Null on failure; `outOfMemory`, where given, tells whether that was for want of memory.
 UnbufferedFile *openUnbuffered(const char *path, FileIdentity &identity, bool *outOfMemory = nullptr);
+/// The same of a file that is open already, whatever has become of its path.
+UnbufferedFile *openUnbuffered(FileHandle file, FileIdentity &identity, bool *outOfMemory = nullptr);
 void closeUnbuffered(UnbufferedFile *file);
 
 /// Bytes per sector: positions, counts and buffer addresses of readUnbuffered are multiples of it. A power of

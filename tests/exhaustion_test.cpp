@@ -119,4 +119,40 @@ TEST_F(Exhaustion, OfASearch) {
               1);
 }
 
+/// Removes all places that can be, also where that runs out of memory, and tells that at the end.
+void removePlaces() {
+    V_Exception *failure = nullptr;
+    for (std::size_t i = V_FilePlaces().size(); i-- > 0;) {
+        try {
+            File->removePlace(V_FilePlaces()[i].id);
+        } catch (V_Exception *exception) {
+            failure = exception;
+            ++i;
+        }
+    }
+    if (failure)
+        throw static_cast<V_MemoryException_Allocation *>(failure);
+}
+
+TEST_F(Exhaustion, OfPlaces) {
+    ArchiveBuilder().add("\\1", "content").write(root() / "added");
+    std::filesystem::create_directories(root() / "directory");
+    EXPECT_GT(failEachOf([] {
+                  try {
+                      const unsigned int archive =
+                          File->addPlace("added", V_File::PLACE_FIRST, "shown\\here");
+                      File->addPlace("directory", V_File::PLACE_BEFORE, "shown", archive);
+                      File->setWriteDirectory("directory");
+                      EXPECT_TRUE(File->movePlace(archive, V_File::PLACE_LAST));
+                      EXPECT_EQ(V_FileListing("shown\\here\\*").size(), 1u);
+                      EXPECT_EQ(V_FilePlaces().size(), 4u);
+                  } catch (...) {
+                      removePlaces();
+                      throw;
+                  }
+                  removePlaces();
+              }),
+              15);
+}
+
 } // namespace

@@ -46,12 +46,12 @@ class ArchiveReader {
     }
 
     const platform::FileIdentity &identity() const { return m_file.identity(); }
+    ReadFile takeFile() && { return std::move(m_file); }
 
     [[noreturn]] void corrupted() const { V_throw(V_FileException_ArchiveCorrupted(m_strPath)); }
-
-  private:
     [[noreturn]] void unableToRead() const { V_throw(V_FileException_UnableToReadData(m_strPath)); }
 
+  private:
     const char *m_strPath;
     ReadFile m_file;
     std::uint64_t m_uPosition = 0;
@@ -62,6 +62,7 @@ template <class Entry>
 struct Table {
     CountedArray<Entry> entries;
     CountedArray<char> names;
+    bool plainNames = true;
 };
 
 /// The next of a table's records, with `left` more to come behind it. What those take at least is kept from
@@ -93,6 +94,15 @@ void sortTable(Entry *entries, std::uint32_t count) {
         std::sort(entries, entries + count, precedes);
 }
 
+/// Whether no key of a block ends in a dot, or holds two of them side by side or a slash.
+bool arePlain(const char *keys, std::size_t size) {
+    unsigned char special = 0; // written for the compiler to take many characters at a time
+    for (std::size_t i = 0; i + 1 < size; ++i)
+        special |= static_cast<unsigned char>(
+            ((keys[i] == '.') & ((keys[i + 1] == '.') | (keys[i + 1] == 0))) | (keys[i] == '/'));
+    return special == 0;
+}
+
 Table<V_File::VASFileEntry> loadFileTable(ArchiveReader &reader, const V_File::VASHeader &header) {
     const Bytes region = reader.readTable(header.fileInfoSize, header.seed, header.fileInfoCRC);
     const std::uint8_t *position = region.get();
@@ -116,7 +126,9 @@ Table<V_File::VASFileEntry> loadFileTable(ArchiveReader &reader, const V_File::V
         entry.key = names;
         putArchiveKeyDigits(names, entry.dirIndex);
         names = putName(names + archiveKeyDigits, record);
+        table.plainNames &= record.nameLength != 0 && record.nameLength <= platform::maxPath;
     }
+    table.plainNames &= arePlain(table.names.get(), static_cast<std::size_t>(names - table.names.get()));
     return table;
 }
 
@@ -149,9 +161,10 @@ bool countsFit(const V_File::VASHeader &header) {
            std::uint64_t{header.dirCount} * (archiveDirectoryFieldsSize + 1) <= header.dirInfoSize;
 }
 
-/// Turns offsets into the data region into positions in the file. What the file itself lacks is noticed when
-/// it is read.
-void placeFiles(const ArchiveReader &reader, V_File::VASFileEntry *files, const V_File::VASHeader &header) {
+/// Turns offsets into the data region into positions in the file, and returns where the data ends. What the
+/// file itself lacks is noticed when it is read.
+std::uint64_t placeFiles(const ArchiveReader &reader, V_File::VASFileEntry *files,
+                         const V_File::VASHeader &header) {
     std::uint64_t offset = std::uint64_t{archiveHeaderSize} + header.fileInfoSize + header.dirInfoSize;
     // The entries still stand in the order of their records.
     for (std::uint32_t i = 0; i < header.fileCount; ++i) {
@@ -160,11 +173,16 @@ void placeFiles(const ArchiveReader &reader, V_File::VASFileEntry *files, const 
         if (offset > std::numeric_limits<std::uint32_t>::max())
             reader.corrupted();
     }
+    return offset;
 }
 
 } // namespace
 
-Ref<Archive> Archive::load(const char *path) {
+Ref<Archive> Archive::load(const char *path) { return load(path, false); }
+
+Ref<Archive> Archive::loadAndHold(const char *path) { return load(path, true); }
+
+Ref<Archive> Archive::load(const char *path, bool hold) {
     ArchiveReader reader(path);
     std::uint8_t headerBytes[archiveHeaderSize];
     reader.read(headerBytes, sizeof headerBytes);
@@ -188,14 +206,19 @@ Ref<Archive> Archive::load(const char *path) {
     Table<V_File::VASFileEntry> files = loadFileTable(reader, header);
     archive->files = files.entries.release();
     archive->fileNames = files.names.release();
+    archive->hasPlainNames = files.plainNames;
     Table<V_File::VASDirectoryEntry> dirs = loadDirectoryTable(reader, header);
     archive->dirs = dirs.entries.release();
     archive->dirNames = dirs.names.release();
 
-    placeFiles(reader, archive->files, header);
+    const std::uint64_t end = placeFiles(reader, archive->files, header);
+    if (hold && end > archive->identity.length)
+        reader.unableToRead();
     sortTable(archive->files, header.fileCount);
     sortTable(archive->dirs, header.dirCount);
     archive->index = buildArchiveIndex(*archive);
+    if (hold)
+        archive->m_held = std::move(reader).takeFile().keptOpen();
     return archive;
 }
 

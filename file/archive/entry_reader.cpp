@@ -29,7 +29,7 @@ void checkEntry(const Archive &archive, const V_File::VASFileEntry &entry,
 }
 
 EntryReader::EntryReader(const Archive &archive, const V_File::VASFileEntry &entry, const char *name)
-    : m_file(ReadFile::reopen(archive.archivePath)), m_entry(entry), m_strName(name) {
+    : m_file(archive.open()), m_entry(entry), m_strName(name) {
     if (!m_file)
         V_throw(V_FileException_ArchiveNotFound(archive.archivePath));
     if (isCompressed())

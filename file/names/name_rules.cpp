@@ -34,9 +34,14 @@ struct NormalisedName {
     std::size_t length;
     bool mayHaveTwoDots = false;
 
-    explicit NormalisedName(const char *name) : length(std::strlen(name)) {
+    NormalisedName(const char *name, bool wholeElements) : length(std::strlen(name)) {
         if (length <= platform::maxPath && copyPlain(text, name, length))
             return;
+        if (wholeElements) {
+            if (length > platform::maxPath)
+                V_throw(V_FileException_PathTooLong(name));
+            return; // as it was copied: its elements are looked at one by one
+        }
         mayHaveTwoDots = true;
         char *to = text;
         for (const char *c = name; *c; ++c) {
@@ -73,12 +78,36 @@ std::size_t join(Path &path, const NormalisedName &normalised, const char *asGiv
     return std::min(kept, path.length());
 }
 
+/// Appends a name to a path element by element; ".." alone removes the last one. Returns how much of the path
+/// has stayed.
+std::size_t joinElements(Path &path, std::string_view name, const char *asGiven) {
+    std::size_t kept = path.length();
+    while (!name.empty()) {
+        const std::size_t end = std::min(name.find('\\'), name.size());
+        const std::string_view element = name.substr(0, end);
+        name.remove_prefix(std::min(end + 1, name.size()));
+        if (element.empty() || element == ".")
+            continue;
+        if (element == "..") {
+            path.removeLastElement();
+        } else {
+            if (!path.endsWithBackslash())
+                path.append("\\", asGiven);
+            path.append(element, asGiven);
+        }
+        kept = std::min(kept, path.length());
+    }
+    if (path.endsWithBackslash())
+        path.cutTo(path.length() - 1);
+    return std::min(kept, path.length());
+}
+
 bool hasDrive(std::string_view path) { return path.size() >= 2 && path[1] == ':'; }
 
 } // namespace
 
 Path NameRules::resolve(const char *name, std::size_t *kept) const {
-    const NormalisedName normalised(name);
+    const NormalisedName normalised(name, wholeElements);
     const char *const text = normalised.text;
     if (lengthLimited && normalised.length - (normalised.view().rfind('\\') + 1) > filenameLimit)
         V_throw(V_FileException_FilenameTooLong(text, filenameLimit));
@@ -99,26 +128,23 @@ Path NameRules::resolve(const char *name, std::size_t *kept) const {
     if (full || (fromRoot && !areVirtual()))
         path.append(normalised.view(), name);
     else
-        stays = join(path, normalised, name);
+        stays = wholeElements ? joinElements(path, normalised.view(), name) : join(path, normalised, name);
     if (kept)
         *kept = stays;
     return path;
 }
 
+Path NameRules::resolveVirtual(const char *name) const {
+    NameRules fromRoot;
+    fromRoot.wholeElements = wholeElements;
+    fromRoot.setMode(V_File::AH_ARCHIVES);
+    return fromRoot.resolve(name);
+}
+
 bool NameRules::toDiskPath(Path &out, std::string_view resolved) const {
-    out.cutTo(0);
-    if (!areVirtual())
-        return makeAbsolute(out, resolved, root);
-    out = root;
-    if (out.endsWithBackslash() && resolved.starts_with('\\'))
-        resolved.remove_prefix(1); // the root of a drive brings its backslash along
-    // A backslash at the end is not part of the path, nor need it fit.
-    if (resolved.ends_with('\\'))
-        resolved.remove_suffix(1);
-    if (out.tryAppend(resolved))
-        return true;
-    out.cutTo(0);
-    return false;
+    if (areVirtual())
+        return joinDiskPath(out, root, resolved);
+    return makeAbsolute(out, resolved, root);
 }
 
 void NameRules::setMode(int newMode) {
@@ -129,6 +155,19 @@ void NameRules::setMode(int newMode) {
         start.append("\\", root.text());
     mode = newMode;
     current = start;
+}
+
+bool joinDiskPath(Path &out, const Path &directory, std::string_view rest) {
+    out = directory;
+    if (out.endsWithBackslash() && rest.starts_with('\\'))
+        rest.remove_prefix(1); // the root of a drive brings its backslash along
+    // A backslash at the end is not part of the path, nor need it fit.
+    if (rest.ends_with('\\'))
+        rest.remove_suffix(1);
+    if (out.tryAppend(rest))
+        return true;
+    out.cutTo(0);
+    return false;
 }
 
 bool makeAbsolute(Path &out, std::string_view path, const Path &root) {
@@ -153,9 +192,21 @@ bool makeAbsolute(Path &out, std::string_view path, const Path &root) {
     return false;
 }
 
-bool isNameable(std::string_view name, bool isDirectory) {
-    return !name.empty() && name.size() <= platform::maxPath && name != "." && name.find("..") == name.npos &&
-           name.find('/') == name.npos && !(isDirectory && name.ends_with('.'));
+bool hasInnerDots(std::string_view name) {
+    for (std::size_t dots = name.find(".."); dots != name.npos; dots = name.find("..", dots + 1)) {
+        const bool begins = dots == 0 || isSeparator(name[dots - 1]);
+        const bool ends = dots + 2 == name.size() || isSeparator(name[dots + 2]);
+        if (!begins || !ends)
+            return true;
+    }
+    return false;
+}
+
+bool isNameable(std::string_view name, bool isDirectory, bool wholeElements) {
+    if (name.empty() || name.size() > platform::maxPath || name == "." || name.find('/') != name.npos)
+        return false;
+    return wholeElements ? name != ".."
+                         : name.find("..") == name.npos && !(isDirectory && name.ends_with('.'));
 }
 
 bool isNameablePath(std::string_view path) {

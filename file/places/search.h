@@ -1,13 +1,15 @@
 // A search for the names in one directory: those on disk, then its subdirectories in each archive, then its
-// files in each archive. It holds the archives that it began with, so it goes on to its end over them
-// whatever happens to the list meanwhile.
+// files in each archive. It holds the places that it began with, so it goes on to its end over them whatever
+// happens to the list meanwhile.
 #pragma once
 
+#include "file/archive/archive_listing.h"
 #include "file/names/path.h"
+#include "file/places/directory_names.h"
 #include "file/places/place_list.h"
-#include "platform/platform.h"
 
-#include <memory>
+#include <cstdint>
+#include <optional>
 
 namespace vl {
 
@@ -15,7 +17,7 @@ class FileSystem;
 
 class Search {
   public:
-    /// Throws what resolving the pattern's directory throws.
+    /// Throws what SearchPattern throws.
     Search(const FileSystem &system, const char *pattern);
 
     /// The next bare name that matches, null when there are no more. Valid until the next call. Throws
@@ -23,26 +25,20 @@ class Search {
     const char *next();
 
   private:
-    enum class Stage { BeforeDisk, Disk, Directories, Files, Finished };
-    struct EndEnumeration {
-        void operator()(platform::Enumeration *enumeration) const { platform::endEnumeration(enumeration); }
-    };
+    enum class Stage { Disk, Directories, Files, Finished };
 
     const char *nextOnDisk();
-    const char *nextDirectory();
-    const char *nextFile();
-    void writeDirKey();
+    const char *nextInArchives();
+    const char *nameAbove(const Place &place);
+    const char *give(std::string_view name);
 
-    Stage m_eStage = Stage::BeforeDisk;
-    Path m_pattern;     ///< of the names
-    Path m_directory;   ///< the searched one, resolved, ending with a backslash
-    Path m_diskPattern; ///< all names of the directory on disk; empty when it fits no path
-    std::unique_ptr<platform::Enumeration, EndEnumeration> m_enumeration;
+    Stage m_eStage = Stage::Disk;
+    SearchPattern m_pattern;
     Ref<const PlaceList> m_places;
-    const Place *m_pPlace;     ///< in the stages of the archives: the one being searched
-    unsigned int m_uIndex = 0; ///< of its next entry, 0 when it is new
-    char m_strDirKey[6];       ///< what the keys of the directory's files begin with
-    platform::PathBuffer m_strResult;
+    std::size_t m_uPlace = 0; ///< of the directories in the stage of the disk, else of all
+    DirectoryNames m_onDisk;
+    std::optional<ArchiveListing> m_inArchive;
+    platform::PathBuffer m_strResult; ///< a copy: what it is of may be unloaded while the client looks at it
 };
 
 } // namespace vl

@@ -16,10 +16,11 @@
 
 namespace {
 
-/// Null when there is no such file.
-vl::platform::UnbufferedFile *openPastCache(const char *path, vl::platform::FileIdentity &identity) {
+/// A file by its path or one that is open; null when there is none.
+template <class File>
+vl::platform::UnbufferedFile *openPastCache(File source, vl::platform::FileIdentity &identity) {
     bool outOfMemory = false;
-    vl::platform::UnbufferedFile *file = vl::platform::openUnbuffered(path, identity, &outOfMemory);
+    vl::platform::UnbufferedFile *file = vl::platform::openUnbuffered(source, identity, &outOfMemory);
     if (outOfMemory)
         V_throw(V_MemoryException_Allocation());
     return file;
@@ -30,14 +31,18 @@ vl::platform::UnbufferedFile *openPastCache(const char *path, vl::platform::File
 V_UnbufferedFileStream::V_UnbufferedFileStream(const char *name, int bufferSize) : V_UnbufferedFileStream() {
     vl::Lookup lookup(name);
     vl::platform::FileIdentity identity;
-    handle = openPastCache(lookup.diskPath(), identity);
+    vl::FoundFile found;
+    found.archived = lookup.firstFile([&](const vl::Place &) {
+        handle = openPastCache(lookup.diskPath(), identity);
+        return handle != nullptr;
+    });
     if (handle) {
         if (identity.length > std::numeric_limits<unsigned int>::max())
             V_throw(V_FileException_FileTooLarge(lookup.diskPath()));
         end = static_cast<unsigned int>(identity.length);
         shared = newShared(name, lookup.diskPath());
     } else {
-        openEntry(name, lookup);
+        openEntry(name, lookup, found);
     }
     sectorSize = vl::platform::sectorSize(handle);
     const unsigned int wanted = vl::streamBufferSize(bufferSize);
@@ -46,16 +51,17 @@ V_UnbufferedFileStream::V_UnbufferedFileStream(const char *name, int bufferSize)
     moveTo(position);
 }
 
-void V_UnbufferedFileStream::openEntry(const char *name, vl::Lookup &lookup) {
-    const V_File::V_VASFind found = lookup.archivedFile();
-    if (!found.file)
+void V_UnbufferedFileStream::openEntry(const char *name, const vl::Lookup &lookup,
+                                       const vl::FoundFile &found) {
+    if (!found.archived.file)
         V_throw(V_FileException_FileNotFound(lookup.shownDiskPath()));
-    const V_File::VASFileEntry &entry = *found.file;
+    const V_File::VASFileEntry &entry = *found.archived.file;
     if (entry.method != V_File::METHOD_STORED)
         V_throw(V_FileException_FileNotAStream(lookup.path()));
-    const auto &archive = static_cast<const vl::Archive &>(*found.archive);
+    const auto &archive = static_cast<const vl::Archive &>(*found.archived.archive);
     vl::platform::FileIdentity identity;
-    handle = openPastCache(archive.archivePath, identity);
+    handle = archive.held() ? openPastCache(archive.held().handle(), identity)
+                            : openPastCache(static_cast<const char *>(archive.archivePath), identity);
     if (!handle)
         V_throw(V_FileException_ArchiveNotFound(archive.archivePath));
     start = position = entry.offset;

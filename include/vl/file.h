@@ -19,8 +19,11 @@
 #include "vl/core/export.h"
 #include "vl/core/string.h"
 #include "vl/file/exception.h"
+#include "vl/file/places.h"
+#include "vl/file/reader.h"
 #include "vl/file/search.h"
 #include "vl/file/stream.h"
+#include "vl/file/writer.h"
 
 struct V_StartSettings;
 namespace vl {
@@ -168,8 +171,23 @@ class VL_API V_File {
     /// 1 when the name is found at all, else 0.
     int exists(const char *name);
 
+    /// Tells all that is known of a name at once: of the file that load would read or, when there is none, of
+    /// the first directory of that name. False, and `info` is unchanged, when there is neither. Nothing is
+    /// opened.
+    bool find(const char *name, V_FileInfo &info);
+
+    /// What every place has of the name, a file or else a directory, first to last, so that it shows what
+    /// hides what. Writes as many as there is `room` for to `infos` and returns how many there are.
+    std::size_t findAll(const char *name, V_FileInfo *infos, std::size_t room);
+
     /// 1 when the name is a directory on disk or in an active archive, else 0.
     int isDirectory(const char *name);
+
+    /// Off at start: two dots take the element before them away wherever they stand in a name, so
+    /// `com_11..bvr` is `vr`. When on, `.` and `..` count only as whole elements and empty elements collapse
+    /// (`ball//x` is `ball\x`), on disk and in archives alike, as today's tools write names.
+    void setWholeElements(bool enable);
+    bool hasWholeElements() const;
 
     // ---- Files ---------------------------------------------------------------------------------------
 
@@ -205,7 +223,8 @@ class VL_API V_File {
     /// Writes a file on disk, creating its directory (not the directory's parents) when it is missing. With
     /// override on (the start setting) an existing disk file is replaced, otherwise it is left alone. Returns
     /// 1, or 0 when nothing was written because of that or because the file cannot be opened. How much the
-    /// disk took is not examined: compare size() where a full disk must be noticed.
+    /// disk took is not examined: compare size() where a full disk must be noticed. A name with two dots
+    /// beside other characters, which take the element before them away, is written so and told in the log.
     int save(const char *name, const void *data, unsigned int size);
 
     /// Writes behind the end of a file on disk, creating it as save does when it is missing. 1 or 0 as save.
@@ -219,6 +238,33 @@ class VL_API V_File {
     /// Whether save replaces existing files (non-zero).
     void setOverride(int override);
 
+    // The functions from here to getUserDirectory tell what fails with V_FileException_OperationFailed. They
+    // change what lies in the write directory, or else below the local root, as save does, and throw
+    // V_FileException_OutsideWriteDirectory likewise.
+
+    /// Writes a file, creating directories as save does, so that it can never be lost: the old file stays
+    /// until the new one is whole and on the disk itself. As V_FileWriter::REPLACE and commit, which say
+    /// more.
+    void saveAtomically(const char *name, const void *data, unsigned int size);
+
+    /// Writes a copy of a file, wherever it is read from, as saveAtomically does it. Throws what V_FileReader
+    /// throws, too.
+    void copy(const char *from, const char *to);
+
+    /// Renames a file or a directory, or moves it; a file that is called `to` is replaced.
+    void rename(const char *from, const char *to);
+
+    /// Creates a directory with all that lead to it; one that is there will do.
+    void createDirectory(const char *name);
+
+    /// Removes a directory that holds nothing.
+    void removeDirectory(const char *name);
+
+    /// Sets `out` to the directory for what a program keeps of its user's (saved games, settings), an
+    /// operating-system path, for setWriteDirectory for example, and creates it: `maker` and `program` below
+    /// $XDG_DATA_HOME, or ~/.local/share without that. Both must be plain names.
+    void getUserDirectory(const char *maker, const char *program, V_String &out);
+
     /// Time of the last write, UTC, as a number that orders times but is no count of seconds:
     /// (((((year - 1995) * 12 + month) * 31 + day) * 24 + hour) * 60 + minute) * 60 + second, modulo 2^32.
     /// 0 when the file is not found.
@@ -228,6 +274,43 @@ class VL_API V_File {
     /// `out` until it does. `out` holds 256 characters. Returns 1; or 0 with an empty `out` when the format
     /// gives the same name again. Throws V_FileException_PathTooLong when a name does not fit.
     int tmpName(char *out, const char *format);
+
+    // ---- Places --------------------------------------------------------------------------------------
+
+    /// Where a place comes to stand among the others.
+    enum PlaceOrder {
+        PLACE_FIRST,  ///< in front of all, but for the write directory
+        PLACE_LAST,   ///< behind all
+        PLACE_BEFORE, ///< right before another
+        PLACE_BEHIND  ///< right behind another
+    };
+
+    /// Adds a directory or an archive to the places that names are looked for in and returns its id. `path`
+    /// is an operating-system path, relative ones lie below the local root. `at` is the virtual directory
+    /// where the place is shown, with all that leads there; "\" is the root. `beside` is the id of the other
+    /// place for PLACE_BEFORE and PLACE_BEHIND. An archive stays the file that it is now, whatever comes to
+    /// lie at its path, as long as the process has files left to open; from then on another file at the path
+    /// is noticed when it is read, as with the archives that stand from the start. Nothing else is touched.
+    /// Throws, and nothing has changed then, V_FileException_FileNotFound (no such path),
+    /// V_FileException_NoSuchPlace and what enablePriorityArchive throws, V_FileException_UnableToReadData
+    /// also when an archive's data is cut short.
+    unsigned int addPlace(const char *path, PlaceOrder order = PLACE_LAST, const char *at = "\\",
+                          unsigned int beside = 0);
+
+    /// Takes a place out of the list. Open streams and running searches go on to their end over it. False
+    /// when there is none of this id, and for the local root, which stays.
+    bool removePlace(unsigned int id);
+
+    /// Moves a place. False when there is none of this id, and for the write directory, which stays the
+    /// first. Throws V_FileException_NoSuchPlace.
+    bool movePlace(unsigned int id, PlaceOrder order, unsigned int beside = 0);
+
+    /// Makes a directory (an operating-system path, relative ones lie below the local root) the one that
+    /// files are written to, and the first of the places; null or "" for the local root, as at the start. In
+    /// the write directory `save` creates all directories that a name tells, and what a link would lead out
+    /// of it is refused with V_FileException_OutsideWriteDirectory. Throws V_FileException_DirectoryNotFound;
+    /// nothing has changed then.
+    void setWriteDirectory(const char *dir);
 
     // ---- Search --------------------------------------------------------------------------------------
 

@@ -19,13 +19,17 @@ inline bool statDescriptor(int descriptor, struct stat &info) {
 #endif
 }
 
+inline FileIdentity identityOf(const struct stat &info) {
+    return {info.st_dev, info.st_ino, static_cast<std::uint64_t>(info.st_size), info.st_mtim.tv_sec,
+            static_cast<std::uint32_t>(info.st_mtim.tv_nsec)};
+}
+
 /// Tells what an open file is; false of anything but a regular file.
 inline bool identify(int descriptor, FileIdentity &identity) {
     struct stat info;
     if (!statDescriptor(descriptor, info) || !S_ISREG(info.st_mode))
         return false;
-    identity = {info.st_dev, info.st_ino, static_cast<std::uint64_t>(info.st_size), info.st_mtim.tv_sec,
-                static_cast<std::uint32_t>(info.st_mtim.tv_nsec)};
+    identity = identityOf(info);
     return true;
 }
 

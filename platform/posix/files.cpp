@@ -6,11 +6,14 @@
 #include "platform/posix/descriptor.h"
 #include "platform/posix/spelling.h"
 
+#include <climits>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <fcntl.h>
 #include <stdio_ext.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -79,11 +82,8 @@ int openDescriptor(const char *path, int flags) {
     return descriptor;
 }
 
-} // namespace
-
-FileKind fileKind(std::string_view path) {
+FileKind statusOf(std::string_view path, struct stat &info) {
     SystemPath system;
-    struct stat info;
     if (!toSystemPath(system, path) ||
         withSpelling(system, [&](const char *text) { return stat(text, &info) == 0; }) != Spelling::Found)
         return FileKind::None;
@@ -92,10 +92,45 @@ FileKind fileKind(std::string_view path) {
     return system.endsInSeparator ? FileKind::None : FileKind::File;
 }
 
+} // namespace
+
+FileKind fileKind(std::string_view path) {
+    struct stat info;
+    return statusOf(path, info);
+}
+
+FileKind fileStatus(std::string_view path, FileIdentity &identity) {
+    struct stat info;
+    const FileKind kind = statusOf(path, info);
+    if (kind != FileKind::None)
+        identity = identityOf(info);
+    return kind;
+}
+
 bool createDirectory(const char *path) {
     SystemPath system;
     return toSystemPath(system, path) && findSpelling(system) == Spelling::Missing &&
            mkdir(system.text, 0777) == 0;
+}
+
+bool staysWithin(const char *directory, const char *path) {
+    SystemPath from, to;
+    char real[PATH_MAX], base[PATH_MAX];
+    if (!toSystemPath(from, directory) || !toSystemPath(to, path) || findSpelling(from) != Spelling::Found ||
+        !realpath(from.text, base))
+        return false;
+    findSpelling(to);
+    // What does not exist yet will lie where the deepest directory above it lies.
+    while (!realpath(to.text, real)) {
+        struct stat info;
+        char *const slash = std::strrchr(to.text, '/');
+        if (!slash || slash == to.text || lstat(to.text, &info) == 0) // a link to nothing
+            return false;
+        *slash = '\0';
+    }
+    const std::size_t length = std::strlen(base);
+    return std::strncmp(real, base, length) == 0 &&
+           (length == 1 || real[length] == '/' || real[length] == '\0');
 }
 
 bool removeFile(const char *path) {
@@ -157,6 +192,21 @@ std::uint32_t readAt(FileHandle file, std::uint64_t position, void *buffer, std:
 }
 
 void closeFile(FileHandle file) { close(static_cast<int>(file)); }
+
+FileHandle duplicate(FileHandle file, FileIdentity &identity) {
+    const int descriptor = fcntl(static_cast<int>(file), F_DUPFD_CLOEXEC, 0);
+    if (descriptor >= 0 && !identify(descriptor, identity)) {
+        close(descriptor);
+        return noFile;
+    }
+    return descriptor;
+}
+
+bool mayStayOpen(FileHandle file) {
+    // The lowest free number is given to each file.
+    struct rlimit limit;
+    return getrlimit(RLIMIT_NOFILE, &limit) == 0 && static_cast<rlim_t>(file) < limit.rlim_cur / 2;
+}
 
 bool toCalendar(const FileIdentity &identity, CalendarTime &time) {
     const auto seconds = static_cast<std::time_t>(identity.lastWrite);

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdio>
 #include <fcntl.h>
 #include <new>
 #include <unistd.h>
@@ -93,6 +94,12 @@ UnbufferedFile *openUnbuffered(const char *path, FileIdentity &identity, bool *o
             turnDirectOff(*file);
     }
     return file;
+}
+
+UnbufferedFile *openUnbuffered(FileHandle file, FileIdentity &identity, bool *outOfMemory) {
+    char path[32]; // a direct read needs an opening of its own
+    std::snprintf(path, sizeof path, "/proc/self/fd/%d", static_cast<int>(file));
+    return openUnbuffered(path, identity, outOfMemory);
 }
 
 void closeUnbuffered(UnbufferedFile *file) {

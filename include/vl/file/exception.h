@@ -43,8 +43,25 @@ VL_FILE_EXCEPTION(V_FileException_UnableToReadData);
 VL_FILE_EXCEPTION(V_FileException_PathTooLong);
 /// "File \"%s\" exceeds 4294967295 bytes": sizes and offsets are 32 bits wide.
 VL_FILE_EXCEPTION(V_FileException_FileTooLarge);
+/// "File %s leads out of the write directory": through a link, see V_File::setWriteDirectory.
+VL_FILE_EXCEPTION(V_FileException_OutsideWriteDirectory);
 
 #undef VL_FILE_EXCEPTION
+
+/// "Unable to %s \"%s\": %s": what was to be done with the file or directory, its name as it was given, and
+/// the system's reason.
+class VL_API V_FileException_OperationFailed : public V_FileException {
+  public:
+    /// With what the message names.
+    V_FileException_OperationFailed(const char *action, const char *name, const char *reason);
+};
+
+/// "There is no place %u": see V_File::addPlace.
+class VL_API V_FileException_NoSuchPlace : public V_FileException {
+  public:
+    /// With what the message names.
+    explicit V_FileException_NoSuchPlace(unsigned int id);
+};
 
 /// "Archive \"%s\" is v%1.2f and VL-module is v%1.2f - Update your archive".
 class VL_API V_FileException_ArchiveVersionConflict : public V_FileException {

@@ -169,7 +169,7 @@ class VL_API V_UnbufferedFileStream : public V_FileStream {
 
   private:
     V_UnbufferedFileStream() = default;
-    VL_LOCAL void openEntry(const char *name, vl::Lookup &lookup);
+    VL_LOCAL void openEntry(const char *name, const vl::Lookup &lookup, const vl::FoundFile &found);
     VL_LOCAL void allocateBlock();
     VL_LOCAL void moveTo(unsigned int newPosition);
 

@@ -91,7 +91,9 @@ TEST_F(StartSettings, LeftAloneItsDirectoryIsTheProgramsAlone) {
     EXPECT_EQ(value, 1);
     EXPECT_STREQ(File->findFirst("new/*.txt"), "a.txt");
     EXPECT_EQ(File->where("in/archive.txt"), V_File::LOC_ARCHIVE);
-    EXPECT_EQ(File->load("in/archive.txt", 8)[0], 'a');
+    char archived[8];
+    File->load(archived, "in/archive.txt", 8);
+    EXPECT_EQ(std::string(archived, 8), "archived");
     File->changeDirectory("new");
     EXPECT_EQ(File->exists("a.txt"), 1);
 

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -42,8 +43,31 @@ std::string joined(std::string out, const std::string &name) {
     return out;
 }
 
-std::string expectedPath(int mode, const std::string &given) {
-    std::string name = normalised(given);
+std::string joinedWhole(std::string out, const std::string &name) {
+    std::istringstream elements(name);
+    for (std::string element; std::getline(elements, element, '\\');) {
+        if (element.empty() || element == ".")
+            continue;
+        if (!out.empty() && out.back() == '\\')
+            out.pop_back();
+        if (element != "..")
+            out += '\\' + element;
+        else if (const std::size_t slash = out.rfind('\\'); slash != std::string::npos)
+            out.resize(slash + 1);
+        if (out.size() > 255)
+            return std::string(256, '?');
+    }
+    if (!out.empty() && out.back() == '\\')
+        out.pop_back();
+    return out;
+}
+
+std::string expectedPath(int mode, bool whole, const std::string &given) {
+    const auto joined = whole ? joinedWhole : ::joined;
+    std::string name = given;
+    std::replace(name.begin(), name.end(), '/', '\\');
+    if (!whole)
+        name = normalised(given);
     const std::string current = File->getCurrentDirectory();
     if (name.size() > 255)
         return name;
@@ -65,10 +89,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (size == 0 || !silent)
         return 0;
     const int mode = data[0] % 3;
+    const bool whole = data[0] >= 128;
+    File->setWholeElements(whole);
     std::string name(reinterpret_cast<const char *>(data + 1), size - 1);
     name.resize(std::strlen(name.c_str()));
     File->setArchiveHandling(mode);
-    const std::string expected = expectedPath(mode, name);
+    const std::string expected = expectedPath(mode, whole, name);
     try {
         if (File->getFullPathName(name.c_str()) != expected)
             std::abort();

@@ -243,6 +243,55 @@ class RandomPlaces : public LibraryTest {
         EXPECT_EQ(File->del(spelled(path).c_str()), written().files.erase(path));
     }
 
+    /// Moves a file of the place that is written to; to where a directory is, or from where no file is, it
+    /// fails.
+    void rename() {
+        const std::string from = oneOf(fileNames), to = oneOf(fileNames);
+        PlainPlace &place = written();
+        const bool works =
+            place.files.count(from) && place.directories.count(parentOf(to)) && !place.directories.count(to);
+        if (place.directories.count(from) || !place.directories.count(parentOf(to)))
+            return; // whole directories, and those that would be made on the way, are left to other tests
+        try {
+            File->rename(spelled(from).c_str(), spelled(to).c_str());
+            EXPECT_TRUE(works) << from << to;
+        } catch (V_FileException_OperationFailed *) {
+            EXPECT_FALSE(works) << from << to;
+        }
+        if (works && from != to) {
+            place.files[to] = place.files[from];
+            place.files.erase(from);
+        }
+    }
+
+    void changeDirectories() {
+        const std::string path = oneOf(directoryNames);
+        PlainPlace &place = written();
+        bool works = true, isEmpty = place.directories.count(path) != 0;
+        for (std::string part = path; !part.empty(); part = parentOf(part))
+            works &= !place.files.count(part);
+        for (const std::string &directory : place.directories)
+            isEmpty &= directory.empty() || parentOf(directory) != path;
+        for (const auto &[file, content] : place.files)
+            isEmpty &= parentOf(file) != path;
+        if (below(2) == 0) {
+            try {
+                File->removeDirectory(spelled(path).c_str());
+                EXPECT_TRUE(isEmpty) << path;
+            } catch (V_FileException_OperationFailed *) {
+                EXPECT_FALSE(isEmpty) << path;
+            }
+            if (isEmpty)
+                place.directories.erase(path);
+        } else if (works) {
+            File->createDirectory(spelled(path).c_str());
+            for (std::string part = path; !part.empty(); part = parentOf(part))
+                place.directories.insert(part);
+        } else {
+            EXPECT_THROW(File->createDirectory(spelled(path).c_str()), V_FileException_OperationFailed *);
+        }
+    }
+
     void expectAnswers(const std::string &path) {
         const std::string name = spelled(path.empty() ? "\\" : path);
         const PlainPlace *first = nullptr, *file = nullptr, *directory = nullptr;
@@ -365,7 +414,9 @@ class RandomPlaces : public LibraryTest {
                      {9, [this] { setWriteDirectory(); }},
                      {9, [this] { failToChange(); }},
                      {2, [this] { save(); }},
-                     {4, [this] { erase(); }}})
+                     {4, [this] { erase(); }},
+                     {4, [this] { rename(); }},
+                     {4, [this] { changeDirectories(); }}})
                 if (below(chance) == 0)
                     change();
             expectList();

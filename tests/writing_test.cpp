@@ -162,7 +162,11 @@ TEST_F(Writing, TellsWhyTheDiskRefuses) {
                   "Unable to write \"safe\": File too large");
         EXPECT_THROW(File->copy("full", "safe"), V_FileException_OperationFailed *);
     }
-    EXPECT_EQ(readFile(root() / "safe"), "old");
+    for (rlim_t room = 0; room < 100'000; room += 1000) {
+        const SmallDisk disk(room);
+        EXPECT_THROW(File->saveAtomically("safe", large.data(), size), V_FileException_OperationFailed *);
+        ASSERT_EQ(readFile(root() / "safe"), "old");
+    }
     EXPECT_EQ(filesIn(root()), 3u);
 
     fs::create_directory(root() / "dir");
@@ -175,6 +179,28 @@ TEST_F(Writing, TellsWhyTheDiskRefuses) {
              {"dir", V_FileWriter::REPLACE, "Is a directory"}})
         EXPECT_EQ(messageOf<V_FileException_OperationFailed>([&] { V_FileWriter(name, mode); }),
                   std::string("Unable to open \"") + name + "\": " + reason);
+}
+
+TEST_F(Writing, TellsOfMissingRights) {
+    File->saveAtomically("safe", "old", 3);
+    const fs::perms rights = fs::status(root()).permissions();
+    fs::permissions(root(), fs::perms(0555));
+    const pid_t child = fork(); // which need not be given its rights back
+    if (child == 0) {
+        if (geteuid() == 0 && seteuid(65534) != 0)
+            _exit(2);
+        for (int i = 0; i < 100; ++i)
+            if (messageOf<V_FileException_OperationFailed>([] { File->saveAtomically("safe", "new", 3); }) !=
+                "Unable to open \"safe\": Permission denied")
+                _exit(1);
+        _exit(0);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    fs::permissions(root(), rights);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(readFile(root() / "safe"), "old");
+    EXPECT_EQ(filesIn(root()), 1u);
 }
 
 TEST_F(Writing, AKilledProcessLeavesTheOldFileOrTheNewOne) {

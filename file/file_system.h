@@ -78,9 +78,9 @@ class FileSystem {
     unsigned int m_uNextId = 1;
     Ref<const PlaceList> m_diskAlone; ///< the local root
     Ref<const PlaceList> m_places;    ///< parked while names are operating-system paths
-    bool m_bPriorityEnabled = false; ///< stays when archives are loaded anew, though the archive does not
-    Path m_priorityName;             ///< as the client gave it
-    Path m_secondaryDirectory;       ///< empty, or ending with a backslash
+    bool m_bPriorityEnabled = false;  ///< stays when archives are loaded anew, though the archive does not
+    Path m_priorityName;              ///< as the client gave it
+    Path m_secondaryDirectory;        ///< empty, or ending with a backslash
 };
 
 } // namespace vl

@@ -31,8 +31,8 @@ struct Archive : V_File::V_VASArchive, RefCounted {
     const ReadFile &held() const { return m_held; }
 
     platform::FileIdentity identity{}; ///< of the file that was loaded
-    /// Every file's name is one that paths can name (isNameable), as almost always: a search of many files need
-    /// not ask each.
+    /// Every file's name is one that paths can name (isNameable), as almost always: a search of many files
+    /// need not ask each.
     bool hasPlainNames = false;
 
   private:

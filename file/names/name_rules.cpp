@@ -181,7 +181,7 @@ bool makeAbsolute(Path &out, std::string_view path, const Path &root) {
 
     std::string_view front = root.view();
     if (network)
-        front = {};
+        front = front.substr(0, 0);
     else if (fromTop || otherDrive)
         front = ofDrive ? drive : front.substr(0, 2);
     const bool separated = fromTop || front.ends_with('\\');

@@ -34,7 +34,7 @@ struct V_FilePlace {
     Origin origin;           ///< why it is there
     bool isArchive;          ///< or else a directory on disk
     const char *path;        ///< the archive's or the directory's, absolute, as the operating system has it
-    const char *at;          ///< the virtual directory where it is shown: "\", or "\mods" for example
+    const char *at;          ///< the virtual directory where it is shown: `\`, or `\mods` for example
     unsigned int files;      ///< how many an archive holds; 0 for a directory
     unsigned int archiverID; ///< of an archive; 0 for a directory
 };

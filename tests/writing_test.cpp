@@ -8,9 +8,7 @@
 #include <cstdlib>
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <tuple>
 #include <unistd.h>
-#include <vector>
 
 namespace {
 
@@ -170,15 +168,19 @@ TEST_F(Writing, TellsWhyTheDiskRefuses) {
     EXPECT_EQ(filesIn(root()), 3u);
 
     fs::create_directory(root() / "dir");
-    for (const auto &[name, mode, reason] :
-         std::vector<std::tuple<const char *, V_FileWriter::Mode, const char *>>{
-             {"none", V_FileWriter::UPDATE, "No such file or directory"},
-             {"no\\such\\dir\\file", V_FileWriter::CREATE, "No such file or directory"},
-             {"safe\\file", V_FileWriter::CREATE, "Not a directory"},
-             {"dir", V_FileWriter::APPEND, "Is a directory"},
-             {"dir", V_FileWriter::REPLACE, "Is a directory"}})
-        EXPECT_EQ(messageOf<V_FileException_OperationFailed>([&] { V_FileWriter(name, mode); }),
-                  std::string("Unable to open \"") + name + "\": " + reason);
+    const struct {
+        const char *name;
+        V_FileWriter::Mode mode;
+        const char *reason;
+    } refusals[] = {{"none", V_FileWriter::UPDATE, "No such file or directory"},
+                    {"no\\such\\dir\\file", V_FileWriter::CREATE, "No such file or directory"},
+                    {"safe\\file", V_FileWriter::CREATE, "Not a directory"},
+                    {"dir", V_FileWriter::APPEND, "Is a directory"},
+                    {"dir", V_FileWriter::REPLACE, "Is a directory"}};
+    for (const auto &refusal : refusals)
+        EXPECT_EQ(
+            messageOf<V_FileException_OperationFailed>([&] { V_FileWriter(refusal.name, refusal.mode); }),
+            std::string("Unable to open \"") + refusal.name + "\": " + refusal.reason);
 }
 
 TEST_F(Writing, TellsOfMissingRights) {

@@ -289,7 +289,7 @@ void dropReplacement(Replacement *replacement) {
 // ---- The user's directory ------------------------------------------------------------------------------
 
 bool userDataDirectory(PathBuffer &out) {
-    // As the XDG Base Directory Specification has it: a relative path is to be ignored.
+    // As the XDG base directories are told: a relative path is to be ignored.
     if (const char *const data = std::getenv("XDG_DATA_HOME"); data && data[0] == '/')
         return toEnginePath(out, data) || failed(ENAMETOOLONG);
     const char *const home = std::getenv("HOME");

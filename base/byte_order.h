@@ -10,9 +10,13 @@ namespace vl {
 
 static_assert(std::endian::native == std::endian::little || std::endian::native == std::endian::big);
 
-inline std::uint16_t swapBytes(std::uint16_t value) { return __builtin_bswap16(value); }
-inline std::uint32_t swapBytes(std::uint32_t value) { return __builtin_bswap32(value); }
-inline std::uint64_t swapBytes(std::uint64_t value) { return __builtin_bswap64(value); }
+template <class Integer>
+constexpr Integer swapBytes(Integer value) {
+    Integer swapped = 0;
+    for (unsigned int i = 0; i < sizeof value; ++i)
+        swapped = static_cast<Integer>(swapped << 8 | (value >> 8 * i & 0xFF));
+    return swapped;
+}
 
 /// As one copy, since Clang does not join single bytes where two of these loads overlap.
 template <class Integer, std::endian order>

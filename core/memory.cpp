@@ -2,6 +2,7 @@
 
 #include "vl/core/memory.h"
 
+#include "base/compiler.h"
 #include "base/counted.h"
 #include "vl/core/system.h"
 
@@ -38,7 +39,7 @@ struct Stretch {
 /// through what is equal at its own speed but does not tell where the difference lies: it is asked about
 /// growing blocks, then about the halves of the block that differs. What is skipped are whole words.
 /// Not inlined, which would slow down the comparison of short buffers.
-[[gnu::noinline]] Stretch narrow(const unsigned char *left, const unsigned char *right, unsigned int count) {
+VL_NOINLINE Stretch narrow(const unsigned char *left, const unsigned char *right, unsigned int count) {
     Stretch stretch = {0, count};
     const auto skipEqual = [&](unsigned int size) {
         if (std::memcmp(left + stretch.start, right + stretch.start, size) != 0) {

@@ -19,7 +19,7 @@ constexpr int precisionMask = 0x0300;
 
 } // namespace
 
-#if defined(__i386__) || defined(__x86_64__)
+#if (defined(__i386__) || defined(__x86_64__)) && defined(__GNUC__)
 
 namespace {
 

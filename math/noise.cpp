@@ -15,6 +15,8 @@
 
 #include "math/noise.h"
 
+#include "base/compiler.h"
+#include "base/lanes.h"
 #include "base/random.h"
 #include "vl/math.h"
 
@@ -53,7 +55,7 @@ struct Axis {
 };
 
 /// The shifted coordinate brought into the first period, 0 to below 256; not-finite ones to 0.
-[[gnu::cold, gnu::noinline]] float wrapIntoPeriod(float t) {
+VL_COLD float wrapIntoPeriod(float t) {
     constexpr float period = cells;
     return std::isfinite(t) ? t - period * std::floor(t / period) : 0.0f;
 }
@@ -73,16 +75,6 @@ inline Axis locate(float coordinate) {
 inline float blendCurve(float t) { return t * t * (3.0f - 2.0f * t); }
 
 inline float blend(float t, float a, float b) { return a + t * (b - a); }
-
-using Lanes = float __attribute__((vector_size(16)));
-
-/// first[0], first[1], second[0], second[1]: two pairs, moved as one 8-byte load each.
-inline Lanes loadPairs(const float *first, const float *second) {
-    using Halves = double __attribute__((vector_size(16)));
-    using Pair = double __attribute__((aligned(alignof(float)), may_alias));
-    const Halves halves = {*reinterpret_cast<const Pair *>(first), *reinterpret_cast<const Pair *>(second)};
-    return std::bit_cast<Lanes>(halves);
-}
 
 inline float noise1(float x) {
     const Axis ax = locate(x);

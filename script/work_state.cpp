@@ -2,6 +2,8 @@
 
 #include "script/work_state.h"
 
+#include "base/spin_lock.h"
+
 #include <mutex>
 
 namespace vl {
@@ -9,7 +11,7 @@ namespace {
 
 /// Shared by all threads that load scripts.
 struct Kept {
-    std::mutex mutex;
+    SpinLock lock;
     WorkState *first = nullptr; ///< those that no load works with
     unsigned int users = 0;     ///< scripts that live, and loads that go on
 };
@@ -18,7 +20,7 @@ constinit Kept kept;
 } // namespace
 
 WorkState &WorkState::acquire() {
-    const std::lock_guard lock(kept.mutex);
+    const std::lock_guard guard(kept.lock);
     WorkState *state = kept.first;
     if (state)
         kept.first = state->m_pNextKept;
@@ -31,7 +33,7 @@ WorkState &WorkState::acquire() {
 void WorkState::giveBack(WorkState &state) noexcept {
     state.m_definitions.clear();
     state.m_includedNames.clear();
-    const std::lock_guard lock(kept.mutex);
+    const std::lock_guard guard(kept.lock);
     state.m_pNextKept = kept.first;
     kept.first = &state;
 }
@@ -39,7 +41,7 @@ void WorkState::giveBack(WorkState &state) noexcept {
 void WorkState::release() noexcept {
     WorkState *unused = nullptr;
     {
-        const std::lock_guard lock(kept.mutex);
+        const std::lock_guard guard(kept.lock);
         if (--kept.users == 0)
             unused = std::exchange(kept.first, nullptr);
     }

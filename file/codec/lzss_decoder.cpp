@@ -8,6 +8,7 @@
 #include "file/codec/lzss.h"
 
 #include "base/byte_order.h"
+#include "base/compiler.h"
 
 #include <algorithm>
 #include <cstring>
@@ -80,7 +81,7 @@ void LzssStreamDecoder::reset() {
 /// asks of every match whether it begins before this call; from 4096 bytes on none can. At the start of a
 /// cache line: elsewhere, where other code may push it, its loop took up to half as long again.
 template <bool Early>
-[[gnu::aligned(64)]] void LzssStreamDecoder::decodeGroups(Cursor &cursor) const {
+VL_AT_CACHE_LINE void LzssStreamDecoder::decodeGroups(Cursor &cursor) const {
     const std::uint8_t *in = cursor.in;
     std::uint8_t *const out = cursor.out;
     std::size_t produced = cursor.produced;

@@ -13,6 +13,7 @@
 #include "file/codec/lzss_encoder.h"
 
 #include "base/byte_order.h"
+#include "base/compiler.h"
 #include "core/counted.h"
 #include "file/codec/lzss.h"
 
@@ -103,7 +104,7 @@ inline MatchTree::Descent MatchTree::start(unsigned int r) {
 /// Compares with one node and goes on to its child; at the end of the branch, where the link is nil, nothing
 /// changes any more. True while there is something to compare with. Always inline, so that the descents of
 /// one loop stay in registers.
-[[gnu::always_inline]] inline bool MatchTree::step(Descent &descent) {
+VL_ALWAYS_INLINE bool MatchTree::step(Descent &descent) {
     const unsigned int p = node(descent.link);
     const bool going = p != nil;
     unsigned int goRight = descent.own > descent.link;

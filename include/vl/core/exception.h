@@ -60,7 +60,7 @@ class VL_API V_Exception {
 /// the end of the process, and throws a pointer to that instance. A second exception of the same class thrown
 /// while the first is being handled therefore replaces the first one's message.
 template <class Leaf>
-[[noreturn]] VL_API void V_throw(const Leaf &exception) {
+[[noreturn]] VL_API_TEMPLATE void V_throw(const Leaf &exception) {
     static Leaf instance(exception);
     instance = exception;
     throw &instance;

@@ -73,7 +73,13 @@ class VL_API V_Memory {
     V_Memory &operator=(const V_Memory &);
 
     /// Has the compiler lay the code out for this case: a jump more is a sixth of a copy of 64 bytes.
-    static bool isUsual(bool condition) { return __builtin_expect(condition, true); }
+    static bool isUsual(bool condition) {
+#if defined(__GNUC__)
+        return __builtin_expect(condition, true);
+#else
+        return condition;
+#endif
+    }
     static int compareClosely(const void *a, const void *b, unsigned int count);
 };
 

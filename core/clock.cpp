@@ -8,6 +8,8 @@
 namespace vl {
 
 constinit Machine machine = {cpuid,
+                             platform::describeProcessor,
+                             hasTimeStampCounterWithoutCpuid,
                              platform::savesSseState,
                              timeStampCounter,
                              platform::performanceFrequency,

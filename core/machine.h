@@ -10,6 +10,9 @@ namespace vl {
 
 struct Machine {
     bool (*cpuid)(std::uint32_t leaf, CpuidRegisters &registers);
+    /// Asked where there is no CPUID, as whether there is a counter.
+    void (*describeProcessor)(platform::SystemProcessor &processor);
+    bool hasCounterWithoutCpuid;
     bool (*savesSseState)();
     std::uint64_t (*timeStampCounter)();
     bool (*performanceFrequency)(std::int64_t &ticksPerSecond);

@@ -339,10 +339,32 @@ Processor detectProcessor(const CpuidReader &cpuid, bool savesSse) {
     return processor;
 }
 
+namespace {
+
+/// The description of a processor that tells nothing itself.
+Processor processorAsTold(const Machine &machine) {
+    platform::SystemProcessor told{};
+    machine.describeProcessor(told);
+    Processor processor;
+    if (told.name[0] != 0)
+        std::strcpy(processor.model, told.name); // shorter by far
+    processor.l1Code = told.l1Code;
+    processor.l1Data = told.l1Data;
+    processor.l2 = told.l2;
+    processor.l3 = told.l3;
+    processor.caps = machine.hasCounterWithoutCpuid ? static_cast<std::uint32_t>(System::CAP_TSC) : 0;
+    return processor;
+}
+
+} // namespace
+
 } // namespace vl
 
 void V_System::determineProcessorCaps() {
-    const vl::Processor processor = vl::detectProcessor(vl::machine.cpuid, vl::machine.savesSseState());
+    vl::CpuidRegisters registers;
+    const vl::Processor processor = vl::machine.cpuid(0, registers)
+                                        ? vl::detectProcessor(vl::machine.cpuid, vl::machine.savesSseState())
+                                        : vl::processorAsTold(vl::machine);
     m_uTLBCodeSize = processor.tlbCode;
     m_uTLBDataSize = processor.tlbData;
     m_uL1CodeCacheSize = processor.l1Code;

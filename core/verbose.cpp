@@ -3,6 +3,7 @@
 #include "vl/core/system.h"
 
 #include "core/log_lines.h"
+#include "platform/native.h"
 
 #include <cstdarg>
 #include <cstdint>
@@ -22,7 +23,7 @@ void open(std::ofstream &stream, const char *name, std::ios::openmode mode) {
     static char buffer[1024];
     stream.clear();
     stream.rdbuf()->pubsetbuf(buffer, sizeof buffer);
-    stream.open(name, mode);
+    vl::platform::openStream(stream, name, mode);
 }
 
 } // namespace
@@ -63,7 +64,8 @@ void V_System::fixVerboseFile() {
     if (m_bVerboseFileFixed)
         return;
     try {
-        const std::string absolute = std::filesystem::absolute(m_pVerboseFileName).string();
+        using namespace vl::platform;
+        const std::string absolute = textOf(std::filesystem::absolute(nativePath(m_pVerboseFileName)));
         char *const copy = new char[absolute.size() + 1];
         std::strcpy(copy, absolute.c_str());
         delete[] std::exchange(m_pVerboseFileName, copy);

@@ -150,7 +150,7 @@ void scene(Visitor &file) {
 // ---- Writing -------------------------------------------------------------------------------------------
 
 void write(const std::filesystem::path &directory) {
-    File->setFileSystemRoot(std::filesystem::absolute(directory).c_str());
+    File->setFileSystemRoot(std::filesystem::absolute(directory).string().c_str());
     V_MemoryFile inMemory;
     Writer toMemory(inMemory);
     scene(toMemory);
@@ -158,7 +158,7 @@ void write(const std::filesystem::path &directory) {
         throw std::runtime_error("cannot save SCENE.DAT");
 
     // Through to disk with 4 KiB pending in memory: sizes of outer chunks are written back over the file.
-    V_MemoryFile through(4096, (directory / "THROUGH.DAT").c_str());
+    V_MemoryFile through(4096, (directory / "THROUGH.DAT").string().c_str());
     Writer toDisk(through);
     scene(toDisk);
     through.destruct();
@@ -191,7 +191,7 @@ void checkBytes(V_MemoryFile &file, const V_MemoryFile &expected) {
 }
 
 void read(const char *root, V_MemoryFile::AccessMethod access, const V_MemoryFile &expected) {
-    File->setFileSystemRoot(std::filesystem::absolute(root).c_str());
+    File->setFileSystemRoot(std::filesystem::absolute(root).string().c_str());
     const bool archived = File->where("/SCENE.DAT") == V_File::LOC_ARCHIVE;
     const char *place = !archived                                                ? "disk"
                         : File->getMethod("/SCENE.DAT") == V_File::METHOD_STORED ? "stored entry"

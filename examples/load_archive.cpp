@@ -122,13 +122,13 @@ int main(int count, char **arguments) {
         for (int i = 2; i < count; ++i) {
             const std::filesystem::path root = std::filesystem::absolute(arguments[i]);
             V_Profile::startFrame();
-            const Result result = loadAll(originals, root.c_str());
+            const Result result = loadAll(originals, root.string().c_str());
             V_Profile::endFrame();
             const double packed = archiveBytes(root);
             different += result.different;
             std::printf(
                 "%-10s %7zu %8.1f %9.1f %5.0f%% %9.2f %12.0f %9.0f  %s, %zu left out of the archive\n",
-                root.filename().c_str(), result.files, result.bytes / 1e6, packed / 1e6,
+                root.filename().string().c_str(), result.files, result.bytes / 1e6, packed / 1e6,
                 100 * packed / result.bytes, result.mountSeconds * 1e3, result.lookupsPerSecond,
                 result.bytes / 1e6 / result.loadSeconds, result.different ? "DIFFERENT" : "all equal",
                 result.missing);

@@ -167,7 +167,7 @@ int main(int count, char **arguments) {
         const std::filesystem::path root = std::filesystem::absolute(arguments[1]);
         const V_VantorInit library;
         Sys->ceaseVerbose(0); // no log in the settings' directory
-        File->setFileSystemRoot(root.c_str());
+        File->setFileSystemRoot(root.string().c_str());
         readVehicles();
         readGraphics();
         return 0;

@@ -76,7 +76,8 @@ std::string expectedPath(int mode, bool whole, const std::string &given) {
     const bool hasDrive = name.size() > 1 && name[1] == ':';
     if (mode == V_File::AH_DIRECTORIES && (name.compare(0, 2, "\\\\") == 0 || hasDrive))
         return name;
-    if (mode == V_File::AH_LOCAL_ROOT && hasDrive && (name[0] | 0x20) == 'c' && name[2] == '\\')
+    if (mode == V_File::AH_LOCAL_ROOT && hasDrive && (name[0] | 0x20) == (current[0] | 0x20) &&
+        name[2] == '\\')
         return name;
     return name[0] == '\\' ? current.substr(0, 2) + name : joined(current, name);
 }

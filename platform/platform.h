@@ -2,10 +2,11 @@
 // includes an operating-system header or knows which system it runs on; one folder beside it holds the answer
 // of each system.
 //
-// Paths given to and reported by these functions are zero-terminated, use the backslash (a slash is taken
-// alike) and name files without regard to the case of A-Z. A system without drives presents its tree as the
-// one drive C: (the root directory is `C:\`); a path without a leading backslash is relative to the process's
-// current directory, `C:a.txt` like `a.txt`. Another drive and a network path (`\\server\...`) name nothing.
+// Paths given to and reported by these functions are zero-terminated UTF-8, use the backslash (a slash is
+// taken alike) and name files without regard to the case of A-Z. A system without drives presents its tree as
+// the one drive C: (the root directory is `C:\`), and any bytes as they are; another drive and a network path
+// (`\\server\...`) name nothing there. A path without a leading backslash is relative to the process's
+// current directory, `C:a.txt` to that of the drive.
 // "." and ".." are resolved by text alone, ".." above the root is the root, and a path that ends in a
 // backslash names a directory or nothing. A path longer than maxPath characters is refused, never cut,
 // whether it is given or reported. Nothing here throws: failure is a false or null result.
@@ -245,8 +246,19 @@ bool computerName(char (&out)[16]);
 /// reported as 4294967295, those that cannot be told as 0.
 void physicalMemory(std::uint32_t &total, std::uint32_t &available);
 
+/// What a system knows of the processor: a name, and the sizes of its caches in bytes. "" and 0 for what it
+/// does not tell.
+struct SystemProcessor {
+    char name[64];
+    std::uint32_t l1Code, l1Data, l2, l3;
+};
+
+/// Asked where the processor does not tell of itself.
+void describeProcessor(SystemProcessor &processor);
+
 /// Priorities as raisePriority found them, in the system's own numbers, and whether it changed them. POSIX
-/// has two that concern a thread: its nice value and its scheduling policy.
+/// has two that concern a thread: its nice value and its scheduling policy; Windows the process's class and
+/// the thread's own.
 struct Priority {
     int process, thread;
     bool processChanged, threadChanged;

@@ -2,7 +2,14 @@
 // become of a file that is half written when it is told to end. Each system's folder holds its answer.
 #pragma once
 
+#include <string>
+#include <vector>
+
 namespace vl::platform {
+
+/// To be called first of all: tells the program's arguments, its own name among them, as the library's texts
+/// are. What is printed from then on is the same bytes on every system, and taken for UTF-8 by a terminal.
+std::vector<std::string> beginProgram(int count, char **arguments);
 
 /// Whether standard error is watched at a terminal.
 bool standardErrorIsTerminal();

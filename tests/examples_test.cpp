@@ -18,10 +18,8 @@ TEST(ShipAGame, ReadsFromItsPlacesAndWritesToTheUsers) {
     writeFile(user / "addons" / "bad.vas", "damaged");
     ArchiveBuilder().add("\\maps\\extra.map", "").write(user / "addons" / "good.vas");
 
-    const auto run = [&] {
-        return runShell("XDG_DATA_HOME=" + quoted(place.path() / "home") +
-                        " " VL_PROGRAM_DIRECTORY "/examples/ship_a_game " + quoted(game));
-    };
+    setEnvironment(userDataVariable, (place.path() / "home").string());
+    const auto run = [&] { return runExample("ship_a_game", quoted(game)); };
     const Outcome outcome = run();
     EXPECT_EQ(outcome.status, 0);
     const std::string root = enginePath(game), home = enginePath(user);

@@ -17,10 +17,10 @@ Real sum(Real a, Real b) {
     return result;
 }
 
-/// What 1 + 2^-80 and -1 - 2^-80 round to, and 1.5 and -1.5 as integers, tell the four modes apart.
+/// What 1 + 2^-120 and -1 - 2^-120 round to, and 1.5 and -1.5 as integers, tell the four modes apart.
 template <class Real>
 M_FPUControl::Rounding observedRounding() {
-    const Real tiny = std::ldexp(Real(1), -80);
+    const Real tiny = std::ldexp(Real(1), -120);
     const bool upAbove = sum<Real>(1, tiny) > 1;
     const bool downBelow = sum<Real>(-1, -tiny) < -1;
     volatile Real half = Real(1.75);

@@ -452,6 +452,7 @@ TEST_F(Places, AddedArchivesStayTheFilesThatTheyWere) {
     const unsigned int id = File->addPlace(enginePath(path).c_str());
     V_FileStream stream("packed", 0);
     ArchiveBuilder().add("\\stored", "new").write(outside.path() / "other");
+    fs::rename(path, outside.path() / "replaced"); // what is open may not be overwritten everywhere
     fs::rename(outside.path() / "other", path);
     EXPECT_EQ(loaded("stored"), "old");
     EXPECT_EQ(loaded("packed"), large);
@@ -510,9 +511,8 @@ TEST_F(Places, TheWriteDirectoryIsTheFirstPlaceAndNothingLeadsOutOfIt) {
     fs::create_directories(other);
     writeFile(root() / "a", "root");
     writeFile(other / "victim", "intact");
-    fs::create_directory_symlink(other, user / "link");
-    fs::create_symlink(other / "victim", user / "file");
-    fs::create_symlink(other / "made", user / "dangling");
+    const bool linked = canLink(other, user / "link") && canLink(other / "victim", user / "file") &&
+                        canLink(other / "made", user / "dangling");
     File->setWriteDirectory(enginePath(user).c_str());
     EXPECT_EQ(File->save("a", "user", 4), 1);
     EXPECT_EQ(loaded("a"), "user");
@@ -521,6 +521,8 @@ TEST_F(Places, TheWriteDirectoryIsTheFirstPlaceAndNothingLeadsOutOfIt) {
     EXPECT_EQ(File->append("..\\..\\DEEP\\er\\..\\Er\\than\\one", "y", 1), 1);
     EXPECT_EQ(readFile(user / "deep" / "er" / "than" / "one"), "xy");
     for (const char *name : {"link\\new", "link\\victim", "file", "dangling", "link\\a\\b"}) {
+        if (!linked)
+            break;
         EXPECT_EQ(messageOf<V_FileException_OutsideWriteDirectory>([&] { File->save(name, "!", 1); }),
                   std::string("File ") + name + " leads out of the write directory");
         EXPECT_THROW(File->append(name, "!", 1), V_FileException_OutsideWriteDirectory *);
@@ -528,7 +530,9 @@ TEST_F(Places, TheWriteDirectoryIsTheFirstPlaceAndNothingLeadsOutOfIt) {
     }
     EXPECT_EQ(readFile(other / "victim"), "intact");
     EXPECT_EQ(std::distance(fs::directory_iterator(other), fs::directory_iterator()), 1);
-    EXPECT_EQ(loaded("link\\victim"), "intact"); // reading is another matter
+    if (linked) {
+        EXPECT_EQ(loaded("link\\victim"), "intact"); // reading is another matter
+    }
     char name[256];
     writeFile(user / "t0", "");
     writeFile(root() / "t1", "");

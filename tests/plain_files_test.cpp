@@ -28,6 +28,8 @@ TEST_F(PlainFiles, AreLoadedWholeOrInPart) {
 }
 
 TEST_F(PlainFiles, OfEqualNamesButForCaseAreToldApart) {
+    if (!areNamesExact())
+        GTEST_SKIP();
     for (const char *name : {"README", "readme", "Readme"}) {
         writeFile(root() / name, name);
         EXPECT_EQ(loaded(name), name);
@@ -69,7 +71,7 @@ TEST_F(PlainFiles, AreSavedAsTheOverrideSays) {
     EXPECT_EQ(File->save("new/file.txt", "one", 3), 1); // creates the directory
     EXPECT_EQ(File->save("NEW/FILE.txt", "second", 6), 1);
     EXPECT_EQ(readFile(root() / "new/FILE.txt"), "second");
-    EXPECT_FALSE(std::filesystem::exists(root() / "new/file.txt"));
+    EXPECT_NE(std::filesystem::exists(root() / "new/file.txt"), areNamesExact());
 
     File->setOverride(0);
     EXPECT_EQ(File->save("new/file.txt", "three", 5), 0);

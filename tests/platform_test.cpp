@@ -1,20 +1,18 @@
 // The process and the clocks.
 
+#include "tests/support/program.h"
 #include "tests/support/temporary_directory.h"
 
 #include "platform/platform.h"
 
 #include <gtest/gtest.h>
 
-#include <sched.h>
-#include <sys/resource.h>
-
 using namespace vl::platform;
 
 namespace {
 
 TEST(PlatformProcess, TellsWhoRunsAndWhere) {
-    EXPECT_EQ(executablePath(), enginePath(std::filesystem::canonical("/proc/self/exe")));
+    EXPECT_EQ(executablePath(), enginePath(ownProgram()));
     char name[16];
     ASSERT_TRUE(computerName(name));
     EXPECT_EQ(std::string_view(name).find_first_of("/\\"), std::string_view::npos);
@@ -22,16 +20,6 @@ TEST(PlatformProcess, TellsWhoRunsAndWhere) {
     physicalMemory(total, available);
     EXPECT_GT(available, 0u);
     EXPECT_GE(total, available);
-}
-
-TEST(PlatformProcess, RestoresThePriorityThatItRaised) {
-    const int nice = getpriority(PRIO_PROCESS, 0), policy = sched_getscheduler(0);
-    const Priority saved = raisePriority();
-    EXPECT_EQ(saved.processChanged, getpriority(PRIO_PROCESS, 0) < nice);
-    EXPECT_EQ(saved.threadChanged, sched_getscheduler(0) != policy);
-    restorePriority(saved);
-    EXPECT_EQ(getpriority(PRIO_PROCESS, 0), nice);
-    EXPECT_EQ(sched_getscheduler(0), policy);
 }
 
 TEST(PlatformProcess, CountsTimeForwards) {

@@ -1,6 +1,8 @@
 // Processor detection from literal CPUID registers.
 
 #include "core/processor.h"
+#include "tests/support/fake_machine.h"
+#include "vl/core.h"
 
 #include <gtest/gtest.h>
 
@@ -228,9 +230,9 @@ TEST(Processor, DescriptorBytesGiveCacheSizes) {
             for (std::size_t i = 0; i < expected.size(); ++i)
                 expected[i] = sizes[i].count(byte) ? sizes[i].at(byte) : 0;
             FakeProcessor fake(nexgen, 2, 0);
-            unsigned char bytes[16] = {1};
-            bytes[place] = static_cast<unsigned char>(byte);
-            std::memcpy(&fake.leaves[2], bytes, sizeof bytes);
+            std::uint32_t registers[4] = {1};
+            registers[place / 4] |= static_cast<std::uint32_t>(byte) << place % 4 * 8;
+            fake.leaves[2] = {registers[0], registers[1], registers[2], registers[3]};
             EXPECT_EQ(figures(fake.detect()), expected) << byte << " at " << place;
         }
 }
@@ -297,6 +299,33 @@ TEST(Processor, WithoutUsableLeavesNothingIsKnown) {
     const Processor processor = vl::detectProcessor([](std::uint32_t, Registers &) { return false; }, true);
     EXPECT_STREQ(processor.model, "Unknown");
     EXPECT_EQ(figures(processor), Figures{});
+}
+
+TEST(Processor, ThatTellsNothingIsAsTheSystemKnowsIt) {
+    const FakeMachine machine; // puts the real one back
+    vl::machine.cpuid = [](std::uint32_t, Registers &registers) {
+        registers = {};
+        return false;
+    };
+    FakeMachine::sm_iStep = 1'000'000;
+    for (const bool counts : {false, true}) {
+        vl::machine.hasCounterWithoutCpuid = counts;
+        vl::machine.describeProcessor = [](vl::platform::SystemProcessor &told) {
+            told = {"Some Core", 1024, 2048, 4096, 8192};
+        };
+        const V_VantorInit library;
+        EXPECT_STREQ(Sys->getProcessorModel(), "Some Core");
+        EXPECT_EQ(Sys->getL1CodeCacheSize() + Sys->getL1DataCacheSize(), 3072u);
+        EXPECT_EQ(Sys->getL2CacheSize() + Sys->getL3CacheSize(), 12288u);
+        EXPECT_EQ(Sys->getProcessorCaps(), counts ? V_System::CAP_TSC : 0u);
+        EXPECT_EQ(Sys->getProcessorSpeed() > 1, counts);
+        Sys->ceaseVerbose(1);
+    }
+#if defined(__linux__)
+    vl::platform::SystemProcessor told;
+    vl::platform::describeProcessor(told);
+    EXPECT_NE(told.name[0], 0);
+#endif
 }
 
 } // namespace

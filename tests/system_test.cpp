@@ -34,7 +34,7 @@ class System : public ::testing::Test {
         for (const auto &entry : std::filesystem::directory_iterator(m_directory.path())) {
             EXPECT_EQ(text, "(none)") << "a second log";
             EXPECT_EQ(entry.path().filename().string().substr(0, 7), "verbose");
-            text = readFile(entry.path());
+            text = readText(entry.path());
         }
         return text;
     }
@@ -163,7 +163,9 @@ TEST_F(System, AnUnwritableLogIsTriedAgain) {
     const std::filesystem::path gone = m_directory.path() / "gone";
     std::filesystem::create_directory(gone);
     std::filesystem::current_path(gone);
-    std::filesystem::remove(gone);
+    std::error_code isInUse;
+    if (!std::filesystem::remove(gone, isInUse))
+        GTEST_SKIP() << "the current directory stays";
     mirrorToTexts();
     Sys->verbose("lost");
     EXPECT_TRUE(texts.empty());

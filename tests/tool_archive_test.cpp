@@ -4,11 +4,14 @@
 #include "tests/support/library_test.h"
 #include "tests/support/program.h"
 
+#include "platform/native.h"
+
 #include <nlohmann/json.hpp>
 
 #include <chrono>
 #include <map>
 #include <random>
+#include <thread>
 
 namespace {
 
@@ -45,10 +48,12 @@ class ArchiveTool : public LibraryTest {
     }
     Outcome verify() const { return runTool("archive verify " + quoted(archive())); }
 
-    void expectNothingPartial() const {
-        for (const auto &entry : fs::directory_iterator(root()))
-            EXPECT_NE(entry.path().extension(), ".partial");
+    bool isAnythingPartial() const {
+        const fs::directory_iterator entries(root());
+        return std::any_of(begin(entries), end(entries),
+                           [](const auto &entry) { return entry.path().extension() == ".partial"; });
     }
+    void expectNothingPartial() const { EXPECT_FALSE(isAnythingPartial()); }
 
     std::map<std::string, std::string> m_contents;
 };
@@ -104,18 +109,19 @@ TEST_F(ArchiveTool, NeverExtractsOutsideTheTarget) {
     create("--method stored --exclude 'dir*' --exclude hollow");
     const fs::path out = root() / "out";
     fs::create_directories(out);
-    fs::create_symlink(root() / "victim", out / "empty");
-    const Outcome throughLink = extract(out);
-    EXPECT_EQ(throughLink.status, 1);
-    EXPECT_NE(throughLink.output.find("a link stands there"), std::string::npos) << throughLink.output;
-    EXPECT_FALSE(fs::exists(root() / "victim"));
+    if (canLink(root() / "victim", out / "empty")) {
+        const Outcome throughLink = extract(out);
+        EXPECT_EQ(throughLink.status, 1);
+        EXPECT_NE(throughLink.output.find("a link stands there"), std::string::npos) << throughLink.output;
+        EXPECT_FALSE(fs::exists(root() / "victim"));
 
-    fs::remove(out / "empty");
-    fs::create_directories(root() / "victim");
-    fs::create_symlink(root() / "victim", out / "dir1");
-    create();
-    EXPECT_EQ(extract(out).status, 1);
-    EXPECT_TRUE(fs::is_empty(root() / "victim"));
+        fs::remove(out / "empty");
+        fs::create_directories(root() / "victim");
+        fs::create_directory_symlink(root() / "victim", out / "dir1");
+        create();
+        EXPECT_EQ(extract(out).status, 1);
+        EXPECT_TRUE(fs::is_empty(root() / "victim"));
+    }
 
     ArchiveBuilder().add("\\..\\..\\x", "evil").write(archive());
     const Outcome upwards = extract(out / "a");
@@ -145,10 +151,12 @@ TEST_F(ArchiveTool, VerifyNamesTheFirstBadEntry) {
 
 TEST_F(ArchiveTool, TellsOfNamesThatNothingLeadsTo) {
     addFile("x..y", "1");
-    addFile("end./in", "2");
+    const bool takesDots = vl::platform::canNameFile("end.");
+    if (takesDots)
+        addFile("end./in", "2");
     const std::string packed = create().output;
-    for (const char *name : {"x..y: packed, but no name", "end.: packed, but no name"})
-        EXPECT_NE(packed.find(name), std::string::npos) << packed;
+    EXPECT_NE(packed.find("x..y: packed, but no name"), std::string::npos) << packed;
+    EXPECT_EQ(packed.find("end.: packed, but no name") != std::string::npos, takesDots) << packed;
     ArchiveBuilder().add("\\sound", "1").add("\\x..y", "1").add("\\..\\z", "1").write(archive());
     const Outcome outcome = verify();
     EXPECT_EQ(outcome.status, 0);
@@ -158,6 +166,9 @@ TEST_F(ArchiveTool, TellsOfNamesThatNothingLeadsTo) {
 }
 
 TEST_F(ArchiveTool, InterruptedLeavesTheOldArchive) {
+#if defined(_WIN32)
+    GTEST_SKIP() << "interrupt.sh does this from outside: a program has no console to interrupt another with";
+#endif
     create();
     const std::string old = readFile(archive());
     std::mt19937 random(5);
@@ -166,11 +177,10 @@ TEST_F(ArchiveTool, InterruptedLeavesTheOldArchive) {
     for (char &c : noise)
         c = static_cast<char>(random());
     writeFile(tree() / "noise", noise);
-    const std::string partial =
-        "until ls " + quoted(root()) + "/*.partial >/dev/null 2>&1; do sleep 0.01; done";
-    const Outcome outcome = runShell(VL_PROGRAM_DIRECTORY "/bin/vl archive create " + quoted(archive()) +
-                                     " " + quoted(tree()) + " & " + partial + "; kill -TERM $!; wait $!");
-    EXPECT_EQ(outcome.status, 128 + 15) << outcome.output;
+    RunningProgram tool(toolProgram(), "archive create " + quoted(archive()) + " " + quoted(tree()), root());
+    while (!isAnythingPartial())
+        std::this_thread::yield();
+    EXPECT_TRUE(tool.interrupt());
     EXPECT_EQ(readFile(archive()), old);
     expectNothingPartial();
 }
@@ -195,7 +205,9 @@ TEST_F(ArchiveTool, ShowsAndUnpacksNothingThatATerminalOrAReaderWouldObey) {
     EXPECT_NE(verify().output.find("2 of 4 files"), std::string::npos);
     const Outcome missing = runTool("archive verify " + quoted(root() / "no.vas"));
     EXPECT_EQ(missing.output.find("DAMAGED"), std::string::npos) << missing.output;
-    EXPECT_EQ(runTool("archive list " + quoted(archive()) + " >/dev/full").status, 1);
+    if (fs::exists("/dev/full")) {
+        EXPECT_EQ(runTool("archive list " + quoted(archive()) + " >/dev/full").status, 1);
+    }
 }
 
 TEST_F(ArchiveTool, RefusesWhatTheFormatCannotHoldAndKeepsTheOldArchive) {
@@ -209,15 +221,19 @@ TEST_F(ArchiveTool, RefusesWhatTheFormatCannotHoldAndKeepsTheOldArchive) {
         expectNothingPartial();
         fs::remove_all(tree() / cause);
     };
-    addFile("dir0/FILE 0.DAT", "twin");
-    refused("dir0/File 0.dat: differs only in case from 'FILE 0.DAT'", "dir0/FILE 0.DAT");
-    fs::create_directories(tree() / "DIR1");
-    refused("differs only in case from", "DIR1");
-    addFile("back\\slash", "");
-    refused("the name holds a backslash", "back\\slash");
+    if (areNamesExact()) {
+        addFile("dir0/FILE 0.DAT", "twin");
+        refused("File 0.dat: differs only in case from 'FILE 0.DAT'", "dir0/FILE 0.DAT");
+        fs::create_directories(tree() / "DIR1");
+        refused("differs only in case from", "DIR1");
+        addFile("back\\slash", "");
+        refused("the name holds a backslash", "back\\slash");
+    }
     const std::string name(45, 'd');
-    addFile(name + "/" + name + "/" + name + "/" + name + "/" + name + "/" + name + "/x", "");
-    refused("the path inside the archive exceeds 254 characters", name);
+    if (areNamesExact()) { // elsewhere no such tree can be made
+        addFile(name + "/" + name + "/" + name + "/" + name + "/" + name + "/" + name + "/x", "");
+        refused("the path inside the archive exceeds 254 characters", name);
+    }
     addFile("huge", "");
     fs::resize_file(tree() / "huge", 0x100000000);
     refused("huge: exceeds 4294967295 bytes", "huge");

@@ -2,6 +2,7 @@
 
 #include "file/archive/archive_index.h"
 
+#include "base/compiler.h"
 #include "base/text.h"
 #include "core/counted.h"
 #include "file/archive/archive_format.h"
@@ -165,13 +166,13 @@ bool mayHoldArchiveFile(const Archive &archive, std::uint32_t hash) {
         return true;
     const Slots slots = fileSlots(archive.index, archive);
     const auto fetchKey = [](const char *key) {
-        __builtin_prefetch(key);
+        prefetch(key);
         return true;
     };
     const FileEntry *const entry =
         slots.entryOf(slots.find(hash, archive.fileNames, fetchKey), archive.files);
     if (entry)
-        __builtin_prefetch(&entry->offset);
+        prefetch(&entry->offset);
     return entry;
 }
 

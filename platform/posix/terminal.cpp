@@ -25,6 +25,8 @@ void removeAndEnd(int signal) {
 
 } // namespace
 
+std::vector<std::string> beginProgram(int count, char **arguments) { return {arguments, arguments + count}; }
+
 bool standardErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }
 
 bool beginUnfinishedFile(const char *path) {

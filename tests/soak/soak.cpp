@@ -15,8 +15,14 @@
 #include "vl/vl.h"
 
 #include <CLI/CLI.hpp>
+#if defined(_WIN32)
+#include <windows.h>
+// The above comes first.
+#include <psapi.h>
+#else
 #include <malloc.h>
 #include <unistd.h>
+#endif
 
 #include <chrono>
 #include <fstream>
@@ -260,7 +266,7 @@ class Soak {
         };
         V_MemoryFile out(1 + roll(10'000));
         visit(static_cast<V_MemoryFile &&>(out), true);
-        visit(V_MemoryFile(1 + roll(10'000), diskPath("THROUGH.BIN").c_str()), true);
+        visit(V_MemoryFile(1 + roll(10'000), diskPath("THROUGH.BIN").string().c_str()), true);
         require(out.save("SAVED.BIN") == 1, "saving a memory file");
         visit(over(bytesOf(out)), false);
         visit(V_MemoryFile("SAVED.BIN", V_MemoryFile::AM_MEMORY), false);
@@ -335,12 +341,20 @@ class Soak {
     bool m_bPriority = false;
 };
 
-/// In KiB, without what malloc keeps for later.
+/// In KiB, without what the allocator keeps for later.
 long residentMemory() {
+#if defined(_WIN32)
+    PROCESS_MEMORY_COUNTERS memory{};
+    memory.cb = sizeof memory;
+    HeapCompact(GetProcessHeap(), 0);
+    K32GetProcessMemoryInfo(GetCurrentProcess(), &memory, sizeof memory);
+    return static_cast<long>(memory.PagefileUsage / 1024);
+#else
     malloc_trim(0);
     long total = 0, resident = 0;
     std::ifstream("/proc/self/statm") >> total >> resident;
     return resident * (sysconf(_SC_PAGESIZE) / 1024);
+#endif
 }
 
 } // namespace

@@ -40,6 +40,12 @@ inline std::string readFile(const std::filesystem::path &path) {
     return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+/// A file that was written as text: its line ends are the system's.
+inline std::string readText(const std::filesystem::path &path) {
+    std::ifstream stream(path);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
 /// Bytes that pack somewhat, always the same for one size.
 inline std::string pattern(std::size_t size) {
     std::string text(size, '\0');

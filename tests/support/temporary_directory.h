@@ -2,15 +2,14 @@
 #pragma once
 
 #include <algorithm>
-#include <cstdlib>
 #include <filesystem>
-#include <stdexcept>
+#include <random>
 #include <string>
 #include <system_error>
 
 /// The name under which the library knows an absolute path of the system.
 inline std::string enginePath(const std::filesystem::path &path) {
-    std::string text("C:");
+    std::string text(path.has_root_name() ? "" : "C:");
     text += path.string();
     std::replace(text.begin(), text.end(), '/', '\\');
     return text;
@@ -22,10 +21,10 @@ class TemporaryDirectory {
 
     /// Below `parent` instead of the system's place for temporary files.
     explicit TemporaryDirectory(const std::filesystem::path &parent) {
-        std::string name = (std::filesystem::canonical(parent) / "vl-test-XXXXXX").string();
-        if (!mkdtemp(name.data()))
-            throw std::runtime_error("cannot create a temporary directory");
-        m_path = name;
+        std::random_device random;
+        do
+            m_path = std::filesystem::canonical(parent) / ("vl-test-" + std::to_string(random()));
+        while (!std::filesystem::create_directory(m_path));
     }
 
     ~TemporaryDirectory() {
@@ -44,3 +43,20 @@ class TemporaryDirectory {
   private:
     std::filesystem::path m_path;
 };
+
+/// Whether names that differ in case only are those of different files.
+inline bool areNamesExact() {
+    const TemporaryDirectory directory;
+    std::filesystem::create_directory(directory.path() / "name");
+    return !std::filesystem::exists(directory.path() / "NAME");
+}
+
+/// Makes a symbolic link; false where the system gives none to its programs.
+inline bool canLink(const std::filesystem::path &to, const std::filesystem::path &link) {
+    std::error_code impossible;
+    if (std::filesystem::is_directory(to))
+        std::filesystem::create_directory_symlink(to, link, impossible);
+    else
+        std::filesystem::create_symlink(to, link, impossible);
+    return !impossible;
+}

@@ -9,16 +9,21 @@
 #include "file/codec/crc32.h"
 #include "file/codec/lzss_container.h"
 #include "file/codec/lzss_encoder.h"
+#include "platform/native.h"
+#include "platform/platform.h"
 #include "platform/terminal.h"
 
-#include <cerrno>
+#include <algorithm>
 #include <cstdio>
 #include <fstream>
 #include <random>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 namespace fs = std::filesystem;
+namespace platform = vl::platform;
+using vl::platform::textOf;
 
 namespace {
 
@@ -32,50 +37,58 @@ class PartialFile {
         // A link stays, and what it leads to is replaced. A device would make way for a file.
         if (fs::exists(output)) {
             if (!fs::is_regular_file(output))
-                throw std::runtime_error(output.string() + ": is there and not a file");
+                throw std::runtime_error(textOf(output) + ": is there and not a file");
             m_final = fs::canonical(output);
         }
         char suffix[32];
         std::snprintf(suffix, sizeof suffix, ".%08x.partial", std::random_device()());
         m_partial = m_final;
         m_partial += suffix;
-        vl::platform::beginUnfinishedFile(m_partial.c_str());
-        m_stream.open(m_partial, std::ios::binary | std::ios::trunc);
-        check();
+        const std::string name = textOf(fs::absolute(m_partial));
+        platform::beginUnfinishedFile(name.c_str());
+        platform::FileIdentity ignored;
+        m_file = platform::openForWriting(name.c_str(), platform::WriteMode::Replace, ignored);
+        check(m_file != platform::noFile);
     }
     ~PartialFile() {
-        m_stream.close();
+        close();
         std::error_code ignored;
         if (!m_bKept)
             fs::remove(m_partial, ignored);
-        vl::platform::endUnfinishedFile();
+        platform::endUnfinishedFile();
     }
     PartialFile(const PartialFile &) = delete;
     PartialFile &operator=(const PartialFile &) = delete;
 
-    void seek(std::uint64_t position) {
-        m_stream.seekp(static_cast<std::streamoff>(position));
-        check();
-    }
-    void write(const void *bytes, std::size_t size) {
-        m_stream.write(static_cast<const char *>(bytes), static_cast<std::streamsize>(size));
-        check();
+    void seek(std::uint64_t position) { m_uPosition = position; }
+    void write(const std::uint8_t *bytes, std::size_t size) {
+        while (size != 0) {
+            const auto count = static_cast<std::uint32_t>(std::min<std::size_t>(size, 1u << 30));
+            check(platform::writeAt(m_file, m_uPosition, bytes, count) == count);
+            m_uPosition += count;
+            bytes += count;
+            size -= count;
+        }
     }
     void keep() {
-        m_stream.close();
-        check();
+        check(close());
         fs::rename(m_partial, m_final);
         m_bKept = true;
     }
 
   private:
-    void check() const {
-        if (!m_stream)
-            throw std::system_error(errno, std::generic_category(), m_final.string() + ": cannot be written");
+    bool close() {
+        const platform::FileHandle file = std::exchange(m_file, platform::noFile);
+        return file == platform::noFile || platform::closeWritten(file);
+    }
+    void check(bool done) const {
+        if (!done)
+            throw std::runtime_error(textOf(m_final) + ": cannot be written: " + platform::lastFailure());
     }
 
     fs::path m_final, m_partial;
-    std::ofstream m_stream;
+    platform::FileHandle m_file = platform::noFile;
+    std::uint64_t m_uPosition = 0;
     bool m_bKept = false;
 };
 
@@ -84,7 +97,7 @@ Bytes readWhole(const InputFile &file) {
     std::ifstream stream(file.path, std::ios::binary);
     stream.read(reinterpret_cast<char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
     if (!stream || stream.peek() != std::ifstream::traits_type::eof())
-        throw std::runtime_error(file.path.string() + ": cannot be read, or changed meanwhile");
+        throw std::runtime_error(textOf(file.path) + ": cannot be read, or changed meanwhile");
     return bytes;
 }
 
@@ -94,12 +107,12 @@ Bytes storedForm(const InputFile &file, Bytes content, std::uint32_t seed, vl::L
         return content;
     Bytes container;
     if (vl::lzssBound(file.size) > container.max_size())
-        throw std::runtime_error(file.path.string() + ": too large to be packed on this machine");
+        throw std::runtime_error(textOf(file.path) + ": too large to be packed on this machine");
     container.resize(static_cast<std::size_t>(vl::lzssBound(file.size)));
     const std::uint64_t packed =
         encoder.encode(content.data(), file.size, container.data() + vl::lzssHeaderSize);
     if (packed > 0xFFFFFFFFu - vl::lzssHeaderSize)
-        throw std::runtime_error(file.path.string() + ": exceeds 4294967295 bytes when packed");
+        throw std::runtime_error(textOf(file.path) + ": exceeds 4294967295 bytes when packed");
     vl::lzssWriteHeader(container.data(), {file.size, static_cast<std::uint32_t>(packed)});
     container.resize(static_cast<std::size_t>(vl::lzssHeaderSize + packed));
     if (file.method == V_File::METHOD_LZSS_SCRAMBLED)
@@ -149,7 +162,7 @@ ArchiveSummary writeArchive(const InputTree &tree, const ArchiveSettings &settin
         summary.unpacked += file.size;
         summary.archive += stored.size();
         if (summary.archive > 0xFFFFFFFFu)
-            throw std::runtime_error(file.path.string() + ": makes the archive exceed 4294967295 bytes");
+            throw std::runtime_error(textOf(file.path) + ": makes the archive exceed 4294967295 bytes");
         archive.write(stored.data(), stored.size());
 
         entry.size = file.size;

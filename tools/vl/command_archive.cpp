@@ -8,6 +8,7 @@
 #include "progress.h"
 
 #include "file/names/name_rules.h"
+#include "platform/native.h"
 
 #include <nlohmann/json.hpp>
 
@@ -18,9 +19,12 @@
 #include <map>
 #include <memory>
 #include <stdexcept>
+#include <string_view>
 
 namespace fs = std::filesystem;
 using json = nlohmann::ordered_json;
+using vl::platform::nativePath;
+using vl::platform::textOf;
 
 namespace {
 
@@ -81,9 +85,10 @@ void create(const CreateOptions &options) {
     std::vector<MethodRule> rules;
     for (const std::string &rule : options.rules)
         rules.push_back(parseRule(rule));
+    const fs::path output = nativePath(options.output);
     const InputTree tree =
-        listInput(options.tree, options.exclude, methods.at(options.method), rules, options.output);
-    const ArchiveSummary summary = writeArchive(tree, options.settings, options.output);
+        listInput(nativePath(options.tree), options.exclude, methods.at(options.method), rules, output);
+    const ArchiveSummary summary = writeArchive(tree, options.settings, output);
     std::printf("%s: %zu files in %zu directories, %s packed to %s (%.0f%%)\n", options.output.c_str(),
                 tree.files.size(), tree.directories.size(), amount(summary.unpacked).c_str(),
                 amount(summary.archive).c_str(),
@@ -116,7 +121,7 @@ void addCreate(CLI::App &archive) {
 // ---- list ----------------------------------------------------------------------------------------------
 
 void list(const std::string &path, bool asJson) {
-    const OpenedArchive archive(path);
+    const OpenedArchive archive(nativePath(path));
     if (asJson) {
         json files = json::array();
         for (const V_File::VASFileEntry *file : archive.files())
@@ -147,25 +152,30 @@ void addList(CLI::App &archive) {
 
 // ---- extract -------------------------------------------------------------------------------------------
 
-/// Whether every element of a relative path is an ordinary name, so that it cannot lead out of a directory.
-bool staysBelow(const std::string &relativePath) {
-    for (const fs::path &element : fs::path(relativePath))
-        if (element.empty() || element == "." || element == ".." || element.has_root_path())
+/// Whether every element of a path with slashes is the name of a file here, so that it cannot lead out of a
+/// directory.
+bool staysBelow(std::string_view path) {
+    while (true) {
+        const std::size_t end = std::min(path.find('/'), path.size());
+        if (!vl::platform::canNameFile(path.substr(0, end)))
             return false;
-    return !relativePath.empty();
+        if (end == path.size())
+            return true;
+        path.remove_prefix(std::min(path.find_first_not_of('/', end), path.size()));
+    }
 }
 
 void refuseLink(const fs::path &place) {
     if (fs::is_symlink(fs::symlink_status(place)))
-        throw std::runtime_error(place.string() + ": a link stands there, nothing was written through it");
+        throw std::runtime_error(textOf(place) + ": a link stands there, nothing was written through it");
 }
 
 /// `name`, a file's or directory's path in the archive `path`, as a path below a directory of the disk.
-std::string checkedPath(const std::string &path, const std::string &name, const std::string &relative) {
+fs::path checkedPath(const std::string &path, const std::string &name, const std::string &relative) {
     if (!staysBelow(relative))
         throw std::runtime_error(path + ": the name '" + printable(name) +
                                  "' would lead out of the target directory");
-    return relative;
+    return nativePath(relative);
 }
 
 /// Makes a directory below `target`, its parents included. Throws where a link would lead elsewhere.
@@ -181,19 +191,18 @@ fs::path directoryBelow(const fs::path &target, const fs::path &relative) {
 
 void setTime(const fs::path &path, const V_File::CalendarTime &time) {
     using namespace std::chrono;
-    const year_month_day date{year(time.year), month(time.month), day(time.day)};
-    if (!date.ok())
-        return; // nothing sensible was recorded
-    // What the file clock's nanoseconds can tell; an unset time (1601) is not among it.
-    if (time.year < 1900 || time.year > 2400)
+    // Nothing sensible was recorded, or nothing that file systems can tell: an unset time is of 1601.
+    if (!year_month_day(year(time.year), month(time.month), day(time.day)).ok() || time.year < 1900 ||
+        time.year > 2400)
         return;
-    const auto point = sys_days(date) + hours(time.hour) + minutes(time.minute) + seconds(time.second) +
-                       milliseconds(time.milliseconds);
-    fs::last_write_time(path, file_clock::from_sys(point));
+    vl::platform::setLastWrite(path, {time.year, time.month, time.dayOfWeek, time.day, time.hour, time.minute,
+                                      time.second, time.milliseconds});
 }
 
-void extract(const std::string &path, const std::string &target, const std::vector<std::string> &patterns) {
-    const OpenedArchive archive(path);
+void extract(const std::string &path, const std::string &targetName,
+             const std::vector<std::string> &patterns) {
+    const OpenedArchive archive(nativePath(path));
+    const fs::path target = nativePath(targetName);
     std::vector<const V_File::VASFileEntry *> chosen;
     for (const V_File::VASFileEntry *file : archive.files()) {
         const std::string relative = archive.relativePathOf(*file);
@@ -227,10 +236,10 @@ void extract(const std::string &path, const std::string &target, const std::vect
         stream << content;
         stream.close();
         if (!stream)
-            throw std::runtime_error(place.string() + ": cannot be written");
+            throw std::runtime_error(textOf(place) + ": cannot be written");
         setTime(place, chosen[i]->time);
     }
-    std::printf("%zu files extracted to %s\n", chosen.size(), target.c_str());
+    std::printf("%zu files extracted to %s\n", chosen.size(), targetName.c_str());
     if (archive.orphans() != 0)
         std::fprintf(stderr, "vl: %s: %zu files belong to no directory and were left out\n", path.c_str(),
                      archive.orphans());
@@ -255,7 +264,7 @@ void addExtract(CLI::App &archive) {
 
 void verify(const std::string &path, int &exitStatus) {
     try {
-        const OpenedArchive archive(path);
+        const OpenedArchive archive(nativePath(path));
         std::string bad, why;
         std::size_t failures = 0;
         {
@@ -304,7 +313,7 @@ void addVerify(CLI::App &archive, int &exitStatus) {
 }
 
 void describe(const std::string &path, bool asJson) {
-    const OpenedArchive archive(path);
+    const OpenedArchive archive(nativePath(path));
     std::map<std::string, std::size_t> perMethod;
     std::uint64_t size = 0, stored = 0;
     for (const V_File::VASFileEntry *file : archive.files()) {

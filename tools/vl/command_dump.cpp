@@ -16,6 +16,7 @@
 #include "opened_archive.h"
 
 #include "memoryfile/chunk_header.h"
+#include "platform/native.h"
 #include "vl/core.h"
 #include "vl/file.h"
 #include "vl/math_types.h"
@@ -270,8 +271,9 @@ void printText(const json &items, int depth) {
 
 std::string contentOf(const DumpOptions &options) {
     if (options.archive.empty()) {
-        std::ifstream stream(options.file, std::ios::binary);
-        if (!stream || !std::filesystem::is_regular_file(options.file))
+        const std::filesystem::path path = vl::platform::nativePath(options.file);
+        std::ifstream stream(path, std::ios::binary);
+        if (!stream || !std::filesystem::is_regular_file(path))
             throw std::runtime_error(options.file + ": cannot be read");
         return {std::istreambuf_iterator<char>(stream), {}};
     }
@@ -280,7 +282,7 @@ std::string contentOf(const DumpOptions &options) {
     std::replace(wanted.begin(), wanted.end(), '/', '\\');
     if (wanted.empty() || wanted[0] != '\\')
         wanted.insert(0, "\\");
-    const OpenedArchive archive(options.archive);
+    const OpenedArchive archive(vl::platform::nativePath(options.archive));
     for (const V_File::VASFileEntry *entry : archive.files())
         if (V_StringI(archive.pathOf(*entry).c_str()) == wanted.c_str())
             return archive.read(*entry);

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -123,6 +124,7 @@ void printMemory() {
 void printClocks() {
     const double speed = Sys->getProcessorSpeed();
     const std::string megahertz = valueIn("/proc/cpuinfo", "cpu MHz");
+    print("processors", text("%u", std::thread::hardware_concurrency()), "");
     print("clock rate", speed > 1 ? text("%.1f MHz", speed / 1e6) : "not measurable",
           megahertz.empty() ? megahertz : megahertz + " MHz");
     print("performance counter",

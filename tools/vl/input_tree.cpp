@@ -5,14 +5,15 @@
 #include "base/wildcards.h"
 #include "file/archive/archive_format.h"
 #include "file/names/name_rules.h"
+#include "platform/native.h"
 #include "platform/platform.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <stdexcept>
 
 namespace fs = std::filesystem;
+using vl::platform::textOf;
 
 namespace {
 
@@ -22,17 +23,12 @@ struct Pending {
     std::string key;
 };
 
-V_File::CalendarTime calendarTime(fs::file_time_type time) {
-    using namespace std::chrono;
-    const auto point = floor<milliseconds>(file_clock::to_sys(time));
-    const auto day = floor<days>(point);
-    const year_month_day date(day);
-    const hh_mm_ss<milliseconds> clock(point - day);
-    const auto narrow = [](auto value) { return static_cast<unsigned short>(value); };
-    return {narrow(static_cast<int>(date.year())), narrow(static_cast<unsigned int>(date.month())),
-            narrow(weekday(day).c_encoding()),     narrow(static_cast<unsigned int>(date.day())),
-            narrow(clock.hours().count()),         narrow(clock.minutes().count()),
-            narrow(clock.seconds().count()),       narrow(clock.subseconds().count())};
+/// All zeros when it cannot be told.
+V_File::CalendarTime lastWrite(const fs::path &path) {
+    vl::platform::CalendarTime time{};
+    vl::platform::lastWrite(path, time);
+    return {time.year, time.month,  time.dayOfWeek, time.day,
+            time.hour, time.minute, time.second,    time.milliseconds};
 }
 
 std::string pathBelow(const std::string &directoryKey, const std::string &name) {
@@ -42,7 +38,7 @@ std::string pathBelow(const std::string &directoryKey, const std::string &name) 
 }
 
 [[noreturn]] void refuse(const fs::path &path, const std::string &why) {
-    throw std::runtime_error(path.string() + ": " + why);
+    throw std::runtime_error(textOf(path) + ": " + why);
 }
 
 class Lister {
@@ -98,10 +94,11 @@ class Lister {
                        std::vector<std::pair<std::string, InputFile>> &files) {
         std::vector<fs::directory_entry> entries;
         for (const auto &entry : fs::directory_iterator(directory.path))
-            if (!excluded(pathBelow(directory.key, entry.path().filename().string())))
+            if (!excluded(pathBelow(directory.key, textOf(entry.path().filename()))))
                 entries.push_back(entry);
         const auto nameLess = [](const fs::directory_entry &a, const fs::directory_entry &b) {
-            return vl::compareArchiveNames(a.path().filename().c_str(), b.path().filename().c_str()) < 0;
+            return vl::compareArchiveNames(textOf(a.path().filename()).c_str(),
+                                           textOf(b.path().filename()).c_str()) < 0;
         };
         std::sort(entries.begin(), entries.end(), nameLess);
         const auto twins = std::adjacent_find(entries.begin(), entries.end(),
@@ -109,20 +106,20 @@ class Lister {
         if (twins != entries.end())
             refuse(std::max(twins[0].path(), twins[1].path()),
                    "differs only in case from '" +
-                       std::min(twins[0].path(), twins[1].path()).filename().string() + "'");
+                       textOf(std::min(twins[0].path(), twins[1].path()).filename()) + "'");
         for (const auto &entry : entries)
             add(directory, entry, pending, files);
     }
 
     void add(const Pending &directory, const fs::directory_entry &entry, std::vector<Pending> &pending,
              std::vector<std::pair<std::string, InputFile>> &files) {
-        const std::string name = entry.path().filename().string();
+        const std::string name = textOf(entry.path().filename());
         if (name.find('\\') != std::string::npos)
             refuse(entry.path(), "the name holds a backslash, which separates directories in an archive");
         const bool isDirectory = entry.is_directory() && !entry.is_symlink();
         if (!vl::isNameable(name, isDirectory))
             std::fprintf(stderr, "vl: %s: packed, but no name leads the library to it (%s)\n",
-                         entry.path().c_str(),
+                         textOf(entry.path()).c_str(),
                          isDirectory && name.ends_with('.') ? "a directory that ends in a dot"
                                                             : "two dots remove what is before them");
         if (directory.key.size() + name.size() > vl::platform::maxPath - 1)
@@ -139,10 +136,9 @@ class Lister {
                 refuse(entry.path(), "exceeds 4294967295 bytes");
             files.emplace_back(directory.key,
                                InputFile{entry.path(), name, 0, static_cast<std::uint32_t>(size),
-                                         methodFor(pathBelow(directory.key, name)),
-                                         calendarTime(entry.last_write_time())});
+                                         methodFor(pathBelow(directory.key, name)), lastWrite(entry.path())});
         } else {
-            std::fprintf(stderr, "vl: %s: left out (%s)\n", entry.path().c_str(),
+            std::fprintf(stderr, "vl: %s: left out (%s)\n", textOf(entry.path()).c_str(),
                          entry.is_symlink() ? "a link to a directory, or to nothing" : "not a regular file");
         }
     }
@@ -164,7 +160,7 @@ InputTree listInput(const fs::path &root, const std::vector<std::string> &exclud
                     V_File::Method defaultMethod, const std::vector<MethodRule> &rules,
                     const fs::path &output) {
     if (!fs::is_directory(root))
-        throw std::runtime_error(root.string() + ": not a directory");
+        throw std::runtime_error(textOf(root) + ": not a directory");
     return Lister(exclude, defaultMethod, rules, output).list(root);
 }
 

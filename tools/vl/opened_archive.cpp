@@ -4,6 +4,7 @@
 
 #include "file/archive/archive_index.h"
 #include "file/archive/entry_reader.h"
+#include "platform/native.h"
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -13,8 +14,9 @@ namespace {
 
 vl::Ref<vl::Archive> loadArchive(const std::filesystem::path &path) {
     vl::platform::PathBuffer absolute;
-    if (!vl::platform::fullPath(absolute, path.c_str()))
-        V_throw(V_FileException_ArchiveNotFound(path.c_str()));
+    const std::string text = vl::platform::textOf(path);
+    if (!vl::platform::fullPath(absolute, text.c_str()))
+        V_throw(V_FileException_ArchiveNotFound(text.c_str()));
     return vl::Archive::load(absolute);
 }
 

@@ -27,6 +27,6 @@ class ScriptSource {
     void removeRoot() const;
 
     std::filesystem::path m_startDirectory; ///< where relative names begin
-    std::filesystem::path m_archiveRoot;    ///< holds nothing but a link to the archive; empty for the disk
+    std::filesystem::path m_archiveRoot;    ///< holds nothing; empty for the disk
     V_VantorInit m_library;
 };
